@@ -1,0 +1,27 @@
+# Helpers for declaring test programs.
+
+set(PELNOR_WINE_RUN ${CMAKE_SOURCE_DIR}/tools/wine-run.sh)
+
+# pelnor_wine_test(NAME src...)
+#   A GoogleTest program run under Wine as one CTest entry, linked with the
+#   whole program core, its resources and the window test helpers.
+function(pelnor_wine_test name)
+  add_executable(${name} ${ARGN} $<TARGET_OBJECTS:pelnor_resources>)
+  target_link_libraries(${name} PRIVATE pelnor_test_support)
+  target_link_options(${name} PRIVATE -municode)
+  set_target_properties(${name} PROPERTIES
+    CROSSCOMPILING_EMULATOR ${PELNOR_WINE_RUN}
+    RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES
+    FIXTURES_REQUIRED wine_session
+    RESOURCE_LOCK wine_desktop
+    TIMEOUT 900)
+endfunction()
+
+# pelnor_native_test(NAME)
+#   A program of the native sanitizer build (tests/native), run directly.
+function(pelnor_native_test name)
+  add_test(NAME ${name} COMMAND ${CMAKE_BINARY_DIR}/native/${name})
+  set_tests_properties(${name} PROPERTIES TIMEOUT 600)
+endfunction()

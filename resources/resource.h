@@ -1,0 +1,241 @@
+/*
+ * Resource ids of Pelnor. Numbers are fixed: menus, menu bars, dialogs,
+ * bitmaps, accelerators and strings are referred to by these values.
+ */
+#ifndef PELNOR_RESOURCE_H
+#define PELNOR_RESOURCE_H
+
+/* ---- icon, accelerators ---- */
+#define IDI_PELNOR              108
+#define IDA_MAIN                131 /* the only table loaded */
+#define IDA_EXIT_ONLY           132
+#define IDA_COPY_EXIT           133
+
+/* ---- menus and menu bars (RCDATA of the same id) ---- */
+#define IDR_ARTICLE_BAR         145
+#define IDR_SUBJECT_BAR         147
+#define IDR_GROUP_BAR           149
+#define IDR_DRAFTS_MENU         151
+
+/* ---- bitmaps ---- */
+#define IDB_GROUP_BAR           107 /* 1 image  */
+#define IDB_SUBJECT_BAR         132 /* 6 images */
+#define IDB_ARTICLE_BAR         141 /* 2 images */
+#define IDB_SUBSCRIBE_MARKS     114 /* 2 images, 8 pixels wide */
+#define IDB_READ_MARK           115 /* 10 x 10 */
+#define IDB_FILE_IMAGES         116 /* 4 images, 16 x 16 */
+#define IDB_PRIORITY_LOW        137 /* 10 x 10 */
+#define IDB_PRIORITY_HIGH       139 /* 10 x 10 */
+
+#define GROUP_BAR_IMAGES        1
+#define SUBJECT_BAR_IMAGES      6
+#define ARTICLE_BAR_IMAGES      2
+
+/* ---- dialogs ---- */
+#define IDD_ABOUT               100
+#define IDD_FILE_CHOOSER        101
+#define IDD_PAGE_MAIN           102
+#define IDD_PROGRESS            103
+#define IDD_GROUP_LIST          110
+#define IDD_SUBSCRIBE           112
+#define IDD_PAGE_POSTING        117
+#define IDD_CATCHUP             120
+#define IDD_PAGE_AUTH           124
+#define IDD_PASSWORD            125
+#define IDD_PAGE_KEYS           128
+#define IDD_PAGE_CHARS          129
+#define IDD_PAGE_CONNECTION     130
+#define IDD_DIALUP              131
+#define IDD_KEYWORD             133
+#define IDD_PAGE_COLOUR         142
+#define IDD_PAGE_USER           144
+
+/* ---- controls of the About box ---- */
+#define IDC_ABOUT_ICON          1200
+#define IDC_ABOUT_NAME          1201
+#define IDC_ABOUT_VERSION       1202
+
+/* ---- child window ids of the frame ---- */
+#define IDC_GROUP_VIEW          101
+#define IDC_ARTICLE_VIEW        104
+#define IDC_SUBJECT_VIEW        106
+
+/* ---- commands ---- */
+#define IDM_EXIT                40001
+#define IDM_PROPERTIES          40002
+#define IDM_GET_ARTICLES        40003
+#define IDM_DELETE_READ         40004
+#define IDM_ABOUT               40005
+#define IDM_TOGGLE_READ         40006
+#define IDM_SUBSCRIBE           40007
+#define IDM_CATCHUP             40011
+#define IDM_COPY                40012
+#define IDM_VIEW_READ           40013
+#define IDM_FILTER              40014
+#define IDM_SHOW_HEADER         40015
+#define IDM_PRIORITY_HIGH       40016
+#define IDM_PRIORITY_NORMAL     40017
+#define IDM_PRIORITY_LOW        40018
+#define IDM_DRAFTS_VIEW         40019
+#define IDM_DRAFTS_GROUPS       40020
+#define IDM_COMPOSE             40021
+#define IDM_CHOOSE_EXE          40022
+#define IDM_SUBJECT_BACK        40077
+#define IDM_ARTICLE_BACK        40082
+#define IDM_SUBJECT_POPUP       40087 /* drop-down buttons of the menu bars */
+#define IDM_ARTICLE_POPUP       40088
+#define IDM_ARTICLE_TOOLS       40089
+#define IDM_SUBJECT_TOOLS       40090
+#define IDM_GROUP_POPUP         40091
+#define IDM_GROUP_TOOLS         40092
+
+/* ---- strings with fixed numbers ---- */
+#define IDS_HEADER_LINES        1
+#define IDS_QUOTED_LINES        3
+#define IDS_DATA_INIT_FAILED    7
+#define IDS_NO_MEMORY           11
+#define IDS_GROUP_FILE_OPEN     19  /* group list of Delete read articles */
+#define IDS_GROUP_LIST_OPEN     21
+#define IDS_INDEX_INIT_FAILED   23
+#define IDS_MARK_READ_FAILED    25
+#define IDS_SAVE_OPTION_FAILED  55
+#define IDS_FILE_OPEN_FAILED    57
+#define IDS_FILTER_WRITE_FAILED 59
+#define IDS_GROUP_LIST_FAILED   97
+#define IDS_SET_USER_NAME       99
+#define IDS_SET_MAIL_ADDRESS    101
+#define IDS_PROPERTIES_UNSET    103
+#define IDS_COL_NEWSGROUP       105
+#define IDS_COL_UNREAD          107
+#define IDS_COL_ARTICLES        109
+#define IDS_COL_STATUS          111
+#define IDS_COL_CURRENT         113
+#define IDS_COL_MAXIMUM         115
+#define IDS_COL_DATE            117
+#define IDS_COL_FROM            119
+#define IDS_COL_SUBJECT         121
+#define IDS_PROPERTIES          123
+#define IDS_PAGE_MAIN           125
+#define IDS_PAGE_AUTH           127
+#define IDS_PAGE_KEYS           129
+#define IDS_PAGE_CONNECTION     131
+#define IDS_PAGE_CHARS          133
+#define IDS_PAGE_COLOUR         135
+#define IDS_PAGE_USER           137
+#define IDS_PAGE_POSTING        139
+#define IDS_COL_MARKS           141
+#define IDS_DRAFTS_WAITING      143
+#define IDS_DRAFTS_DRAFTS       145
+#define IDS_DRAFTS_SENT         147
+
+/* menu-bar button texts */
+#define IDS_BAR_ARTICLE         161
+#define IDS_BAR_TOOLS           163
+#define IDS_BAR_SUBJECT         165
+#define IDS_BAR_GROUP           167
+
+/* ---- further texts: captions ---- */
+#define IDS_CAPTION_PELNOR      201
+#define IDS_CAPTION_ERROR       202
+#define IDS_CAPTION_DEBUG       203
+#define IDS_CAPTION_GROUP       204
+#define IDS_CAPTION_SOCKET      205 /* "Socket Error" */
+#define IDS_CAPTION_SOCKET_UC   206 /* "Socket ERROR" */
+#define IDS_CAPTION_DELETE_READ 207
+#define IDS_CAPTION_CATCHUP_LOCAL  208
+#define IDS_CAPTION_CATCHUP_SERVER 209
+#define IDS_CAPTION_DISCONNECT  210
+#define IDS_CAPTION_UPPER_ERROR 211 /* "ERROR" */
+#define IDS_CAPTION_COMPOSE     212
+#define IDS_CAPTION_SELECTED    213
+#define IDS_CAPTION_DIALUP_ERROR 214
+
+/* ---- shell ---- */
+#define IDS_WINSOCK_FAILED      220
+#define IDS_MENUBAR_FAILED      221
+#define IDS_SWITCH_FAILED       222
+#define IDS_ASK_DELETE_READ     223
+#define IDS_DELETE_READ_FAILED  224
+#define IDS_CATCHUP_SET_FAILED  225
+#define IDS_INDEX_INVALID       226
+#define IDS_NOT_INITIALIZED     227
+#define IDS_SETTINGS_MISSING    228
+#define IDS_VERSION             229
+#define IDS_PROGRAM_NAME        230
+
+/* ---- download session and run ---- */
+#define IDS_CONNECT_FAILED      240
+#define IDS_NO_GREETING         241
+#define IDS_CONNECTION_REFUSED  242
+#define IDS_SEND_FAILED         243
+#define IDS_RECV_FAILED         244
+#define IDS_BAD_USER            245
+#define IDS_BAD_PASSWORD        246
+#define IDS_GROUP_FAILED        247
+#define IDS_UNEXPECTED_REPLY    248
+#define IDS_NO_NEW_ARTICLES     249
+#define IDS_INDEX_OPEN_FAILED   250
+#define IDS_INDEX_WRITE_FAILED  251
+#define IDS_RECV_INCOMPLETE     252
+#define IDS_LOG_WRITE_FAILED    253
+#define IDS_FETCHED_LIMIT       254
+#define IDS_FETCHED_COUNT       255
+#define IDS_DOWNLOAD_DONE       256
+#define IDS_THREAD_FAILED       257
+#define IDS_TIMED_OUT           258
+
+/* ---- group view ---- */
+#define IDS_INDEX_FILE_INIT_FAILED 270
+#define IDS_CATCHUP_PENDING     271
+
+/* ---- group-list download ---- */
+#define IDS_GL_CONNECT          280
+#define IDS_GL_RECV_CONNECT     281
+#define IDS_GL_REFUSED          282
+#define IDS_GL_SEND             283
+#define IDS_GL_RECV             284
+#define IDS_GL_OPEN_ACTIVE      285
+#define IDS_GL_OPEN_CATEGORY    286
+#define IDS_GL_HASH_INIT        287
+#define IDS_GL_SEND_FAILED      288
+#define IDS_GL_RECV_FAILED      289
+#define IDS_GL_LIST_FAILED      290
+#define IDS_GL_UNEXPECTED       291
+#define IDS_GL_UNEXPECTED_NOMEM 292
+#define IDS_GL_WRITE_FAILED     293
+#define IDS_GL_HASH_WRITE       294
+#define IDS_GL_INCOMPLETE       295
+#define IDS_GL_COUNT            296
+
+/* ---- subscribe dialog ---- */
+#define IDS_SUB_INIT_FAILED     300
+#define IDS_SUB_OPEN_FAILED     301
+#define IDS_SUB_LOAD_FAILED     302
+#define IDS_SUB_READ_FAILED     303
+#define IDS_SUB_WRITE_OPEN      304
+#define IDS_SUB_WRITE_FAILED    305
+
+/* ---- drafts, properties, file chooser ---- */
+#define IDS_COMPOSE             310
+#define IDS_NONE                311
+#define IDS_SET_PASS_MODE       312
+#define IDS_SET_DIALUP_MODE     313
+#define IDS_CHOOSE_FOLDER       314
+#define IDS_CHOOSE_EDITOR       315
+#define IDS_CHOOSE_EXE          316
+
+/* ---- dial-up ---- */
+#define IDS_RAS_OPEN_PORT       320
+#define IDS_RAS_PORT_OPENED     321
+#define IDS_RAS_CONNECT_DEVICE  322
+#define IDS_RAS_DEVICE_CONNECTED 323
+#define IDS_RAS_AUTHENTICATE    324
+#define IDS_RAS_AUTHENTICATED   325
+#define IDS_RAS_CONNECTED       326
+#define IDS_RAS_DISCONNECTED    327
+#define IDS_RAS_FAILED          328
+#define IDS_RAS_CONNECTING_TO   329
+#define IDS_RAS_DISCONNECTING   330
+#define IDS_RAS_WILL_DISCONNECT 331
+
+#endif

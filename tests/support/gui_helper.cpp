@@ -1,0 +1,263 @@
+#include "gui_helper.h"
+
+#include <commctrl.h>
+
+#include "png_write.h"
+#include "temp_folder.h"
+
+namespace {
+
+thread_local ModalWatcher *t_watcher;
+
+/* The message box's icon, told apart by the shared system icon it shows. */
+UINT IconOfBox(HWND box)
+{
+    for (HWND child = GetWindow(box, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
+        if ((GetWindowLongW(child, GWL_STYLE) & SS_TYPEMASK) != SS_ICON)
+            continue;
+        HICON icon = (HICON)SendMessageW(child, STM_GETICON, 0, 0);
+        if (!icon)
+            continue;
+        if (icon == LoadIconW(nullptr, IDI_HAND))
+            return MB_ICONERROR;
+        if (icon == LoadIconW(nullptr, IDI_EXCLAMATION))
+            return MB_ICONEXCLAMATION;
+        if (icon == LoadIconW(nullptr, IDI_QUESTION))
+            return MB_ICONQUESTION;
+        if (icon == LoadIconW(nullptr, IDI_ASTERISK))
+            return MB_ICONINFORMATION;
+        return 0xFFFFFFFF; /* an icon, but not a system one */
+    }
+    return 0;
+}
+
+bool IsMessageBox(HWND window)
+{
+    return ClassNameOf(window) == L"#32770" && GetDlgItem(window, 0xFFFF) != nullptr;
+}
+
+} // namespace
+
+ModalWatcher::ModalWatcher()
+{
+    t_watcher = this;
+    hook_ = SetWindowsHookExW(WH_CBT, Hook, nullptr, GetCurrentThreadId());
+}
+
+ModalWatcher::~ModalWatcher()
+{
+    if (hook_)
+        UnhookWindowsHookEx(hook_);
+    t_watcher = nullptr;
+}
+
+void ModalWatcher::QueueAnswer(int button_id)
+{
+    answers_.push_back(button_id);
+}
+
+void ModalWatcher::SetDialogHandler(std::function<void(HWND)> handler)
+{
+    dialog_handler_ = std::move(handler);
+}
+
+void ModalWatcher::Clear()
+{
+    boxes_.clear();
+    dialogs_.clear();
+}
+
+LRESULT CALLBACK ModalWatcher::Hook(int code, WPARAM wp, LPARAM lp)
+{
+    if (code == HCBT_ACTIVATE && t_watcher)
+        t_watcher->Activated((HWND)wp);
+    return CallNextHookEx(nullptr, code, wp, lp);
+}
+
+void ModalWatcher::Activated(HWND window)
+{
+    if (ClassNameOf(window) != L"#32770")
+        return;
+    for (HWND seen : seen_)
+        if (seen == window)
+            return; /* activated again after a box over it closed */
+    seen_.push_back(window);
+
+    if (!IsMessageBox(window)) {
+        dialogs_.push_back(WindowText(window));
+        if (dialog_handler_)
+            dialog_handler_(window);
+        return;
+    }
+
+    RecordedBox box;
+    box.caption = WindowText(window);
+    box.text = WindowText(GetDlgItem(window, 0xFFFF));
+    box.icon = IconOfBox(window);
+    box.has_owner = GetWindow(window, GW_OWNER) != nullptr;
+    static const int ids[] = {IDOK, IDCANCEL, IDABORT, IDRETRY, IDIGNORE, IDYES, IDNO};
+    for (int id : ids) {
+        HWND button = GetDlgItem(window, id);
+        if (button && IsWindowVisible(button))
+            box.buttons.push_back(id);
+    }
+    int answer;
+    if (!answers_.empty()) {
+        answer = answers_.front();
+        answers_.erase(answers_.begin());
+    } else {
+        LRESULT def = SendMessageW(window, DM_GETDEFID, 0, 0);
+        answer = HIWORD(def) == DC_HASDEFID ? LOWORD(def) : (box.buttons.empty() ? IDOK : box.buttons.front());
+    }
+    box.answer = answer;
+    boxes_.push_back(box);
+    PostMessageW(window, WM_COMMAND, MAKEWPARAM(answer, BN_CLICKED), (LPARAM)GetDlgItem(window, answer));
+}
+
+static void DispatchOne(MSG *msg, HWND accel_window, HACCEL accel)
+{
+    if (accel && accel_window && TranslateAcceleratorW(accel_window, accel, msg))
+        return;
+    TranslateMessage(msg);
+    DispatchMessageW(msg);
+}
+
+void PumpPending(HWND accel_window, HACCEL accel)
+{
+    MSG msg;
+    while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE))
+        DispatchOne(&msg, accel_window, accel);
+}
+
+bool PumpUntil(const std::function<bool()> &done, DWORD timeout_ms, HWND accel_window, HACCEL accel)
+{
+    DWORD start = GetTickCount();
+    for (;;) {
+        PumpPending(accel_window, accel);
+        if (done())
+            return true;
+        DWORD elapsed = GetTickCount() - start;
+        if (elapsed >= timeout_ms)
+            return false;
+        /* Wakes on any new message; the short cap also lets conditions that
+         * change in other threads or processes be seen. */
+        DWORD wait = timeout_ms - elapsed;
+        MsgWaitForMultipleObjectsEx(0, nullptr, wait < 20 ? wait : 20, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+    }
+}
+
+void PressKey(WORD vk, bool ctrl, bool alt, bool shift)
+{
+    INPUT in[8] = {};
+    int n = 0;
+    auto key = [&](WORD code, bool up) {
+        in[n].type = INPUT_KEYBOARD;
+        in[n].ki.wVk = code;
+        in[n].ki.dwFlags = up ? KEYEVENTF_KEYUP : 0;
+        n++;
+    };
+    if (ctrl)
+        key(VK_CONTROL, false);
+    if (alt)
+        key(VK_MENU, false);
+    if (shift)
+        key(VK_SHIFT, false);
+    key(vk, false);
+    key(vk, true);
+    if (shift)
+        key(VK_SHIFT, true);
+    if (alt)
+        key(VK_MENU, true);
+    if (ctrl)
+        key(VK_CONTROL, true);
+    SendInput(n, in, sizeof(INPUT));
+}
+
+namespace {
+
+thread_local UINT t_popup_command;
+thread_local HHOOK t_menu_hook;
+
+/* While a popup menu is tracked, the system passes each message through this
+ * filter: the wanted item is reached with the arrow keys and chosen with
+ * Enter, as a user would. */
+LRESULT CALLBACK MenuFilter(int code, WPARAM wp, LPARAM lp)
+{
+    if (code == MSGF_MENU && t_popup_command) {
+        HWND popup = FindWindowW(L"#32768", nullptr);
+        HMENU menu = popup ? (HMENU)SendMessageW(popup, 0x01E1 /* MN_GETHMENU */, 0, 0) : nullptr;
+        if (menu) {
+            UINT wanted = t_popup_command;
+            t_popup_command = 0;
+            int steps = 0;
+            bool found = false;
+            for (int i = 0, n = GetMenuItemCount(menu); i < n && !found; i++) {
+                MENUITEMINFOW mii = {sizeof(mii), MIIM_FTYPE | MIIM_ID};
+                GetMenuItemInfoW(menu, i, TRUE, &mii);
+                if (mii.fType & MFT_SEPARATOR)
+                    continue;
+                steps++;
+                found = mii.wID == wanted;
+            }
+            if (!found) {
+                PostMessageW(popup, WM_KEYDOWN, VK_ESCAPE, 0);
+            } else {
+                for (int i = 0; i < steps; i++)
+                    PostMessageW(popup, WM_KEYDOWN, VK_DOWN, 0);
+                PostMessageW(popup, WM_KEYDOWN, VK_RETURN, 0);
+            }
+            UnhookWindowsHookEx(t_menu_hook);
+            t_menu_hook = nullptr;
+        }
+    }
+    return CallNextHookEx(nullptr, code, wp, lp);
+}
+
+} // namespace
+
+void ChooseNextPopupCommand(UINT command_id)
+{
+    t_popup_command = command_id;
+    if (!t_menu_hook)
+        t_menu_hook = SetWindowsHookExW(WH_MSGFILTER, MenuFilter, nullptr, GetCurrentThreadId());
+}
+
+std::wstring WindowText(HWND window)
+{
+    int n = GetWindowTextLengthW(window);
+    std::wstring s(n + 1, L'\0');
+    n = GetWindowTextW(window, &s[0], n + 1);
+    s.resize(n > 0 ? n : 0);
+    return s;
+}
+
+std::wstring ClassNameOf(HWND window)
+{
+    wchar_t name[256];
+    int n = GetClassNameW(window, name, 256);
+    return std::wstring(name, n > 0 ? n : 0);
+}
+
+std::wstring ListViewText(HWND list, int row, int column)
+{
+    wchar_t buf[1024] = L"";
+    LVITEMW item = {};
+    item.iSubItem = column;
+    item.pszText = buf;
+    item.cchTextMax = 1024;
+    SendMessageW(list, LVM_GETITEMTEXTW, row, (LPARAM)&item);
+    return buf;
+}
+
+int ListViewRowCount(HWND list)
+{
+    return (int)SendMessageW(list, LVM_GETITEMCOUNT, 0, 0);
+}
+
+std::wstring SaveScreenshot(HWND window, const wchar_t *name)
+{
+    std::wstring folder = WinePathOf(PELNOR_BUILD_DIR "/screenshots");
+    CreateDirectoryW(folder.c_str(), nullptr);
+    std::wstring path = folder + L"\\" + name + L".png";
+    return CaptureWindowPng(window, path.c_str()) ? path : std::wstring();
+}

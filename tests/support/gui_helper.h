@@ -1,0 +1,81 @@
+/*
+ * Driving real windows from tests: message boxes and dialogs are recorded
+ * and answered through a WH_CBT hook, so no test ever blocks on a modal box;
+ * the message pump waits for a state instead of sleeping.
+ */
+#ifndef PELNOR_TEST_GUI_HELPER_H
+#define PELNOR_TEST_GUI_HELPER_H
+
+#include <windows.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+struct RecordedBox {
+    std::wstring caption;
+    std::wstring text;
+    UINT icon = 0;        /* MB_ICONERROR, MB_ICONEXCLAMATION, MB_ICONQUESTION, MB_ICONINFORMATION or 0 */
+    bool has_owner = false;
+    std::vector<int> buttons; /* ids of the box's buttons, e.g. IDYES, IDNO */
+    int answer = 0;       /* the button that was pressed */
+};
+
+/* Watches the modal windows the calling thread opens. Message boxes are
+ * recorded and answered (queued answers first, else the box's default
+ * button); other dialogs are handed to the dialog handler once each, after
+ * their WM_INITDIALOG. One watcher per thread at a time. */
+class ModalWatcher {
+public:
+    ModalWatcher();
+    ~ModalWatcher();
+    ModalWatcher(const ModalWatcher &) = delete;
+    ModalWatcher &operator=(const ModalWatcher &) = delete;
+
+    void QueueAnswer(int button_id);
+    void SetDialogHandler(std::function<void(HWND dialog)> handler);
+
+    const std::vector<RecordedBox> &boxes() const { return boxes_; }
+    const std::vector<std::wstring> &dialog_titles() const { return dialogs_; }
+    void Clear();
+
+private:
+    static LRESULT CALLBACK Hook(int code, WPARAM wp, LPARAM lp);
+    void Activated(HWND window);
+
+    HHOOK hook_ = nullptr;
+    std::vector<int> answers_;
+    std::vector<RecordedBox> boxes_;
+    std::vector<std::wstring> dialogs_;
+    std::vector<HWND> seen_;
+    std::function<void(HWND)> dialog_handler_;
+};
+
+/* Dispatches the thread's messages until done() holds (true) or the time
+ * runs out (false). With an accelerator table, keys go through it first, as
+ * in the program's own loop. */
+bool PumpUntil(const std::function<bool()> &done, DWORD timeout_ms = 20000, HWND accel_window = nullptr,
+               HACCEL accel = nullptr);
+
+/* Dispatches what is queued now and returns. */
+void PumpPending(HWND accel_window = nullptr, HACCEL accel = nullptr);
+
+/* Presses and releases a key through the system's input queue, as a user
+ * would, with the given modifiers held. */
+void PressKey(WORD vk, bool ctrl = false, bool alt = false, bool shift = false);
+
+/* Clicks a menu command of a popup that TrackPopupMenu shows: when the next
+ * popup menu window appears on this thread, the item with this command id is
+ * chosen. Call before the click that opens the menu. */
+void ChooseNextPopupCommand(UINT command_id);
+
+std::wstring WindowText(HWND window);
+std::wstring ClassNameOf(HWND window);
+std::wstring ListViewText(HWND list, int row, int column);
+int ListViewRowCount(HWND list);
+
+/* A PNG of what the window shows, written to the build's screenshots folder;
+ * returns the file's path (empty on failure). */
+std::wstring SaveScreenshot(HWND window, const wchar_t *name);
+
+#endif

@@ -1,0 +1,13 @@
+#include "byte_error.h"
+
+#include <windows.h>
+
+void SetByteError(unsigned long code)
+{
+    SetLastError(code);
+}
+
+unsigned long GetByteError(void)
+{
+    return GetLastError();
+}
