@@ -1,0 +1,33 @@
+#include "widestr.h"
+
+#include <stdlib.h>
+#include <string.h>
+#include <wchar.h>
+
+wchar_t *ToWide(const char *text)
+{
+    size_t length = strlen(text);
+    wchar_t *wide = (wchar_t *)malloc((length + 1) * sizeof(wchar_t));
+    if (!wide) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    /* A Shift_JIS text never needs more UTF-16 units than it has bytes. */
+    if (MultiByteToWideChar(kStoredCodePage, 0, text, (int)length + 1, wide, (int)length + 1) == 0)
+        wide[0] = L'\0';
+    return wide;
+}
+
+char *ToNarrow(const wchar_t *text)
+{
+    size_t length = wcslen(text);
+    size_t size = (length + 1) * 2;
+    char *narrow = (char *)malloc(size);
+    if (!narrow) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    if (WideCharToMultiByte(kStoredCodePage, 0, text, (int)length + 1, narrow, (int)size, nullptr, nullptr) == 0)
+        narrow[0] = '\0';
+    return narrow;
+}
