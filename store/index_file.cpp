@@ -314,7 +314,7 @@ int IndexRebuild(GroupStore *store)
     free(batch);
     ClearKeywordFilter(&filter);
     /* Nothing stays after the last record (an old, longer index). */
-    if (ok && !SetEndOfFile(index)) {
+    if ((!SeekFile(index, RecordOffset(store->record_count)) || !SetEndOfFile(index)) && ok) {
         ok = 0;
         error = GetLastError();
     }

@@ -1,0 +1,119 @@
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+#include "filters/keyword_filter.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+std::vector<std::string> Keywords(const KeywordNode *node)
+{
+    std::vector<std::string> out;
+    for (; node; node = node->next)
+        out.push_back(node->keyword);
+    return out;
+}
+
+class KeywordFilterTest : public testing::Test {
+protected:
+    void SetUp() override { KeywordFilterInit(&filter_); }
+    void TearDown() override { ClearKeywordFilter(&filter_); }
+    int Load(const std::string &bytes)
+    {
+        EXPECT_TRUE(WriteFileBytes(path_, bytes));
+        return LoadKeywordFilter(&filter_, path_.c_str());
+    }
+    TempFolder folder_;
+    std::wstring path_ = folder_.file(L"fj.test.flt");
+    KeywordFilter filter_;
+};
+
+} // namespace
+
+TEST_F(KeywordFilterTest, KeywordContainsSubjectOrSubjectContainsKeyword)
+{
+    ASSERT_TRUE(Load("+ fj\r\n"));
+    EXPECT_EQ(MatchKeywordFilter(&filter_, "Re: fj.comp question"), kPriorityHigh);
+    EXPECT_EQ(MatchKeywordFilter(&filter_, "fj"), kPriorityHigh);
+    EXPECT_EQ(MatchKeywordFilter(&filter_, "f"), kPriorityHigh); /* within the keyword */
+    EXPECT_EQ(MatchKeywordFilter(&filter_, "j"), kPriorityHigh);
+    EXPECT_EQ(MatchKeywordFilter(&filter_, ""), kPriorityHigh);  /* the empty subject */
+    EXPECT_EQ(MatchKeywordFilter(&filter_, "FJ"), kPriorityNormal);
+    EXPECT_EQ(MatchKeywordFilter(&filter_, "jf"), kPriorityNormal);
+    EXPECT_EQ(MatchKeywordFilter(&filter_, "f j"), kPriorityNormal);
+}
+
+TEST_F(KeywordFilterTest, ComparesBytesWithoutRegardToCharacters)
+{
+    /* Full-width "ｆ" is not folded to "f"; a keyword may match across two
+     * double-byte characters ("\x82\xA0\x82\xA2" holds "\xA0\x82"). */
+    ASSERT_TRUE(Load("- \xA0\x82\r\n+ \x82\x86\r\n"));
+    EXPECT_EQ(MatchKeywordFilter(&filter_, "\x82\xA0\x82\xA2"), kPriorityLow);
+    EXPECT_EQ(MatchKeywordFilter(&filter_, "abc \x82\x86 def"), kPriorityHigh);
+    EXPECT_EQ(MatchKeywordFilter(&filter_, "abc f def"), kPriorityNormal);
+}
+
+TEST_F(KeywordFilterTest, HighWinsOverLow)
+{
+    ASSERT_TRUE(Load("- same\r\n+ same\r\n- other\r\n"));
+    EXPECT_EQ(MatchKeywordFilter(&filter_, "the same thing"), kPriorityHigh);
+    EXPECT_EQ(MatchKeywordFilter(&filter_, "another"), kPriorityLow);
+    EXPECT_EQ(MatchKeywordFilter(&filter_, "none"), kPriorityNormal);
+}
+
+TEST_F(KeywordFilterTest, ListsHoldReverseFileOrderAndAnyOtherMarkIsLow)
+{
+    ASSERT_TRUE(Load("+ one\r\nx abc\r\n+ two\r\n-\r\n- three\r\n+three\r\n"));
+    EXPECT_EQ(Keywords(filter_.high), (std::vector<std::string>{"hree", "two", "one"}));
+    EXPECT_EQ(Keywords(filter_.low), (std::vector<std::string>{"three", "abc"}));
+}
+
+TEST_F(KeywordFilterTest, EmptyKeywordMakesEverySubjectHigh)
+{
+    ASSERT_TRUE(Load("x\r\n+ \r\n"));
+    EXPECT_EQ(Keywords(filter_.high), (std::vector<std::string>{""}));
+    EXPECT_TRUE(Keywords(filter_.low).empty()); /* the single byte is skipped */
+    EXPECT_EQ(MatchKeywordFilter(&filter_, "anything at all"), kPriorityHigh);
+}
+
+TEST_F(KeywordFilterTest, MissingFileIsAnEmptyFilter)
+{
+    ASSERT_TRUE(Load("+ old\r\n"));
+    ASSERT_TRUE(DeleteFileW(path_.c_str()));
+    ASSERT_TRUE(LoadKeywordFilter(&filter_, path_.c_str())); /* empties the old keywords first */
+    EXPECT_EQ(filter_.high, nullptr);
+    EXPECT_EQ(filter_.low, nullptr);
+    EXPECT_EQ(MatchKeywordFilter(&filter_, "old"), kPriorityNormal);
+}
+
+TEST_F(KeywordFilterTest, OverLongLineEndsTheLoadQuietly)
+{
+    ASSERT_TRUE(Load("+ before\r\n- " + std::string(598, 'L') + "\r\n+ after\r\n"));
+    EXPECT_EQ(Keywords(filter_.high), (std::vector<std::string>{"before"}));
+    EXPECT_TRUE(Keywords(filter_.low).empty());
+    /* 507 keyword bytes: mark, blank, keyword, CR LF and a NUL fill the
+     * 512-byte line buffer. */
+    ASSERT_TRUE(Load("+ " + std::string(507, 'k') + "\r\n+ after\r\n"));
+    EXPECT_EQ(Keywords(filter_.high).size(), 2u);
+    ASSERT_TRUE(Load("+ " + std::string(508, 'k') + "\r\n+ after\r\n"));
+    EXPECT_TRUE(Keywords(filter_.high).empty());
+}
+
+TEST_F(KeywordFilterTest, LastLineWithoutLineEndAndLoneLf)
+{
+    ASSERT_TRUE(Load("+ a\nb\r\n- tail"));
+    EXPECT_EQ(Keywords(filter_.high), (std::vector<std::string>{"a\nb"}));
+    EXPECT_EQ(Keywords(filter_.low), (std::vector<std::string>{"tail"}));
+}
+
+TEST_F(KeywordFilterTest, UnopenableFileFails)
+{
+    /* A folder of that name cannot be opened as a file. */
+    std::wstring folder = folder_.file(L"sub.flt");
+    ASSERT_TRUE(CreateDirectoryW(folder.c_str(), nullptr));
+    EXPECT_FALSE(LoadKeywordFilter(&filter_, folder.c_str()));
+    EXPECT_NE(GetLastError(), (DWORD)ERROR_FILE_NOT_FOUND);
+}
