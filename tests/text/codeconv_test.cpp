@@ -32,8 +32,8 @@ std::string Bytes(std::initializer_list<int> values)
  * other bytes are poisoned, and checks the result stays inside it. */
 std::string LineToSjis(const std::string &line)
 {
-    std::vector<char> source(line.begin(), line.end());
-    source.push_back('\0');
+    std::vector<char> source(line.size() + 1, '\0');
+    memcpy(source.data(), line.data(), line.size());
     size_t source_length = strlen(source.data());
     std::vector<char> destination(source_length + 1, '\xCC');
     JisLineToSjis(source.data(), destination.data());
@@ -45,7 +45,10 @@ std::string LineToSjis(const std::string &line)
 
 std::string ToJis(const std::string &text)
 {
-    char *jis = SjisToJis(text.c_str());
+    /* A buffer of exactly the text's size, so reading past it shows. */
+    std::vector<char> source(text.size() + 1, '\0');
+    memcpy(source.data(), text.data(), text.size());
+    char *jis = SjisToJis(source.data());
     EXPECT_NE(jis, nullptr);
     if (!jis)
         return std::string();
