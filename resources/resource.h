@@ -55,6 +55,10 @@
 #define IDC_ABOUT_NAME          1201
 #define IDC_ABOUT_VERSION       1202
 
+/* ---- controls of the catch-up dialog ---- */
+#define IDC_CATCHUP_LOCAL       1019
+#define IDC_CATCHUP_SERVER      1020
+
 /* ---- child window ids of the frame ---- */
 #define IDC_GROUP_VIEW          101
 #define IDC_ARTICLE_VIEW        104

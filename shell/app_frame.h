@@ -8,6 +8,7 @@
 #include <windows.h>
 
 #include "settings/settings.h"
+#include "views/group_view.h"
 
 #define PELNOR_FRAME_CLASS L"PelnorMainFrmWnd"
 
@@ -32,6 +33,7 @@ struct AppFrame {
     HMENU articlePopup;   /* drop-down of article bar button 40088 */
     HACCEL accelerators;  /* table 131 */
     DWORD busy;           /* 1 while a modal operation or a run is under way */
+    GroupView *groupView; /* owned; made before the window */
     ViewKind currentView;
     DWORD currentGroupRow;
     DWORD viewReadArticle;   /* ViewReadArticle */

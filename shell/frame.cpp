@@ -1,5 +1,7 @@
 #include "app_frame.h"
 
+#include <stdlib.h>
+
 #include "resources/resource.h"
 #include "shell/res_text.h"
 #include "store/data_folder.h"
@@ -16,6 +18,8 @@ void AppFrameInit(AppFrame *frame, HINSTANCE instance)
 
 void AppFrameDestroy(AppFrame *frame)
 {
+    free(frame->groupView);
+    frame->groupView = nullptr;
     if (frame->settings.ArticleFont)
         DeleteObject(frame->settings.ArticleFont);
     if (frame->settings.SubjectFont)
@@ -31,5 +35,5 @@ int ReloadData(AppFrame *frame)
         ShowLastErrorBoxRes(IDS_DATA_INIT_FAILED, IDS_CAPTION_PELNOR, MB_ICONERROR);
         return 0;
     }
-    return 1;
+    return GroupViewReload(frame->groupView, frame->settings.DataPath);
 }

@@ -2,6 +2,9 @@
 
 #include "resources/resource.h"
 #include "shell/about_box.h"
+#include "shell/catchup_command.h"
+#include "shell/delete_read_command.h"
+#include "shell/view_switch.h"
 
 void UpdateCheckMarks(AppFrame *frame)
 {
@@ -23,10 +26,20 @@ void FrameCommand(AppFrame *frame, UINT id, UINT code)
     case IDM_EXIT:
         SendMessageW(frame->mainWindow, WM_CLOSE, 0, 0);
         break;
+    case IDM_DELETE_READ:
+        DeleteReadCommand(frame);
+        break;
     case IDM_ABOUT:
         frame->busy = 1;
         RunAboutBox(frame->instance, frame->mainWindow);
         frame->busy = 0;
+        break;
+    case IDM_CATCHUP:
+        CatchUpCommand(frame);
+        break;
+    case IDM_DRAFTS_GROUPS:
+    case IDM_SUBJECT_BACK:
+        SwitchToGroupView(frame, false);
         break;
     }
 }

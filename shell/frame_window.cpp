@@ -6,6 +6,7 @@
 
 #include <commctrl.h>
 #include <stdio.h>
+#include <stdlib.h>
 
 #include "platform/frame_size.h"
 #include "platform/menubar.h"
@@ -13,6 +14,7 @@
 #include "text/widestr.h"
 #include "shell/frame_commands.h"
 #include "shell/res_text.h"
+#include "shell/view_switch.h"
 
 namespace {
 
@@ -111,25 +113,33 @@ bool OnCreate(AppFrame *frame)
         return false;
     }
 
+    RECT panes;
+    GetClientRect(frame->mainWindow, &panes);
+    panes.bottom -= MenuBarHeight(frame->groupMenuBar);
+    if (!GroupViewCreate(frame->groupView, frame->mainWindow, L"Group", &panes, IDC_GROUP_VIEW, frame->instance))
+        return false;
+
     ReadViewOptions(frame);
     UpdateCheckMarks(frame);
     SetFrameIcon(frame);
 
     ReloadData(frame);
-    frame->currentView = kGroupView;
+    SwitchToGroupView(frame, true);
     return true;
 }
 
 void OnDestroy(AppFrame *frame)
 {
-    (void)frame;
+    if (frame->groupView->list)
+        GroupViewSaveWidths(frame->groupView);
     PostQuitMessage(0);
 }
 
 void OnSize(AppFrame *frame)
 {
     HWND bars[] = {frame->groupMenuBar, frame->subjectMenuBar, frame->articleMenuBar};
-    LayoutFramePanes(frame->mainWindow, bars, 3, nullptr, 0);
+    HWND panes[] = {frame->groupView->list};
+    LayoutFramePanes(frame->mainWindow, bars, 3, panes, 1);
 }
 
 LRESULT CALLBACK FrameWindowProc(HWND window, UINT msg, WPARAM wp, LPARAM lp)
@@ -145,6 +155,10 @@ LRESULT CALLBACK FrameWindowProc(HWND window, UINT msg, WPARAM wp, LPARAM lp)
     case WM_SIZE:
         if (frame)
             OnSize(frame);
+        return 0;
+    case WM_SETFOCUS:
+        if (frame)
+            FocusCurrentView(frame);
         return 0;
     case WM_COMMAND:
         if (frame)
@@ -181,6 +195,13 @@ int RegisterFrameClass(HINSTANCE instance)
 
 HWND CreateMainFrame(AppFrame *frame, int show)
 {
+    frame->groupView = (GroupView *)malloc(sizeof(GroupView));
+    if (!frame->groupView) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    GroupViewInit(frame->groupView);
+
     HWND window = CreateWindowExW(0, PELNOR_FRAME_CLASS, L"Pelnor", WS_VISIBLE, CW_USEDEFAULT, CW_USEDEFAULT,
                                   CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr, frame->instance, frame);
     if (!window || !IsWindow(window)) {

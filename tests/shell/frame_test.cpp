@@ -7,6 +7,7 @@
 #include "platform/menubar.h"
 #include "resources/resource.h"
 #include "shell/app_frame.h"
+#include "support/frame_fixture.h"
 #include "support/gui_helper.h"
 #include "support/registry_fixture.h"
 #include "support/temp_folder.h"
@@ -39,40 +40,7 @@ HMENU DropDown(HWND bar, UINT button)
     return (HMENU)SendMessageW(bar, SHCMBM_GETSUBMENU, 0, button);
 }
 
-class FrameTest : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        DeletePelnorKey();
-        static bool registered = RegisterFrameClass(GetModuleHandleW(nullptr)) != 0;
-        ASSERT_TRUE(registered);
-        AppFrameInit(&frame_, GetModuleHandleW(nullptr));
-    }
-
-    void TearDown() override
-    {
-        if (frame_.mainWindow && IsWindow(frame_.mainWindow))
-            DestroyWindow(frame_.mainWindow);
-        PumpPending(); /* takes the frame's WM_QUIT off the queue */
-        AppFrameDestroy(&frame_);
-        DeletePelnorKey();
-    }
-
-    HWND Start(const std::wstring &data_path)
-    {
-        SeedCompleteSettings(data_path);
-        return CreateMainFrame(&frame_, SW_SHOWNORMAL);
-    }
-
-    bool Pump(const std::function<bool()> &done)
-    {
-        return PumpUntil(done, 20000, frame_.mainWindow, frame_.accelerators);
-    }
-
-    TempFolder data_;
-    AppFrame frame_;
-    ModalWatcher watcher_;
-};
+class FrameTest : public FrameFixture {};
 
 TEST_F(FrameTest, StartsWithTheGroupMenuBarAndItsDropDowns)
 {

@@ -98,7 +98,8 @@ void ModalWatcher::Activated(HWND window)
     static const int ids[] = {IDOK, IDCANCEL, IDABORT, IDRETRY, IDIGNORE, IDYES, IDNO};
     for (int id : ids) {
         HWND button = GetDlgItem(window, id);
-        if (button && IsWindowVisible(button))
+        /* The box itself is not shown yet: look at the button's own style. */
+        if (button && (GetWindowLongW(button, GWL_STYLE) & WS_VISIBLE))
             box.buttons.push_back(id);
     }
     int answer;

@@ -1,0 +1,261 @@
+#include <gtest/gtest.h>
+
+#include <windows.h>
+#include <commctrl.h>
+
+#include "resources/resource.h"
+#include "shell/app_frame.h"
+#include "store/store_test_util.h"
+#include "support/frame_fixture.h"
+#include "support/gui_helper.h"
+#include "support/registry_fixture.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+/* A group of `articles` stored articles whose first `read` are read: the
+ * log and the index, built from their layouts. */
+void WriteGroup(const TempFolder &data, const std::string &group, int articles, int read)
+{
+    std::string log, records;
+    for (int i = 0; i < articles; i++) {
+        std::string subject = "Subject: article " + std::to_string(i) + "\r\n";
+        std::string bytes = ArticleBytes({"From: a@example.jp\r\n", subject}, 100 + i, {"body\r\n"});
+        RecordFields r;
+        r.flags = i < read ? 1 : 0;
+        r.number = 100 + i;
+        r.offset = (uint32_t)log.size();
+        r.length = (uint32_t)bytes.size();
+        r.subject = "article " + std::to_string(i);
+        r.from = "a@example.jp";
+        r.subject_offset = r.offset + 20 + 9;
+        r.subject_length = (uint32_t)subject.size() - 11;
+        records += RecordBytes(r);
+        log += bytes;
+    }
+    HeaderFields h;
+    h.last_fetched = 100 + articles - 1;
+    h.server_last = 100 + articles - 1;
+    h.record_count = articles;
+    h.unread = articles - read;
+    std::wstring stem = data.path() + std::wstring(group.begin(), group.end());
+    ASSERT_TRUE(WriteFileBytes(stem + L".log", log));
+    ASSERT_TRUE(WriteFileBytes(stem + L".idx", HeaderBytes(h) + records));
+}
+
+class CommandTest : public FrameFixture {
+protected:
+    void Start()
+    {
+        ASSERT_NE(FrameFixture::Start(), nullptr);
+        list_ = frame_.groupView->list;
+    }
+
+    void SelectRow(int row)
+    {
+        LVITEMW item = {};
+        item.stateMask = LVIS_SELECTED | LVIS_FOCUSED;
+        item.state = LVIS_SELECTED | LVIS_FOCUSED;
+        SendMessageW(list_, LVM_SETITEMSTATE, row, (LPARAM)&item);
+    }
+
+    /* Answers the catch-up dialog with the two boxes and OK, or Cancel. */
+    void AnswerCatchUp(bool local, bool server, bool ok = true)
+    {
+        watcher_.SetDialogHandler([=](HWND dialog) {
+            dialog_title_ = WindowText(dialog);
+            local_text_ = WindowText(GetDlgItem(dialog, IDC_CATCHUP_LOCAL));
+            server_text_ = WindowText(GetDlgItem(dialog, IDC_CATCHUP_SERVER));
+            started_unchecked_ = IsDlgButtonChecked(dialog, IDC_CATCHUP_LOCAL) == BST_UNCHECKED &&
+                                 IsDlgButtonChecked(dialog, IDC_CATCHUP_SERVER) == BST_UNCHECKED;
+            busy_inside_ = frame_.busy;
+            if (local)
+                CheckDlgButton(dialog, IDC_CATCHUP_LOCAL, BST_CHECKED);
+            if (server)
+                CheckDlgButton(dialog, IDC_CATCHUP_SERVER, BST_CHECKED);
+            PostMessageW(dialog, WM_COMMAND, ok ? IDOK : IDCANCEL, 0);
+        });
+    }
+
+    HWND list_ = nullptr;
+    std::wstring dialog_title_, local_text_, server_text_;
+    bool started_unchecked_ = false;
+    DWORD busy_inside_ = 0;
+};
+
+TEST_F(CommandTest, FrameShowsTheSubscribedGroupsAtStart)
+{
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.a\r\nfj.b\r\n"));
+    WriteGroup(data_, "fj.a", 3, 1);
+    WriteGroup(data_, "fj.b", 0, 0);
+    Start();
+    EXPECT_EQ(GetDlgCtrlID(list_), IDC_GROUP_VIEW);
+    EXPECT_EQ(WindowText(list_), L"Group");
+    EXPECT_TRUE(IsWindowVisible(list_));
+    ASSERT_EQ(ListViewRowCount(list_), 2);
+    EXPECT_EQ(ListViewText(list_, 0, 1), L"2");
+    EXPECT_EQ(ListViewText(list_, 0, 2), L"3");
+    EXPECT_EQ(GetFocus(), list_);
+
+    /* The pane fills the client area above the menu bar. */
+    RECT client, pane, bar;
+    GetClientRect(frame_.mainWindow, &client);
+    GetWindowRect(list_, &pane);
+    GetWindowRect(frame_.groupMenuBar, &bar);
+    EXPECT_EQ(pane.right - pane.left, client.right);
+    EXPECT_EQ(pane.bottom, bar.top);
+}
+
+TEST_F(CommandTest, WidthsAreSavedWhenTheFrameCloses)
+{
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), ""));
+    Start();
+    SendMessageW(list_, LVM_SETCOLUMNWIDTH, 1, 66);
+    SendMessageW(frame_.mainWindow, WM_CLOSE, 0, 0);
+    DWORD width = 0, size = sizeof width;
+    ASSERT_EQ(RegGetValueW(HKEY_CURRENT_USER, L"Software\\marrowby\\Pelnor\\GroupView", L"ureadWidth",
+                           RRF_RT_REG_DWORD, nullptr, &width, &size),
+              ERROR_SUCCESS);
+    EXPECT_EQ(width, 66u);
+}
+
+TEST_F(CommandTest, CatchUpLocalMarksEveryStoredArticleRead)
+{
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.a\r\nfj.b\r\n"));
+    WriteGroup(data_, "fj.a", 2, 0);
+    WriteGroup(data_, "fj.b", 3, 1);
+    Start();
+    SelectRow(1);
+    AnswerCatchUp(true, false);
+    Command(IDM_CATCHUP);
+
+    EXPECT_EQ(dialog_title_, L"記事の読み飛ばし");
+    EXPECT_EQ(local_text_, L"現在保持している記事を既読に");
+    EXPECT_EQ(server_text_, L"現在ｻｰﾊﾞにある記事は読まない");
+    EXPECT_TRUE(started_unchecked_);
+    EXPECT_EQ(busy_inside_, 1u);
+    EXPECT_EQ(frame_.busy, 0u);
+
+    std::string index = FileBytes(data_.file(L"fj.b.idx"));
+    ASSERT_EQ(index.size(), 100u + 3 * 92);
+    EXPECT_EQ(ReadU32(index, 88), 0u); /* unread */
+    for (int i = 0; i < 3; i++)
+        EXPECT_EQ(ReadU32(index, 100 + 92 * i) & 1, 1u) << i;
+    EXPECT_EQ(ReadU32(index, 4), 102u); /* last fetched untouched */
+    EXPECT_EQ(ListViewText(list_, 1, 1), L"0");
+    EXPECT_EQ(ReadU32(FileBytes(data_.file(L"fj.a.idx")), 88), 2u);
+    EXPECT_TRUE(watcher_.boxes().empty());
+}
+
+TEST_F(CommandTest, CatchUpServerMarksTheGroupAndReloads)
+{
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.a\r\n"));
+    WriteGroup(data_, "fj.a", 2, 0);
+    Start();
+    AnswerCatchUp(false, true);
+    Command(IDM_CATCHUP);
+    std::string index = FileBytes(data_.file(L"fj.a.idx"));
+    EXPECT_EQ(ReadU32(index, 4), 0xFFFFFFFFu);
+    EXPECT_EQ(ReadU32(index, 88), 2u); /* stored articles stay unread */
+    EXPECT_EQ(ListViewText(list_, 0, 4), L"Catchup");
+}
+
+TEST_F(CommandTest, CatchUpWithNothingTickedOrCancelChangesNothing)
+{
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.a\r\n"));
+    WriteGroup(data_, "fj.a", 2, 1);
+    Start();
+    std::string before = FileBytes(data_.file(L"fj.a.idx"));
+    AnswerCatchUp(false, false);
+    Command(IDM_CATCHUP);
+    EXPECT_EQ(FileBytes(data_.file(L"fj.a.idx")), before);
+    AnswerCatchUp(true, true, false);
+    Command(IDM_CATCHUP);
+    EXPECT_EQ(FileBytes(data_.file(L"fj.a.idx")), before);
+    EXPECT_EQ(watcher_.dialog_titles().size(), 2u);
+    EXPECT_EQ(frame_.busy, 0u);
+}
+
+TEST_F(CommandTest, CatchUpWithoutSelectionOpensNoDialog)
+{
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), ""));
+    Start();
+    AnswerCatchUp(true, true);
+    Command(IDM_CATCHUP);
+    EXPECT_TRUE(watcher_.dialog_titles().empty());
+    EXPECT_EQ(frame_.busy, 0u);
+}
+
+TEST_F(CommandTest, CatchUpOfAnUnreadableIndexIsReported)
+{
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.a\r\n"));
+    WriteGroup(data_, "fj.a", 1, 0);
+    Start();
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"fj.a.idx"), "short"));
+    AnswerCatchUp(true, true);
+    Command(IDM_CATCHUP);
+    EXPECT_TRUE(watcher_.dialog_titles().empty());
+    ASSERT_EQ(watcher_.boxes().size(), 1u);
+    EXPECT_EQ(watcher_.boxes()[0].caption, L"PELNOR");
+    EXPECT_EQ(watcher_.boxes()[0].text, L"インデックスの初期化に失敗しました(13)");
+    EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONERROR);
+    EXPECT_EQ(frame_.busy, 0u);
+}
+
+TEST_F(CommandTest, DeleteReadGoesOnPastAFailingGroup)
+{
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.some\r\nfj.nolog\r\nfj.all\r\nfj.none\r\n"));
+    WriteGroup(data_, "fj.some", 3, 2);
+    WriteGroup(data_, "fj.nolog", 2, 1);
+    WriteGroup(data_, "fj.all", 2, 2);
+    WriteGroup(data_, "fj.none", 2, 0);
+    Start();
+    DeleteFileW(data_.file(L"fj.nolog.log").c_str());
+    std::string none_log = FileBytes(data_.file(L"fj.none.log"));
+
+    watcher_.QueueAnswer(IDYES);
+    Command(IDM_DELETE_READ);
+
+    ASSERT_EQ(watcher_.boxes().size(), 2u);
+    EXPECT_EQ(watcher_.boxes()[0].caption, L"Delete read articles");
+    EXPECT_EQ(watcher_.boxes()[0].text, L"既読記事を削除しますか?");
+    EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONQUESTION);
+    EXPECT_EQ(watcher_.boxes()[0].buttons, (std::vector<int>{IDYES, IDNO}));
+    EXPECT_EQ(watcher_.boxes()[1].caption, L"fj.nolog");
+    EXPECT_EQ(watcher_.boxes()[1].text, L"既読記事の削除に失敗しました(2)");
+    EXPECT_EQ(watcher_.boxes()[1].icon, (UINT)MB_ICONEXCLAMATION);
+
+    EXPECT_EQ(ReadU32(FileBytes(data_.file(L"fj.some.idx")), 16), 1u);
+    EXPECT_EQ(FileBytes(data_.file(L"fj.all.idx")).size(), 100u);
+    EXPECT_EQ(FileBytes(data_.file(L"fj.all.log")), "");
+    EXPECT_EQ(FileBytes(data_.file(L"fj.none.log")), none_log);
+    /* The view was reloaded: the first group now holds one article. */
+    EXPECT_EQ(ListViewText(list_, 0, 2), L"1");
+    EXPECT_EQ(ListViewText(list_, 2, 2), L"0");
+}
+
+TEST_F(CommandTest, DeleteReadAnsweredNoChangesNothing)
+{
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.some\r\n"));
+    WriteGroup(data_, "fj.some", 3, 2);
+    Start();
+    std::string index = FileBytes(data_.file(L"fj.some.idx"));
+    watcher_.QueueAnswer(IDNO);
+    Command(IDM_DELETE_READ);
+    EXPECT_EQ(watcher_.boxes().size(), 1u);
+    EXPECT_EQ(FileBytes(data_.file(L"fj.some.idx")), index);
+}
+
+TEST_F(CommandTest, DeleteReadWithoutAGroupFileIsReported)
+{
+    Start();
+    DeleteFileW(data_.file(L"group.dat").c_str());
+    watcher_.QueueAnswer(IDYES);
+    Command(IDM_DELETE_READ);
+    ASSERT_EQ(watcher_.boxes().size(), 2u);
+    EXPECT_EQ(watcher_.boxes()[1].caption, L"PELNOR");
+    EXPECT_EQ(watcher_.boxes()[1].text, L"グループ一覧が開けませんでした(2)");
+    EXPECT_EQ(watcher_.boxes()[1].icon, (UINT)MB_ICONERROR);
+}
+
+} // namespace

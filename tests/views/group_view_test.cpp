@@ -1,0 +1,268 @@
+#include <gtest/gtest.h>
+
+#include <windows.h>
+#include <commctrl.h>
+
+#include "resources/resource.h"
+#include "store/store_test_util.h"
+#include "support/gui_helper.h"
+#include "support/registry_fixture.h"
+#include "support/temp_folder.h"
+#include "views/group_view.h"
+
+namespace {
+
+const wchar_t kWidthKey[] = L"Software\\marrowby\\Pelnor\\GroupView";
+
+class GroupViewTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        DeletePelnorKey();
+        parent_ = CreateWindowExW(0, L"STATIC", L"parent", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 400, 300,
+                                  nullptr, nullptr, nullptr, nullptr);
+        GroupViewInit(&view_);
+    }
+    void TearDown() override
+    {
+        DestroyWindow(parent_);
+        DeletePelnorKey();
+    }
+
+    void Create()
+    {
+        RECT rc = {0, 0, 400, 250};
+        ASSERT_TRUE(GroupViewCreate(&view_, parent_, L"Group", &rc, IDC_GROUP_VIEW, GetModuleHandleW(nullptr)));
+    }
+
+    void WriteIndex(const wchar_t *group, const HeaderFields &header)
+    {
+        ASSERT_TRUE(WriteFileBytes(data_.file(std::wstring(group) + L".idx"), HeaderBytes(header)));
+    }
+
+    std::wstring Heading(int column)
+    {
+        wchar_t text[64] = L"";
+        LVCOLUMNW col = {};
+        col.mask = LVCF_TEXT;
+        col.pszText = text;
+        col.cchTextMax = 64;
+        SendMessageW(view_.list, LVM_GETCOLUMNW, column, (LPARAM)&col);
+        return text;
+    }
+
+    int Width(int column) { return (int)SendMessageW(view_.list, LVM_GETCOLUMNWIDTH, column, 0); }
+
+    int Selected() { return (int)SendMessageW(view_.list, LVM_GETNEXTITEM, (WPARAM)-1, LVNI_SELECTED); }
+    int Focused() { return (int)SendMessageW(view_.list, LVM_GETNEXTITEM, (WPARAM)-1, LVNI_FOCUSED); }
+
+    void Select(int row)
+    {
+        LVITEMW item = {};
+        item.stateMask = LVIS_SELECTED | LVIS_FOCUSED;
+        item.state = LVIS_SELECTED | LVIS_FOCUSED;
+        SendMessageW(view_.list, LVM_SETITEMSTATE, row, (LPARAM)&item);
+    }
+
+    DWORD StoredWidth(const wchar_t *name)
+    {
+        DWORD value = 0, size = sizeof value, type = 0;
+        EXPECT_EQ(RegGetValueW(HKEY_CURRENT_USER, kWidthKey, name, RRF_RT_ANY, &type, &value, &size),
+                  ERROR_SUCCESS)
+            << name;
+        EXPECT_EQ(type, (DWORD)REG_DWORD) << name;
+        return value;
+    }
+
+    TempFolder data_;
+    HWND parent_ = nullptr;
+    GroupView view_;
+    ModalWatcher watcher_;
+};
+
+TEST_F(GroupViewTest, ColumnsComeOutInTheirScreenOrderWithDefaultWidths)
+{
+    Create();
+    EXPECT_EQ(ClassNameOf(view_.list), L"SysListView32");
+    EXPECT_EQ(GetDlgCtrlID(view_.list), IDC_GROUP_VIEW);
+    LONG style = GetWindowLongW(view_.list, GWL_STYLE);
+    EXPECT_EQ(style & LVS_TYPEMASK, LVS_REPORT);
+    EXPECT_TRUE(style & LVS_SINGLESEL);
+    EXPECT_TRUE(style & LVS_SHOWSELALWAYS);
+
+    const wchar_t *headings[] = {L"ﾆｭｰｽｸﾞﾙｰﾌﾟ", L"未読", L"記事数", L"状態", L"現在", L"最大"};
+    const int widths[] = {100, 40, 40, 150, 60, 60};
+    for (int i = 0; i < 6; i++) {
+        EXPECT_EQ(Heading(i), headings[i]) << i;
+        EXPECT_EQ(Width(i), widths[i]) << i;
+    }
+}
+
+TEST_F(GroupViewTest, WidthsComeFromAndGoBackToTheirRegistryValues)
+{
+    SetPelnorDword(L"ureadWidth", 55, L"GroupView");
+    SetPelnorDword(L"StatusWidth", 123, L"GroupView");
+    Create();
+    EXPECT_EQ(Width(kColumnUnread), 55);
+    EXPECT_EQ(Width(kColumnStatus), 123);
+    EXPECT_EQ(Width(kColumnArticles), 40);
+
+    SendMessageW(view_.list, LVM_SETCOLUMNWIDTH, kColumnCurrent, 77);
+    SendMessageW(view_.list, LVM_SETCOLUMNWIDTH, kColumnNewsgroup, 140);
+    ASSERT_TRUE(GroupViewSaveWidths(&view_));
+    EXPECT_EQ(StoredWidth(L"NewsgroupWidth"), 140u);
+    EXPECT_EQ(StoredWidth(L"ureadWidth"), 55u);
+    EXPECT_EQ(StoredWidth(L"artsWidth"), 40u);
+    EXPECT_EQ(StoredWidth(L"StatusWidth"), 123u);
+    EXPECT_EQ(StoredWidth(L"curWidth"), 77u);
+    EXPECT_EQ(StoredWidth(L"maxWidth"), 60u);
+}
+
+TEST_F(GroupViewTest, AWidthFallsBackOnlyWhenItCannotBeRead)
+{
+    HKEY key;
+    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, kWidthKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
+              ERROR_SUCCESS);
+    /* Four bytes of another type read like a number; eight bytes do not fit. */
+    const BYTE four[4] = {70, 0, 0, 0};
+    const BYTE eight[8] = {90, 0, 0, 0, 0, 0, 0, 0};
+    RegSetValueExW(key, L"artsWidth", 0, REG_BINARY, four, 4);
+    RegSetValueExW(key, L"maxWidth", 0, REG_BINARY, eight, 8);
+    RegCloseKey(key);
+    Create();
+    EXPECT_EQ(Width(kColumnArticles), 70);
+    EXPECT_EQ(Width(kColumnMaximum), 60);
+}
+
+TEST_F(GroupViewTest, ReloadShowsEachGroupsHeader)
+{
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"),
+                               "fj.comp.misc\r\n# a comment\r\n\r\nfj.news.group\r\njapan.test\r\n"));
+    HeaderFields misc;
+    misc.last_fetched = 1200;
+    misc.server_last = 1250;
+    misc.record_count = 30;
+    misc.unread = 12;
+    misc.status = "\x38\x8C\x8F\x82\xCC\x8B\x4C\x8E\x96\x82\xF0\x8E\xE6\x93\xBE\x82\xB5\x82\xDC\x82\xB5\x82\xBD\x81\x42"; /* 8件の記事を取得しました。 */
+    WriteIndex(L"fj.comp.misc", misc);
+    HeaderFields caught;
+    caught.last_fetched = 0xFFFFFFFF;
+    caught.server_last = 77;
+    WriteIndex(L"fj.news.group", caught);
+    WriteIndex(L"japan.test", HeaderFields());
+
+    Create();
+    ASSERT_TRUE(GroupViewReload(&view_, data_.path().c_str()));
+    ASSERT_EQ(ListViewRowCount(view_.list), 3);
+
+    EXPECT_EQ(ListViewText(view_.list, 0, 0), L"fj.comp.misc");
+    EXPECT_EQ(ListViewText(view_.list, 0, kColumnUnread), L"12");
+    EXPECT_EQ(ListViewText(view_.list, 0, kColumnArticles), L"30");
+    EXPECT_EQ(ListViewText(view_.list, 0, kColumnStatus), L"8件の記事を取得しました。");
+    EXPECT_EQ(ListViewText(view_.list, 0, kColumnCurrent), L"1200");
+    EXPECT_EQ(ListViewText(view_.list, 0, kColumnMaximum), L"1250");
+
+    EXPECT_EQ(ListViewText(view_.list, 1, 0), L"fj.news.group");
+    EXPECT_EQ(ListViewText(view_.list, 1, kColumnCurrent), L"Catchup");
+    EXPECT_EQ(ListViewText(view_.list, 1, kColumnMaximum), L"77");
+    EXPECT_EQ(ListViewText(view_.list, 1, kColumnStatus), L"");
+
+    EXPECT_EQ(ListViewText(view_.list, 2, 0), L"japan.test");
+    EXPECT_EQ(ListViewText(view_.list, 2, kColumnUnread), L"0");
+    EXPECT_EQ(ListViewText(view_.list, 2, kColumnCurrent), L"0");
+
+    EXPECT_EQ(Selected(), 0);
+    EXPECT_EQ(Focused(), 0);
+    EXPECT_TRUE(watcher_.boxes().empty());
+
+    /* A reload selects the first row whatever was selected before. */
+    Select(2);
+    ASSERT_EQ(Selected(), 2);
+    ASSERT_TRUE(GroupViewReload(&view_, data_.path().c_str()));
+    EXPECT_EQ(Selected(), 0);
+    EXPECT_EQ(Focused(), 0);
+}
+
+TEST_F(GroupViewTest, EmptyGroupFileGivesAnEmptyListWithoutSelection)
+{
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), ""));
+    Create();
+    ASSERT_TRUE(GroupViewReload(&view_, data_.path().c_str()));
+    EXPECT_EQ(ListViewRowCount(view_.list), 0);
+    EXPECT_EQ(Selected(), -1);
+    wchar_t name[64];
+    EXPECT_FALSE(GroupViewSelected(&view_, name, 64, nullptr));
+}
+
+TEST_F(GroupViewTest, MissingGroupFileIsReported)
+{
+    Create();
+    EXPECT_FALSE(GroupViewReload(&view_, data_.path().c_str()));
+    ASSERT_EQ(watcher_.boxes().size(), 1u);
+    EXPECT_EQ(watcher_.boxes()[0].caption, L"GROUP");
+    EXPECT_EQ(watcher_.boxes()[0].text, L"グループ一覧が取得できませんでした(2)");
+    EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONERROR);
+    EXPECT_EQ(ListViewRowCount(view_.list), 0);
+}
+
+TEST_F(GroupViewTest, UnreadableIndexStopsTheReloadAtThatGroup)
+{
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "a.good\r\nb.short\r\nc.never\r\n"));
+    WriteIndex(L"a.good", HeaderFields());
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"b.short.idx"), std::string(60, '\0')));
+    WriteIndex(L"c.never", HeaderFields());
+    Create();
+    EXPECT_FALSE(GroupViewReload(&view_, data_.path().c_str()));
+    ASSERT_EQ(watcher_.boxes().size(), 1u);
+    EXPECT_EQ(watcher_.boxes()[0].caption, L"GROUP");
+    EXPECT_EQ(watcher_.boxes()[0].text, L"インデックスファイルの初期化に失敗しました(13)");
+    EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONERROR);
+    /* The rows made so far stay: the failing group's row has its name only. */
+    ASSERT_EQ(ListViewRowCount(view_.list), 2);
+    EXPECT_EQ(ListViewText(view_.list, 0, kColumnUnread), L"0");
+    EXPECT_EQ(ListViewText(view_.list, 1, 0), L"b.short");
+    EXPECT_EQ(ListViewText(view_.list, 1, kColumnUnread), L"");
+}
+
+TEST_F(GroupViewTest, SelectionNextAndUnread)
+{
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "one\r\ntwo\r\n"));
+    WriteIndex(L"one", HeaderFields());
+    WriteIndex(L"two", HeaderFields());
+    Create();
+    ASSERT_TRUE(GroupViewReload(&view_, data_.path().c_str()));
+
+    wchar_t name[64];
+    int row = -1;
+    ASSERT_TRUE(GroupViewSelected(&view_, name, 64, &row));
+    EXPECT_STREQ(name, L"one");
+    EXPECT_EQ(row, 0);
+
+    int moved = 0;
+    ASSERT_TRUE(GroupViewSelectNext(&view_, &moved));
+    EXPECT_EQ(moved, 1);
+    ASSERT_TRUE(GroupViewSelected(&view_, name, 64, &row));
+    EXPECT_STREQ(name, L"two");
+    EXPECT_EQ(row, 1);
+    EXPECT_EQ(Focused(), 1);
+
+    ASSERT_TRUE(GroupViewSelectNext(&view_, &moved));
+    EXPECT_EQ(moved, 0); /* the last row has no next */
+    EXPECT_EQ(Selected(), 1);
+
+    GroupViewSetUnread(&view_, 1, 42);
+    EXPECT_EQ(ListViewText(view_.list, 1, kColumnUnread), L"42");
+
+    /* A short buffer gets a cut, terminated name. */
+    wchar_t tiny[3];
+    ASSERT_TRUE(GroupViewSelected(&view_, tiny, 3, nullptr));
+    EXPECT_STREQ(tiny, L"tw");
+
+    LVITEMW clear = {};
+    clear.stateMask = LVIS_SELECTED;
+    SendMessageW(view_.list, LVM_SETITEMSTATE, (WPARAM)-1, (LPARAM)&clear);
+    EXPECT_FALSE(GroupViewSelected(&view_, name, 64, nullptr));
+    EXPECT_FALSE(GroupViewSelectNext(&view_, &moved));
+}
+
+} // namespace

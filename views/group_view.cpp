@@ -1,0 +1,221 @@
+#include "group_view.h"
+
+#include <commctrl.h>
+#include <stdio.h>
+
+#include "resources/resource.h"
+#include "shell/res_text.h"
+#include "shell/scoped_win.h"
+#include "store/group_file.h"
+#include "store/group_store.h"
+#include "store/index_file.h"
+#include "text/widestr.h"
+
+namespace {
+
+/* Inserted in this order at these indexes: "状態" at 3 pushes "現在" and
+ * "最大" (appended as 3 and 4) to 4 and 5. */
+const GroupViewColumn kColumns[] = {
+    {IDS_COL_NEWSGROUP, L"NewsgroupWidth", kColumnNewsgroup, 100},
+    {IDS_COL_UNREAD, L"ureadWidth", kColumnUnread, 40},
+    {IDS_COL_ARTICLES, L"artsWidth", kColumnArticles, 40},
+    {IDS_COL_CURRENT, L"curWidth", kColumnCurrent, 60},
+    {IDS_COL_MAXIMUM, L"maxWidth", kColumnMaximum, 60},
+    {IDS_COL_STATUS, L"StatusWidth", kColumnStatus, 150},
+    {0xFFFFFFFF, nullptr, 0, 0},
+};
+
+const wchar_t kKeyPath[] = L"Software\\marrowby\\Pelnor\\GroupView";
+
+int OpenWidthKey(const GroupView *view, ScopedRegKey *key)
+{
+    LONG rc = RegCreateKeyExW(HKEY_CURRENT_USER, view->key_path, 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr,
+                              key->receive(), nullptr);
+    if (rc != ERROR_SUCCESS) {
+        SetLastError((DWORD)rc);
+        return 0;
+    }
+    return 1;
+}
+
+int BuildColumns(GroupView *view)
+{
+    ScopedRegKey key;
+    if (!OpenWidthKey(view, &key))
+        return 0;
+    for (const GroupViewColumn *c = view->columns; c->string_id != 0xFFFFFFFF; c++) {
+        wchar_t heading[64] = L"";
+        const wchar_t *loaded = LoadResString(c->string_id);
+        if (loaded)
+            CopyWideText(heading, loaded, 64);
+        DWORD width = 0, size = sizeof width;
+        if (RegQueryValueExW(key.get(), c->value_name, nullptr, nullptr, (BYTE *)&width, &size) != ERROR_SUCCESS)
+            width = (DWORD)c->default_width;
+        LVCOLUMNW col = {};
+        col.mask = LVCF_FMT | LVCF_TEXT | LVCF_WIDTH;
+        col.fmt = LVCFMT_LEFT;
+        col.cx = (int)width;
+        col.pszText = heading;
+        SendMessageW(view->list, LVM_INSERTCOLUMNW, c->column_index, (LPARAM)&col);
+    }
+    return 1;
+}
+
+void SetCell(HWND list, int row, int column, const wchar_t *text)
+{
+    LVITEMW item = {};
+    item.iSubItem = column;
+    item.pszText = (wchar_t *)text;
+    SendMessageW(list, LVM_SETITEMTEXTW, row, (LPARAM)&item);
+}
+
+void SetNumberCell(HWND list, int row, int column, DWORD number)
+{
+    wchar_t text[16];
+    wsprintfW(text, L"%d", (int)number);
+    SetCell(list, row, column, text);
+}
+
+/* Columns 3, 4, 5, 2 and 1 of a row from the group's index header. */
+void FillRow(HWND list, int row, const GroupStore *store)
+{
+    SetCell(list, row, kColumnStatus, GroupStoreStatusText(store));
+    if (GroupStoreLastFetched(store) == kCaughtUpOnServer) {
+        const wchar_t *pending = LoadResString(IDS_CATCHUP_PENDING);
+        SetCell(list, row, kColumnCurrent, pending ? pending : L"");
+    } else {
+        SetNumberCell(list, row, kColumnCurrent, GroupStoreLastFetched(store));
+    }
+    SetNumberCell(list, row, kColumnMaximum, GroupStoreServerLast(store));
+    SetNumberCell(list, row, kColumnArticles, GroupStoreRecordCount(store));
+    SetNumberCell(list, row, kColumnUnread, GroupStoreUnreadCount(store));
+}
+
+int SelectedRow(HWND list)
+{
+    return (int)SendMessageW(list, LVM_GETNEXTITEM, (WPARAM)-1, LVNI_SELECTED);
+}
+
+void SelectRow(HWND list, int row)
+{
+    LVITEMW item = {};
+    item.stateMask = LVIS_SELECTED | LVIS_FOCUSED;
+    item.state = LVIS_SELECTED | LVIS_FOCUSED;
+    SendMessageW(list, LVM_SETITEMSTATE, row, (LPARAM)&item);
+    SendMessageW(list, LVM_ENSUREVISIBLE, row, FALSE);
+}
+
+} // namespace
+
+void GroupViewInit(GroupView *view)
+{
+    view->list = nullptr;
+    view->columns = kColumns;
+    view->key_path = kKeyPath;
+}
+
+int GroupViewCreate(GroupView *view, HWND parent, const wchar_t *caption, const RECT *rect, UINT id,
+                    HINSTANCE instance)
+{
+    view->list = CreateWindowExW(0, WC_LISTVIEWW, caption,
+                                 WS_CHILD | WS_VISIBLE | WS_VSCROLL | WS_HSCROLL | LVS_REPORT | LVS_SINGLESEL |
+                                     LVS_SHOWSELALWAYS,
+                                 rect->left, rect->top, rect->right - rect->left, rect->bottom - rect->top, parent,
+                                 (HMENU)(UINT_PTR)id, instance, nullptr);
+    if (!view->list)
+        return 0;
+    return BuildColumns(view);
+}
+
+void GroupViewShow(GroupView *view, int show)
+{
+    ShowWindow(view->list, show);
+    UpdateWindow(view->list);
+}
+
+int GroupViewReload(GroupView *view, const wchar_t *data_folder)
+{
+    HWND list = view->list;
+    SendMessageW(list, LVM_DELETEALLITEMS, 0, 0);
+
+    GroupFileReader *reader = GroupFileOpen(data_folder);
+    if (!reader) {
+        ShowLastErrorBoxRes(IDS_GROUP_LIST_FAILED, IDS_CAPTION_GROUP, MB_ICONHAND);
+        return 0;
+    }
+    int row = 0;
+    for (const wchar_t *name; (name = GroupFileNext(reader)) != nullptr; row++) {
+        LVITEMW item = {};
+        item.mask = LVIF_TEXT;
+        item.iItem = row;
+        item.pszText = (wchar_t *)name;
+        SendMessageW(list, LVM_INSERTITEMW, 0, (LPARAM)&item);
+
+        GroupStore store;
+        GroupStoreInit(&store);
+        if (!GroupStoreSetNames(&store, data_folder, name) || !IndexReadHeader(&store)) {
+            DWORD error = GetLastError();
+            GroupStoreRelease(&store);
+            GroupFileClose(reader);
+            SetLastError(error);
+            ShowLastErrorBoxRes(IDS_INDEX_FILE_INIT_FAILED, IDS_CAPTION_GROUP, MB_ICONHAND);
+            return 0;
+        }
+        FillRow(list, row, &store);
+        GroupStoreRelease(&store);
+    }
+    GroupFileClose(reader);
+    if (row > 0)
+        SelectRow(list, 0);
+    return 1;
+}
+
+int GroupViewSelected(GroupView *view, wchar_t *name, int size, int *row)
+{
+    int selected = SelectedRow(view->list);
+    if (selected < 0)
+        return 0;
+    LVITEMW item = {};
+    item.iSubItem = 0;
+    item.pszText = name;
+    item.cchTextMax = size;
+    SendMessageW(view->list, LVM_GETITEMTEXTW, selected, (LPARAM)&item);
+    if (row)
+        *row = selected;
+    return 1;
+}
+
+int GroupViewSelectNext(GroupView *view, int *moved)
+{
+    *moved = 0;
+    int selected = SelectedRow(view->list);
+    if (selected < 0)
+        return 0;
+    int count = (int)SendMessageW(view->list, LVM_GETITEMCOUNT, 0, 0);
+    if (selected + 1 < count) {
+        SelectRow(view->list, selected + 1);
+        *moved = 1;
+    }
+    return 1;
+}
+
+void GroupViewSetUnread(GroupView *view, int row, DWORD count)
+{
+    SetNumberCell(view->list, row, kColumnUnread, count);
+}
+
+int GroupViewSaveWidths(GroupView *view)
+{
+    ScopedRegKey key;
+    if (!OpenWidthKey(view, &key))
+        return 0;
+    for (const GroupViewColumn *c = view->columns; c->string_id != 0xFFFFFFFF; c++) {
+        DWORD width = (DWORD)SendMessageW(view->list, LVM_GETCOLUMNWIDTH, c->column_index, 0);
+        LONG rc = RegSetValueExW(key.get(), c->value_name, 0, REG_DWORD, (const BYTE *)&width, sizeof width);
+        if (rc != ERROR_SUCCESS) {
+            SetLastError((DWORD)rc);
+            return 0;
+        }
+    }
+    return 1;
+}

@@ -1,0 +1,65 @@
+/*
+ * The group view: a report list of the subscribed groups, one row per line
+ * of group.dat, with each group's counts from its index header. Column
+ * widths persist under Software\marrowby\Pelnor\GroupView.
+ */
+#ifndef PELNOR_GROUP_VIEW_H
+#define PELNOR_GROUP_VIEW_H
+
+#include <windows.h>
+
+/* One column: heading string, registry value of its width, the index it is
+ * inserted at, its width when the registry has none. */
+struct GroupViewColumn {
+    DWORD string_id; /* 0xFFFFFFFF ends the table */
+    const wchar_t *value_name;
+    int column_index;
+    int default_width;
+};
+
+enum GroupViewColumnIndex {
+    kColumnNewsgroup = 0,
+    kColumnUnread = 1,
+    kColumnArticles = 2,
+    kColumnStatus = 3,
+    kColumnCurrent = 4,
+    kColumnMaximum = 5,
+};
+
+struct GroupView {
+    HWND list;
+    const GroupViewColumn *columns;
+    const wchar_t *key_path;
+};
+
+/* Empty view over the constant column table. */
+void GroupViewInit(GroupView *view);
+
+/* Creates the list control (report, single selection, selection always
+ * shown) and its columns with the stored widths. 0 with the last error when
+ * the control or the registry key cannot be made. */
+int GroupViewCreate(GroupView *view, HWND parent, const wchar_t *caption, const RECT *rect, UINT id,
+                    HINSTANCE instance);
+
+void GroupViewShow(GroupView *view, int show);
+
+/* Fills the rows from group.dat and the groups' index headers, then selects
+ * and focuses row 0. A failure is shown (caption "GROUP") and gives 0; the
+ * rows made so far stay. */
+int GroupViewReload(GroupView *view, const wchar_t *data_folder);
+
+/* The first selected row's group name (at most `size` characters with the
+ * terminator) and, when `row` is given, its index. 0 when none is selected. */
+int GroupViewSelected(GroupView *view, wchar_t *name, int size, int *row);
+
+/* Selects and focuses the row after the selected one; *moved says whether
+ * there was one. 0 when no row is selected. */
+int GroupViewSelectNext(GroupView *view, int *moved);
+
+/* Shows `count` in the unread column of `row`. */
+void GroupViewSetUnread(GroupView *view, int row, DWORD count);
+
+/* Writes each column's width back to the registry. 0 at the first failure. */
+int GroupViewSaveWidths(GroupView *view);
+
+#endif
