@@ -224,8 +224,7 @@ done:
 
 void RunJob(GroupListJob *job)
 {
-    NntpConnection *c = &job->connection;
-    NntpInit(c);
+    NntpConnection *c = &job->connection; /* initialised with the job */
     if (!NntpConnect(c, job->server, (unsigned short)job->port)) {
         SetJobRes(job, IDS_GL_CONNECT, GetLastError());
         NntpClose(c);
