@@ -25,3 +25,22 @@ function(pelnor_native_test name)
   add_test(NAME ${name} COMMAND ${CMAKE_BINARY_DIR}/native/${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT 600)
 endfunction()
+
+# pelnor_fuzz_test(NAME)
+#   A short, repeatable run of a libFuzzer target of the native build, seeded
+#   from tests/native/corpus/NAME. New inputs are kept in memory only; a
+#   crashing input is written to the build folder.
+function(pelnor_fuzz_test name)
+  file(GLOB seeds CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/native/corpus/${name}/*)
+  list(JOIN seeds "," seed_list)
+  set(seed_arguments)
+  if(seed_list)
+    set(seed_arguments -seed_inputs=${seed_list})
+  endif()
+  add_test(NAME ${name}
+           COMMAND ${CMAKE_BINARY_DIR}/native/${name}
+                   -runs=200000 -seed=1 -max_len=1024
+                   ${seed_arguments}
+                   -artifact_prefix=${CMAKE_BINARY_DIR}/native/${name}-)
+  set_tests_properties(${name} PROPERTIES TIMEOUT 600)
+endfunction()

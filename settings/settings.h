@@ -37,30 +37,59 @@ struct Settings {
     wchar_t *DraftPath;        /* owned; DataPath + "\draft\" */
 };
 
-/* Sets the owned texts and font handles to none. */
+/* Clears the record: every number zero, the owned texts and the font
+ * handles none. */
 void InitSettings(Settings *s);
-/* Frees the owned texts; leaves the font handles alone. */
+/* Frees the owned texts and sets them to none; leaves the font handles
+ * alone (the caller deletes them). */
 void FreeSettings(Settings *s);
 
-/* Fills the record from the registry, defaults for missing values.
- * *SettingsComplete is 1 when Server, Port, DataPath and Limit were all
- * present. Returns 1, or 0 with the last error set. */
+/* Fills the record from the registry, creating the program key if missing;
+ * missing values take their defaults and never fail the load. The texts and
+ * fonts already held are replaced. *SettingsComplete is 1 when Server, Port,
+ * DataPath and Limit were all present. A value of another type, or longer
+ * than its field (Server and DataPath 259 characters, EntryName 20,
+ * FontName 31, UserID and Password 255), counts as missing. Returns 1, or 0
+ * with the last error set: the key cannot be opened, an existing UserID or
+ * Password cannot be read, or memory runs out. */
 int LoadSettings(Settings *s, int *SettingsComplete);
 
-/* Writes the record; appends the missing trailing backslash to DataPath. */
+/* Writes the record, stopping at the first failure (last error set). A
+ * non-empty DataPath without a trailing backslash gets one, in the record as
+ * well; when the field has no room for it the save fails with 234 before
+ * anything is written. Password is written only beside a UserID; UserName,
+ * MailAddress and Organization are always written, none as "". */
 int SaveSettings(Settings *s);
 
-/* Names of the values that make the settings complete and are missing from
- * the registry, each after a line break, into `out` (characters). */
+/* Which of Server, Port, DataPath and Limit the load would find missing,
+ * each name after "\r\n", into `out` ("" when none; a name that does not
+ * fit is left out with the rest). Does not create the key. */
 void DescribeMissingSettings(wchar_t *out, size_t out_chars);
 
-/* Replaces *font with a font of the face and height; size -1 gives none. */
+/* Deletes *font if any and makes a font of the face and height in its
+ * place; size -1 leaves none (the views use the system font). */
 int MakeViewFont(const wchar_t *face, LONG size, HFONT *font);
 
-/* One 32-bit value of a subkey of the program key (created if missing). */
+/* View options: REG_DWORD values in subkeys of the program key. */
+static const wchar_t kSubjectViewSubkey[] = L"SubjectView";
+static const wchar_t kArticleViewSubkey[] = L"ArticleView";
+static const wchar_t kViewReadArticleName[] = L"ViewReadArticle";
+static const wchar_t kPriorityViewLevelName[] = L"PriorityViewLevel";
+static const wchar_t kShowArticleHeaderName[] = L"ShowArticleHeader";
+enum {
+    kDefaultViewReadArticle = 0,
+    kDefaultPriorityViewLevel = 1, /* low: every subject */
+    kDefaultShowArticleHeader = 0
+};
+
+/* One 32-bit value of a subkey of the program key; the key and the subkey
+ * are created if missing. A failed read leaves *value alone. */
 int ReadViewOption(const wchar_t *subkey, const wchar_t *name, DWORD *value);
 int WriteViewOption(const wchar_t *subkey, const wchar_t *name, DWORD value);
 
+/* The three options in their subkeys. A failed read returns 0 with the
+ * last error set and the option's default in *value, so a caller may use
+ * *value either way. */
 int ReadViewReadArticle(DWORD *value);
 int WriteViewReadArticle(DWORD value);
 int ReadPriorityViewLevel(DWORD *value);
@@ -68,7 +97,8 @@ int WritePriorityViewLevel(DWORD value);
 int ReadShowArticleHeader(DWORD *value);
 int WriteShowArticleHeader(DWORD value);
 
-/* Digits only, no sign or blanks; the empty text is 0. No overflow check. */
+/* Digits only, no sign or blanks; the empty text is 0. No overflow check:
+ * the number wraps. Fails with 13 and leaves *value alone otherwise. */
 int ParseDecimal(const wchar_t *text, DWORD *value);
 
 /* Removes every trailing backslash in place. */

@@ -3,6 +3,7 @@
 #include <wchar.h>
 
 #include "resources/resource.h"
+#include "text/widestr.h"
 
 namespace {
 
@@ -49,10 +50,21 @@ int ShowLastErrorBox(UINT text_id, const wchar_t *caption, UINT type)
 {
     DWORD error = GetLastError();
     wchar_t caption_copy[1024];
-    lstrcpynW(caption_copy, caption ? caption : L"", 1024);
+    CopyWideText(caption_copy, caption ? caption : L"", 1024);
     const wchar_t *format = LoadResString(text_id);
     SetLastError(error);
     return MessageBoxW(nullptr, FormatLastError(format), caption_copy, type);
+}
+
+int ShowLastErrorBoxRes(UINT text_id, UINT caption_id, UINT type)
+{
+    DWORD error = GetLastError();
+    wchar_t caption[1024] = L"";
+    const wchar_t *loaded = LoadResString(caption_id);
+    if (loaded)
+        CopyWideText(caption, loaded, 1024);
+    SetLastError(error);
+    return ShowLastErrorBox(text_id, caption, type);
 }
 
 int ShowResBox(HWND owner, UINT text_id, UINT caption_id, UINT type)
@@ -60,7 +72,7 @@ int ShowResBox(HWND owner, UINT text_id, UINT caption_id, UINT type)
     wchar_t caption[1024] = L"";
     const wchar_t *loaded = LoadResString(caption_id);
     if (loaded)
-        lstrcpynW(caption, loaded, 1024);
+        CopyWideText(caption, loaded, 1024);
     const wchar_t *text = LoadResString(text_id);
     return MessageBoxW(owner, text ? text : L"", caption, type);
 }

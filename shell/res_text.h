@@ -25,6 +25,9 @@ const wchar_t *FormatLastError(const wchar_t *format);
  * last error is the one current at the call. Returns the box's result. */
 int ShowLastErrorBox(UINT text_id, const wchar_t *caption, UINT type);
 
+/* The same with string `caption_id` as the caption. */
+int ShowLastErrorBoxRes(UINT text_id, UINT caption_id, UINT type);
+
 /* A message box with string `text_id` as text and string `caption_id` as
  * caption. */
 int ShowResBox(HWND owner, UINT text_id, UINT caption_id, UINT type);

@@ -31,3 +31,11 @@ char *ToNarrow(const wchar_t *text)
         narrow[0] = '\0';
     return narrow;
 }
+
+void CopyWideText(wchar_t *dst, const wchar_t *src, size_t capacity)
+{
+    if (capacity == 0)
+        return;
+    wcsncpy(dst, src, capacity - 1);
+    dst[capacity - 1] = L'\0';
+}

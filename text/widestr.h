@@ -12,6 +12,9 @@
 enum { kStoredCodePage = 932 };
 
 wchar_t *ToWide(const char *text);
+
+/* Copies at most capacity - 1 units and always terminates. */
+void CopyWideText(wchar_t *dst, const wchar_t *src, size_t capacity);
 char *ToNarrow(const wchar_t *text);
 
 #endif

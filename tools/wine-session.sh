@@ -52,8 +52,9 @@ start)
     mkdir -p "$prefix"
     wineboot -i >"$session/wineboot.log" 2>&1 </dev/null
     wineserver -w
-    # Japanese faces for the dialog and menu fonts.
-    wine regedit /S "$here/wine-fonts.reg" >/dev/null 2>&1 </dev/null
+    # Japanese faces for the dialog and menu fonts; windows that need no
+    # window manager (Xvfb has none), so hiding one does not wait for it.
+    wine regedit /S "$here/wine-prefix.reg" >/dev/null 2>&1 </dev/null
     wineserver -w
   fi
   wineserver -p </dev/null >/dev/null 2>&1

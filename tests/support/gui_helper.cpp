@@ -177,18 +177,45 @@ namespace {
 
 thread_local UINT t_popup_command;
 thread_local HHOOK t_menu_hook;
+thread_local UINT_PTR t_wake_timer;
+
+/* A thread timer wakes the menu loop, so the filter below runs even when no
+ * other message arrives while the popup is shown. */
+void CALLBACK WakeMenuLoop(HWND, UINT, UINT_PTR, DWORD)
+{
+}
+
+BOOL CALLBACK FindVisiblePopup(HWND window, LPARAM found)
+{
+    if (IsWindowVisible(window) && ClassNameOf(window) == L"#32768") {
+        *(HWND *)found = window;
+        return FALSE;
+    }
+    return TRUE;
+}
+
+/* The popup menu window shown now; earlier ones may linger hidden. */
+HWND VisiblePopupMenu()
+{
+    HWND found = nullptr;
+    EnumThreadWindows(GetCurrentThreadId(), FindVisiblePopup, (LPARAM)&found);
+    return found;
+}
 
 /* While a popup menu is tracked, the system passes each message through this
  * filter: the wanted item is reached with the arrow keys and chosen with
- * Enter, as a user would. */
+ * Enter, as a user would. The filter stays installed for the thread (Wine
+ * stops reading the posted keys when it is removed from inside itself). */
 LRESULT CALLBACK MenuFilter(int code, WPARAM wp, LPARAM lp)
 {
     if (code == MSGF_MENU && t_popup_command) {
-        HWND popup = FindWindowW(L"#32768", nullptr);
+        HWND popup = VisiblePopupMenu();
         HMENU menu = popup ? (HMENU)SendMessageW(popup, 0x01E1 /* MN_GETHMENU */, 0, 0) : nullptr;
         if (menu) {
             UINT wanted = t_popup_command;
             t_popup_command = 0;
+            KillTimer(nullptr, t_wake_timer);
+            t_wake_timer = 0;
             int steps = 0;
             bool found = false;
             for (int i = 0, n = GetMenuItemCount(menu); i < n && !found; i++) {
@@ -206,8 +233,6 @@ LRESULT CALLBACK MenuFilter(int code, WPARAM wp, LPARAM lp)
                     PostMessageW(popup, WM_KEYDOWN, VK_DOWN, 0);
                 PostMessageW(popup, WM_KEYDOWN, VK_RETURN, 0);
             }
-            UnhookWindowsHookEx(t_menu_hook);
-            t_menu_hook = nullptr;
         }
     }
     return CallNextHookEx(nullptr, code, wp, lp);
@@ -218,6 +243,8 @@ LRESULT CALLBACK MenuFilter(int code, WPARAM wp, LPARAM lp)
 void ChooseNextPopupCommand(UINT command_id)
 {
     t_popup_command = command_id;
+    if (!t_wake_timer)
+        t_wake_timer = SetTimer(nullptr, 0, 50, WakeMenuLoop);
     if (!t_menu_hook)
         t_menu_hook = SetWindowsHookExW(WH_MSGFILTER, MenuFilter, nullptr, GetCurrentThreadId());
 }

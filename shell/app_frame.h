@@ -1,0 +1,70 @@
+/*
+ * The main frame: one top-level window that owns the panes, the three Pocket
+ * PC menu bars, the settings and the view options for the program's life.
+ */
+#ifndef PELNOR_APP_FRAME_H
+#define PELNOR_APP_FRAME_H
+
+#include <windows.h>
+
+#include "settings/settings.h"
+
+#define PELNOR_FRAME_CLASS L"PelnorMainFrmWnd"
+
+/* Messages the frame accepts from other threads and windows. */
+enum : UINT {
+    WM_PELNOR_START_RUN = 0x0400,    /* the dial-up line is up: start the run */
+    WM_PELNOR_HANG_UP = 0x0401,      /* enable the frame and hang up */
+    WM_PELNOR_RUN_FINISHED = 0x8001, /* lParam: the finished download job */
+    WM_PELNOR_ACTIVATE = 0x8002,     /* posted by a second instance */
+};
+
+enum ViewKind { kGroupView = 0, kSubjectView = 1, kArticleView = 2, kDraftsView = 3 };
+
+struct AppFrame {
+    HWND mainWindow;
+    HINSTANCE instance;
+    Settings settings;
+    HWND groupMenuBar;
+    HWND subjectMenuBar;
+    HWND articleMenuBar;
+    HMENU subjectPopup;   /* drop-down of subject bar button 40087 */
+    HMENU articlePopup;   /* drop-down of article bar button 40088 */
+    HACCEL accelerators;  /* table 131 */
+    DWORD busy;           /* 1 while a modal operation or a run is under way */
+    ViewKind currentView;
+    DWORD currentGroupRow;
+    DWORD viewReadArticle;   /* ViewReadArticle */
+    DWORD showArticleHeader; /* ShowArticleHeader */
+    DWORD priorityLevel;     /* PriorityViewLevel: 0 normal, 1 low, 2 high */
+    DWORD dialled;
+};
+
+/* Settings cleared to their empty state, busy 0, dialled 0. */
+void AppFrameInit(AppFrame *frame, HINSTANCE instance);
+/* Frees what the frame owns once its window has gone. */
+void AppFrameDestroy(AppFrame *frame);
+
+/* Registers "PelnorMainFrmWnd". Returns 1, or 0 with the last error set. */
+int RegisterFrameClass(HINSTANCE instance);
+
+/* Creates, sizes and shows the frame; loads accelerator table 131. Returns
+ * the window, or null when creation failed (the frame may then have posted
+ * WM_QUIT, e.g. when the settings are missing). */
+HWND CreateMainFrame(AppFrame *frame, int show);
+
+/* Translates one message with table 131 against the frame; true when it was
+ * an accelerator. The message loop and the tests share it. */
+bool TranslateFrameAccelerator(AppFrame *frame, MSG *msg);
+
+/* Runs the loop until WM_QUIT; returns its exit code. */
+int RunMessageLoop(AppFrame *frame);
+
+/* The data-folder start-up, then the group view's reload; shows the failure
+ * box. Returns 1, or 0. */
+int ReloadData(AppFrame *frame);
+
+/* The frame of a window created by CreateMainFrame. */
+AppFrame *FrameOf(HWND window);
+
+#endif

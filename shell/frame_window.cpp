@@ -1,0 +1,213 @@
+/*
+ * The frame's window procedure and its creation: menu bars, settings, view
+ * options, icon, and the first data reload.
+ */
+#include "app_frame.h"
+
+#include <commctrl.h>
+#include <stdio.h>
+
+#include "platform/frame_size.h"
+#include "platform/menubar.h"
+#include "resources/resource.h"
+#include "text/widestr.h"
+#include "shell/frame_commands.h"
+#include "shell/res_text.h"
+
+namespace {
+
+struct MenuBarSpec {
+    UINT resource;
+    int bitmap;
+    int images;
+};
+
+const MenuBarSpec kGroupBar = {IDR_GROUP_BAR, IDB_GROUP_BAR, GROUP_BAR_IMAGES};
+const MenuBarSpec kSubjectBar = {IDR_SUBJECT_BAR, IDB_SUBJECT_BAR, SUBJECT_BAR_IMAGES};
+const MenuBarSpec kArticleBar = {IDR_ARTICLE_BAR, IDB_ARTICLE_BAR, ARTICLE_BAR_IMAGES};
+
+/* Creates one menu bar, hidden; null on failure. */
+HWND CreateHiddenMenuBar(AppFrame *frame, const MenuBarSpec &spec)
+{
+    SHMENUBARINFO info = {};
+    info.cbSize = sizeof(info);
+    info.hwndParent = frame->mainWindow;
+    info.dwFlags = 0;
+    info.nToolBarId = spec.resource;
+    info.hInstRes = frame->instance;
+    info.nBmpId = spec.bitmap;
+    info.cBmpImages = spec.images;
+    if (!SHCreateMenuBar(&info))
+        return nullptr;
+    ShowWindow(info.hwndMB, SW_HIDE);
+    return info.hwndMB;
+}
+
+bool CreateMenuBars(AppFrame *frame)
+{
+    frame->groupMenuBar = CreateHiddenMenuBar(frame, kGroupBar);
+    if (!frame->groupMenuBar)
+        return false;
+    frame->subjectMenuBar = CreateHiddenMenuBar(frame, kSubjectBar);
+    if (!frame->subjectMenuBar)
+        return false;
+    frame->articleMenuBar = CreateHiddenMenuBar(frame, kArticleBar);
+    return frame->articleMenuBar != nullptr;
+}
+
+/* Start-up stops here until the properties sheet can ask for the values:
+ * the user is told which values are missing. */
+void ReportMissingSettings()
+{
+    wchar_t missing[256];
+    DescribeMissingSettings(missing, 256);
+    wchar_t format[1024] = L"%s";
+    const wchar_t *loaded = LoadResString(IDS_SETTINGS_MISSING);
+    if (loaded)
+        CopyWideText(format, loaded, 1024);
+    wchar_t text[1400];
+    _snwprintf(text, 1400, format, missing);
+    text[1399] = L'\0';
+    wchar_t caption[64] = L"PELNOR";
+    if ((loaded = LoadResString(IDS_CAPTION_PELNOR)) != nullptr)
+        CopyWideText(caption, loaded, 64);
+    MessageBoxW(nullptr, text, caption, MB_ICONEXCLAMATION);
+}
+
+void ReadViewOptions(AppFrame *frame)
+{
+    if (!ReadShowArticleHeader(&frame->showArticleHeader))
+        frame->showArticleHeader = 0;
+    if (!ReadPriorityViewLevel(&frame->priorityLevel))
+        frame->priorityLevel = 1;
+    if (!ReadViewReadArticle(&frame->viewReadArticle))
+        frame->viewReadArticle = 0;
+}
+
+void SetFrameIcon(AppFrame *frame)
+{
+    HICON small_icon = (HICON)LoadImageW(frame->instance, MAKEINTRESOURCEW(IDI_PELNOR), IMAGE_ICON, 16, 16,
+                                         LR_SHARED);
+    if (small_icon)
+        SendMessageW(frame->mainWindow, WM_SETICON, ICON_SMALL, (LPARAM)small_icon);
+}
+
+/* Returns false when creation stopped (the frame is then closing). */
+bool OnCreate(AppFrame *frame)
+{
+    if (!CreateMenuBars(frame)) {
+        ShowResBox(nullptr, IDS_MENUBAR_FAILED, IDS_CAPTION_DEBUG, MB_OK);
+        PostQuitMessage(0);
+        return false;
+    }
+    frame->subjectPopup = (HMENU)SendMessageW(frame->subjectMenuBar, SHCMBM_GETSUBMENU, 0, IDM_SUBJECT_POPUP);
+    frame->articlePopup = (HMENU)SendMessageW(frame->articleMenuBar, SHCMBM_GETSUBMENU, 0, IDM_ARTICLE_POPUP);
+    ShowWindow(frame->groupMenuBar, SW_SHOW);
+
+    int complete = 0;
+    if (!LoadSettings(&frame->settings, &complete) || !complete) {
+        ReportMissingSettings();
+        SendMessageW(frame->mainWindow, WM_COMMAND, MAKEWPARAM(IDM_EXIT, 0), 0);
+        return false;
+    }
+
+    ReadViewOptions(frame);
+    UpdateCheckMarks(frame);
+    SetFrameIcon(frame);
+
+    ReloadData(frame);
+    frame->currentView = kGroupView;
+    return true;
+}
+
+void OnDestroy(AppFrame *frame)
+{
+    (void)frame;
+    PostQuitMessage(0);
+}
+
+void OnSize(AppFrame *frame)
+{
+    HWND bars[] = {frame->groupMenuBar, frame->subjectMenuBar, frame->articleMenuBar};
+    LayoutFramePanes(frame->mainWindow, bars, 3, nullptr, 0);
+}
+
+LRESULT CALLBACK FrameWindowProc(HWND window, UINT msg, WPARAM wp, LPARAM lp)
+{
+    AppFrame *frame = FrameOf(window);
+    switch (msg) {
+    case WM_CREATE:
+        frame = (AppFrame *)((CREATESTRUCTW *)lp)->lpCreateParams;
+        SetWindowLongPtrW(window, 0, (LONG_PTR)frame);
+        frame->mainWindow = window;
+        OnCreate(frame);
+        return 0;
+    case WM_SIZE:
+        if (frame)
+            OnSize(frame);
+        return 0;
+    case WM_COMMAND:
+        if (frame)
+            FrameCommand(frame, LOWORD(wp), HIWORD(wp));
+        return 0;
+    case WM_PELNOR_ACTIVATE:
+        return 0;
+    case WM_DESTROY:
+        if (frame)
+            OnDestroy(frame);
+        return 0;
+    }
+    return DefWindowProcW(window, msg, wp, lp);
+}
+
+} // namespace
+
+AppFrame *FrameOf(HWND window)
+{
+    return (AppFrame *)GetWindowLongPtrW(window, 0);
+}
+
+int RegisterFrameClass(HINSTANCE instance)
+{
+    WNDCLASSW wc = {};
+    wc.style = 0;
+    wc.lpfnWndProc = FrameWindowProc;
+    wc.cbWndExtra = sizeof(AppFrame *);
+    wc.hInstance = instance;
+    wc.hbrBackground = (HBRUSH)GetStockObject(WHITE_BRUSH);
+    wc.lpszClassName = PELNOR_FRAME_CLASS;
+    return RegisterClassW(&wc) != 0;
+}
+
+HWND CreateMainFrame(AppFrame *frame, int show)
+{
+    HWND window = CreateWindowExW(0, PELNOR_FRAME_CLASS, L"Pelnor", WS_VISIBLE, CW_USEDEFAULT, CW_USEDEFAULT,
+                                  CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr, frame->instance, frame);
+    if (!window || !IsWindow(window)) {
+        frame->mainWindow = nullptr;
+        return nullptr;
+    }
+    SetDeviceFrameSize(window);
+    frame->accelerators = LoadAcceleratorsW(frame->instance, MAKEINTRESOURCEW(IDA_MAIN));
+    ShowWindow(window, show);
+    UpdateWindow(window);
+    return window;
+}
+
+bool TranslateFrameAccelerator(AppFrame *frame, MSG *msg)
+{
+    return frame->mainWindow && frame->accelerators &&
+           TranslateAcceleratorW(frame->mainWindow, frame->accelerators, msg);
+}
+
+int RunMessageLoop(AppFrame *frame)
+{
+    MSG msg;
+    while (GetMessageW(&msg, nullptr, 0, 0) > 0) {
+        if (TranslateFrameAccelerator(frame, &msg))
+            continue;
+        TranslateMessage(&msg);
+        DispatchMessageW(&msg);
+    }
+    return (int)msg.wParam;
+}

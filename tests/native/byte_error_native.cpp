@@ -1,0 +1,15 @@
+/* The thread's last error for the native build, where there is no
+ * SetLastError. */
+#include "text/byte_error.h"
+
+static thread_local unsigned long last_error;
+
+void SetByteError(unsigned long code)
+{
+    last_error = code;
+}
+
+unsigned long GetByteError(void)
+{
+    return last_error;
+}

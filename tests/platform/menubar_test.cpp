@@ -1,0 +1,194 @@
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <vector>
+
+#include "platform/frame_size.h"
+#include "platform/menubar.h"
+#include "resources/resource.h"
+#include "support/gui_helper.h"
+
+namespace {
+
+/* A plain parent that records the WM_COMMANDs its menu bar sends. */
+struct Parent {
+    HWND window = nullptr;
+    std::vector<WPARAM> commands;
+};
+
+LRESULT CALLBACK ParentProc(HWND window, UINT msg, WPARAM wp, LPARAM lp)
+{
+    Parent *parent = (Parent *)GetWindowLongPtrW(window, GWLP_USERDATA);
+    if (msg == WM_COMMAND && parent) {
+        parent->commands.push_back(wp);
+        return 0;
+    }
+    return DefWindowProcW(window, msg, wp, lp);
+}
+
+class MenuBarTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        static bool registered = [] {
+            WNDCLASSW wc = {};
+            wc.lpfnWndProc = ParentProc;
+            wc.hInstance = GetModuleHandleW(nullptr);
+            wc.lpszClassName = L"MenuBarTestParent";
+            return RegisterClassW(&wc) != 0;
+        }();
+        ASSERT_TRUE(registered);
+        parent_.window = CreateWindowExW(0, L"MenuBarTestParent", L"parent", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 10,
+                                         10, 300, 300, nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
+        SetWindowLongPtrW(parent_.window, GWLP_USERDATA, (LONG_PTR)&parent_);
+    }
+    void TearDown() override { DestroyWindow(parent_.window); }
+
+    BOOL Create(UINT id, int bitmap, int images, HWND *bar)
+    {
+        SHMENUBARINFO info = {};
+        info.cbSize = sizeof(info);
+        info.hwndParent = parent_.window;
+        info.nToolBarId = id;
+        info.hInstRes = GetModuleHandleW(nullptr);
+        info.nBmpId = bitmap;
+        info.cBmpImages = images;
+        BOOL ok = SHCreateMenuBar(&info);
+        *bar = info.hwndMB;
+        return ok;
+    }
+
+    POINT ClientCentre(HWND bar, UINT command)
+    {
+        RECT rc;
+        EXPECT_TRUE(GetMenuBarButtonRect(bar, command, &rc));
+        POINT pt = {(rc.left + rc.right) / 2, (rc.top + rc.bottom) / 2};
+        ScreenToClient(bar, &pt);
+        return pt;
+    }
+
+    Parent parent_;
+};
+
+TEST_F(MenuBarTest, ButtonsFollowTheResourceLeftToRight)
+{
+    HWND bar;
+    ASSERT_TRUE(Create(IDR_SUBJECT_BAR, IDB_SUBJECT_BAR, SUBJECT_BAR_IMAGES, &bar));
+    ASSERT_NE(bar, nullptr);
+    EXPECT_TRUE(IsWindowVisible(bar));
+    RECT back, subject, tools;
+    ASSERT_TRUE(GetMenuBarButtonRect(bar, IDM_SUBJECT_BACK, &back));
+    ASSERT_TRUE(GetMenuBarButtonRect(bar, IDM_SUBJECT_POPUP, &subject));
+    ASSERT_TRUE(GetMenuBarButtonRect(bar, IDM_SUBJECT_TOOLS, &tools));
+    EXPECT_LT(back.right, subject.left + 1);
+    EXPECT_LT(subject.right, tools.left + 1);
+    RECT none;
+    EXPECT_FALSE(GetMenuBarButtonRect(bar, 12345, &none));
+}
+
+TEST_F(MenuBarTest, SitsAlongTheBottomOfItsParent)
+{
+    HWND bar;
+    ASSERT_TRUE(Create(IDR_GROUP_BAR, IDB_GROUP_BAR, GROUP_BAR_IMAGES, &bar));
+    RECT client, rc;
+    GetClientRect(parent_.window, &client);
+    GetWindowRect(bar, &rc);
+    MapWindowPoints(nullptr, parent_.window, (POINT *)&rc, 2);
+    EXPECT_EQ(rc.bottom, client.bottom);
+    EXPECT_EQ(rc.left, 0);
+    EXPECT_EQ(rc.right, client.right);
+    EXPECT_EQ(MenuBarHeight(bar), rc.bottom - rc.top);
+
+    MoveWindow(parent_.window, 10, 10, 400, 200, TRUE);
+    PlaceMenuBar(bar);
+    GetClientRect(parent_.window, &client);
+    GetWindowRect(bar, &rc);
+    MapWindowPoints(nullptr, parent_.window, (POINT *)&rc, 2);
+    EXPECT_EQ(rc.bottom, client.bottom);
+    EXPECT_EQ(rc.right, client.right);
+}
+
+TEST_F(MenuBarTest, ImageButtonClickSendsItsCommandAsAMenuCommand)
+{
+    HWND bar;
+    ASSERT_TRUE(Create(IDR_ARTICLE_BAR, IDB_ARTICLE_BAR, ARTICLE_BAR_IMAGES, &bar));
+    POINT pt = ClientCentre(bar, IDM_ARTICLE_BACK);
+    SendMessageW(bar, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(pt.x, pt.y));
+    EXPECT_TRUE(parent_.commands.empty()); /* only the release completes a click */
+    SendMessageW(bar, WM_LBUTTONUP, 0, MAKELPARAM(pt.x, pt.y));
+    ASSERT_EQ(parent_.commands.size(), 1u);
+    EXPECT_EQ(LOWORD(parent_.commands[0]), IDM_ARTICLE_BACK);
+    EXPECT_EQ(HIWORD(parent_.commands[0]), 0);
+}
+
+TEST_F(MenuBarTest, ReleasingOutsideTheButtonCancelsTheClick)
+{
+    HWND bar;
+    ASSERT_TRUE(Create(IDR_ARTICLE_BAR, IDB_ARTICLE_BAR, ARTICLE_BAR_IMAGES, &bar));
+    POINT pt = ClientCentre(bar, IDM_ARTICLE_BACK);
+    SendMessageW(bar, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(pt.x, pt.y));
+    SendMessageW(bar, WM_LBUTTONUP, 0, MAKELPARAM(pt.x + 200, pt.y));
+    EXPECT_TRUE(parent_.commands.empty());
+}
+
+TEST_F(MenuBarTest, DropDownOpensItsPopupAndTheChoiceReachesTheParent)
+{
+    HWND bar;
+    ASSERT_TRUE(Create(IDR_SUBJECT_BAR, IDB_SUBJECT_BAR, SUBJECT_BAR_IMAGES, &bar));
+    POINT pt = ClientCentre(bar, IDM_SUBJECT_POPUP);
+    ChooseNextPopupCommand(IDM_PRIORITY_LOW);
+    SendMessageW(bar, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(pt.x, pt.y));
+    ASSERT_TRUE(PumpUntil([&] { return !parent_.commands.empty(); }));
+    EXPECT_EQ(LOWORD(parent_.commands[0]), IDM_PRIORITY_LOW);
+    EXPECT_EQ(HIWORD(parent_.commands[0]), 0);
+
+    parent_.commands.clear();
+    pt = ClientCentre(bar, IDM_SUBJECT_TOOLS);
+    ChooseNextPopupCommand(IDM_EXIT);
+    SendMessageW(bar, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(pt.x, pt.y));
+    ASSERT_TRUE(PumpUntil([&] { return !parent_.commands.empty(); }));
+    EXPECT_EQ(LOWORD(parent_.commands[0]), IDM_EXIT);
+}
+
+TEST_F(MenuBarTest, GetSubMenuNamesThePopupOfADropDownButton)
+{
+    HWND bar;
+    ASSERT_TRUE(Create(IDR_GROUP_BAR, IDB_GROUP_BAR, GROUP_BAR_IMAGES, &bar));
+    HMENU groups = (HMENU)SendMessageW(bar, SHCMBM_GETSUBMENU, 0, IDM_GROUP_POPUP);
+    HMENU tools = (HMENU)SendMessageW(bar, SHCMBM_GETSUBMENU, 0, IDM_GROUP_TOOLS);
+    ASSERT_NE(groups, nullptr);
+    ASSERT_NE(tools, nullptr);
+    EXPECT_NE(groups, tools);
+    EXPECT_EQ(GetMenuItemID(groups, 0), (UINT)IDM_DELETE_READ);
+    EXPECT_EQ(GetMenuItemID(tools, 0), (UINT)IDM_ABOUT);
+    EXPECT_EQ(SendMessageW(bar, SHCMBM_GETSUBMENU, 0, 40999), 0);
+}
+
+TEST_F(MenuBarTest, RefusesAMissingResourceOrTooFewImages)
+{
+    HWND bar = (HWND)1;
+    EXPECT_FALSE(Create(999, 0, 0, &bar));
+    EXPECT_EQ(bar, nullptr);
+    /* The group bar's strip holds one image. */
+    EXPECT_FALSE(Create(IDR_GROUP_BAR, IDB_GROUP_BAR, 6, &bar));
+    EXPECT_EQ(GetLastError(), (DWORD)ERROR_RESOURCE_DATA_NOT_FOUND);
+}
+
+TEST_F(MenuBarTest, StripsHoldTheStatedImageCounts)
+{
+    struct Strip {
+        int id, images;
+    } strips[] = {{IDB_GROUP_BAR, 1}, {IDB_SUBJECT_BAR, 6}, {IDB_ARTICLE_BAR, 2}};
+    for (const Strip &s : strips) {
+        HBITMAP bmp = (HBITMAP)LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(s.id), IMAGE_BITMAP, 0, 0, 0);
+        ASSERT_NE(bmp, nullptr) << s.id;
+        BITMAP info;
+        GetObjectW(bmp, sizeof info, &info);
+        EXPECT_EQ(info.bmWidth, 16 * s.images) << s.id;
+        EXPECT_EQ(info.bmHeight, 16) << s.id;
+        DeleteObject(bmp);
+    }
+}
+
+} // namespace
