@@ -59,6 +59,14 @@
 #define IDC_CATCHUP_LOCAL       1019
 #define IDC_CATCHUP_SERVER      1020
 
+/* ---- controls of the progress, group-list and password dialogs ---- */
+#define IDC_PROGRESS_GROUP      1003
+#define IDC_PROGRESS_BAR        1004
+#define IDC_GROUP_COUNT         1012
+#define IDC_PASSWORD            1025
+#define IDC_PASSWORD_USER       1026
+#define IDC_GROUP_LIST_DONE     103 /* command of the group-list completion notice */
+
 /* ---- child window ids of the frame ---- */
 #define IDC_GROUP_VIEW          101
 #define IDC_ARTICLE_VIEW        104

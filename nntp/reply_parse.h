@@ -1,0 +1,13 @@
+/*
+ * Numbers of an NNTP status line. Byte-level: no windows.h.
+ */
+#ifndef PELNOR_REPLY_PARSE_H
+#define PELNOR_REPLY_PARSE_H
+
+/* Reads the decimal field at *cursor up to a NUL, a blank or a CR, skips the
+ * blanks after it and leaves *cursor on the next field. A field starting
+ * with a blank gives 0. Any other byte in the field sets *cursor to null and
+ * gives 0xFFFFFFFF. No overflow check (the value wraps). */
+unsigned long ParseReplyNumber(const char **cursor);
+
+#endif

@@ -1,0 +1,173 @@
+#include "script_client.h"
+
+#include <gtest/gtest.h>
+#include <windows.h>
+#include <winsock.h>
+
+#include <stdio.h>
+#include <stdlib.h>
+
+#include "support/temp_folder.h"
+
+namespace {
+
+/* Winsock for the whole test program. */
+class WinsockEnvironment : public testing::Environment {
+public:
+    void SetUp() override
+    {
+        WSADATA data;
+        WSAStartup(MAKEWORD(1, 1), &data);
+    }
+    void TearDown() override { WSACleanup(); }
+};
+testing::Environment *const g_winsock = testing::AddGlobalTestEnvironment(new WinsockEnvironment);
+
+int ControlPort()
+{
+    static int port = 0;
+    if (port)
+        return port;
+    std::wstring path = WinePathOf(PELNOR_BUILD_DIR "/nntp-script/port");
+    std::string text = FileBytes(path);
+    port = atoi(text.c_str());
+    return port;
+}
+
+bool Control(const std::string &request, std::string *reply)
+{
+    int port = ControlPort();
+    if (!port)
+        return false;
+    SOCKET s = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons((unsigned short)port);
+    address.sin_addr.s_addr = inet_addr("127.0.0.1");
+    if (connect(s, (sockaddr *)&address, sizeof(address)) != 0) {
+        closesocket(s);
+        return false;
+    }
+    std::string line = request + "\n";
+    size_t done = 0;
+    while (done < line.size()) {
+        int n = send(s, line.data() + done, (int)(line.size() - done), 0);
+        if (n <= 0)
+            break;
+        done += (size_t)n;
+    }
+    reply->clear();
+    char buffer[65536];
+    for (;;) {
+        int n = recv(s, buffer, sizeof(buffer), 0);
+        if (n <= 0)
+            break;
+        reply->append(buffer, (size_t)n);
+    }
+    closesocket(s);
+    while (!reply->empty() && reply->back() == '\n')
+        reply->pop_back();
+    return true;
+}
+
+std::string JsonString(const std::string &bytes)
+{
+    std::string out = "\"";
+    for (unsigned char c : bytes) {
+        if (c == '"' || c == '\\') {
+            out += '\\';
+            out += (char)c;
+        } else if (c < 0x20 || c >= 0x7F) {
+            char escape[8];
+            snprintf(escape, sizeof(escape), "\\u%04x", c);
+            out += escape;
+        } else {
+            out += (char)c;
+        }
+    }
+    return out + "\"";
+}
+
+int PortOf(const std::string &reply)
+{
+    if (reply.compare(0, 5, "PORT ") != 0)
+        return 0;
+    return atoi(reply.c_str() + 5);
+}
+
+} // namespace
+
+NntpScript &NntpScript::Send(const std::string &bytes)
+{
+    steps_ += (steps_.empty() ? "" : ",") + std::string("[\"send\",") + JsonString(bytes) + "]";
+    return *this;
+}
+
+NntpScript &NntpScript::Recv(int lines)
+{
+    for (int i = 0; i < lines; i++)
+        steps_ += (steps_.empty() ? "" : ",") + std::string("[\"recv\"]");
+    return *this;
+}
+
+NntpScript &NntpScript::Close()
+{
+    steps_ += (steps_.empty() ? "" : ",") + std::string("[\"close\"]");
+    return *this;
+}
+
+NntpScript &NntpScript::Reset()
+{
+    steps_ += (steps_.empty() ? "" : ",") + std::string("[\"reset\"]");
+    return *this;
+}
+
+NntpScript &NntpScript::Stall()
+{
+    steps_ += (steps_.empty() ? "" : ",") + std::string("[\"stall\"]");
+    return *this;
+}
+
+int NntpScript::Start()
+{
+    std::string reply;
+    if (!Control("SCRIPT [" + steps_ + "]", &reply)) {
+        ADD_FAILURE() << "the scripted NNTP server is not running (CTest fixture nntp_script)";
+        return 0;
+    }
+    port_ = PortOf(reply);
+    if (!port_)
+        ADD_FAILURE() << "scripted server: " << reply;
+    return port_;
+}
+
+std::string NntpScript::Transcript(int seconds)
+{
+    std::string reply;
+    if (!port_ || !Control("RESULT " + std::to_string(port_) + " " + std::to_string(seconds), &reply))
+        return std::string();
+    std::string hex;
+    if (reply.compare(0, 5, "DONE ") == 0) {
+        finished_ = true;
+        hex = reply.substr(5);
+    } else if (reply.compare(0, 8, "TIMEOUT ") == 0) {
+        hex = reply.substr(8);
+    }
+    std::string bytes;
+    for (size_t i = 0; i + 1 < hex.size(); i += 2)
+        bytes += (char)strtol(hex.substr(i, 2).c_str(), nullptr, 16);
+    return bytes;
+}
+
+int FreeLoopbackPort()
+{
+    std::string reply;
+    if (!Control("FREEPORT", &reply))
+        return 0;
+    return PortOf(reply);
+}
+
+std::string Crlf(const std::string &line)
+{
+    return line + "\r\n";
+}

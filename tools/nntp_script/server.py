@@ -1,0 +1,290 @@
+#!/usr/bin/env python3
+"""A scripted NNTP server for the protocol tests.
+
+A control server on a loopback port takes scripts; each script gets a new
+listening port, accepts one client there and plays the dialogue: send these
+bytes, read one line, close in the middle of a reply, stall, reset. Every
+byte the client sends is recorded, and the test asks for the record when its
+client has finished.
+
+    server.py start DIR   start the daemon; prints nothing, returns once the
+                          control port is in DIR/port
+    server.py stop DIR    stop it (waits until it has exited)
+    server.py serve DIR   run in the foreground
+
+Control protocol, one request per connection, lines of text:
+    SCRIPT <json list of steps>   -> PORT <n>   (already listening)
+    RESULT <port> <seconds>       -> DONE <hex> | TIMEOUT <hex>
+                                     (waits for the client to close)
+    FREEPORT                      -> PORT <n>   (nothing listens there)
+    SHUTDOWN                      -> BYE, then the daemon exits
+
+Steps, each a JSON list:
+    ["send", text]   send text; each character is one byte (code point < 256)
+    ["recv"]         read one line (through its LF) from the client
+    ["close"]        close the connection (the client sees end of stream)
+    ["reset"]        abort the connection (the client's recv fails)
+    ["stall"]        send nothing more; wait for the client to give up
+When the steps run out, the server reads until the client closes.
+"""
+import json
+import os
+import socket
+import struct
+import subprocess
+import sys
+import threading
+import time
+
+ACCEPT_TIMEOUT = 120   # a script nobody connects to is dropped
+SESSION_LIMIT = 600    # no session outlives this
+IDLE_EXIT = 3 * 3600   # the daemon exits after this long without requests
+
+
+class Session:
+    def __init__(self, steps):
+        self.steps = steps
+        self.received = bytearray()
+        self.done = threading.Event()
+        self.lock = threading.Lock()
+        self.listener = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
+        self.listener.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        self.listener.bind(("127.0.0.1", 0))
+        self.listener.listen(1)
+        self.port = self.listener.getsockname()[1]
+        threading.Thread(target=self.run, daemon=True).start()
+
+    def record(self, data):
+        with self.lock:
+            self.received += data
+
+    def run(self):
+        conn = None
+        try:
+            self.listener.settimeout(ACCEPT_TIMEOUT)
+            conn, _ = self.listener.accept()
+            self.listener.close()
+            conn.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+            conn.settimeout(SESSION_LIMIT)
+            self.play(conn)
+        except (OSError, socket.timeout):
+            pass
+        finally:
+            try:
+                self.listener.close()
+            except OSError:
+                pass
+            if conn is not None:
+                try:
+                    conn.close()
+                except OSError:
+                    pass
+            self.done.set()
+
+    def play(self, conn):
+        pending = bytearray()
+        for step in self.steps:
+            kind = step[0]
+            if kind == "send":
+                conn.sendall(step[1].encode("latin-1"))
+            elif kind == "recv":
+                while b"\n" not in pending:
+                    data = conn.recv(65536)
+                    if not data:
+                        return
+                    self.record(data)
+                    pending += data
+                cut = pending.index(b"\n") + 1
+                del pending[:cut]
+            elif kind == "close":
+                conn.shutdown(socket.SHUT_WR)
+                self.drain(conn)
+                return
+            elif kind == "reset":
+                conn.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+                return
+            elif kind == "stall":
+                break
+            else:
+                raise ValueError("unknown step %r" % (kind,))
+        self.drain(conn)
+
+    def drain(self, conn):
+        while True:
+            data = conn.recv(65536)
+            if not data:
+                return
+            self.record(data)
+
+
+class Daemon:
+    def __init__(self, folder):
+        self.folder = folder
+        self.sessions = {}
+        self.lock = threading.Lock()
+        self.last_request = time.monotonic()
+        self.control = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
+        self.control.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        self.control.bind(("127.0.0.1", 0))
+        self.control.listen(16)
+        self.port = self.control.getsockname()[1]
+
+    def serve(self):
+        self.control.settimeout(60)
+        while True:
+            try:
+                conn, _ = self.control.accept()
+            except socket.timeout:
+                if time.monotonic() - self.last_request > IDLE_EXIT:
+                    return
+                continue
+            self.last_request = time.monotonic()
+            line = b""
+            conn.settimeout(30)
+            try:
+                while not line.endswith(b"\n"):
+                    data = conn.recv(1 << 20)
+                    if not data:
+                        break
+                    line += data
+            except OSError:
+                conn.close()
+                continue
+            request = line.decode("latin-1").rstrip("\r\n")
+            if request == "SHUTDOWN":
+                conn.sendall(b"BYE\n")
+                conn.close()
+                return
+            threading.Thread(target=self.answer, args=(conn, request), daemon=True).start()
+
+    def answer(self, conn, request):
+        try:
+            verb, _, rest = request.partition(" ")
+            if verb == "SCRIPT":
+                session = Session(json.loads(rest))
+                with self.lock:
+                    self.sessions[session.port] = session
+                reply = "PORT %d" % session.port
+            elif verb == "RESULT":
+                port, seconds = rest.split()
+                with self.lock:
+                    session = self.sessions.get(int(port))
+                if session is None:
+                    reply = "ERROR no such script"
+                else:
+                    finished = session.done.wait(float(seconds))
+                    with session.lock:
+                        data = bytes(session.received)
+                    reply = ("DONE " if finished else "TIMEOUT ") + data.hex()
+                    if finished:
+                        with self.lock:
+                            self.sessions.pop(int(port), None)
+            elif verb == "FREEPORT":
+                probe = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
+                probe.bind(("127.0.0.1", 0))
+                reply = "PORT %d" % probe.getsockname()[1]
+                probe.close()
+            else:
+                reply = "ERROR unknown request"
+        except Exception as error:  # the test sees the reason
+            reply = "ERROR %s" % error
+        try:
+            conn.sendall(reply.encode("ascii") + b"\n")
+        finally:
+            conn.close()
+
+
+def read_port(folder):
+    try:
+        with open(os.path.join(folder, "port")) as f:
+            return int(f.read().strip())
+    except (OSError, ValueError):
+        return None
+
+
+def request(port, text, timeout=30):
+    with socket.create_connection(("127.0.0.1", port), timeout=timeout) as s:
+        s.sendall(text.encode("latin-1") + b"\n")
+        reply = b""
+        while True:
+            data = s.recv(1 << 20)
+            if not data:
+                return reply.decode("latin-1").rstrip("\n")
+            reply += data
+
+
+def stop(folder):
+    port = read_port(folder)
+    if port is None:
+        return
+    try:
+        os.unlink(os.path.join(folder, "port"))
+    except OSError:
+        pass
+    try:
+        request(port, "SHUTDOWN")
+    except OSError:
+        return
+    pid_path = os.path.join(folder, "pid")
+    try:
+        with open(pid_path) as f:
+            pid = int(f.read().strip())
+    except (OSError, ValueError):
+        return
+    # The daemon has answered BYE and is on its way out; wait for it to go
+    # so that a following start never races it.
+    deadline = time.monotonic() + 10
+    while time.monotonic() < deadline:
+        try:
+            os.kill(pid, 0)
+        except OSError:
+            break
+        time.sleep(0.02)
+
+
+def start(folder):
+    os.makedirs(folder, exist_ok=True)
+    stop(folder)
+    read_end, write_end = os.pipe()
+    log = open(os.path.join(folder, "server.log"), "ab")
+    subprocess.Popen([sys.executable, os.path.abspath(__file__), "serve", folder, str(write_end)],
+                     stdin=subprocess.DEVNULL, stdout=log, stderr=log, pass_fds=(write_end,),
+                     start_new_session=True)
+    os.close(write_end)
+    # The daemon writes its port here once it listens, then closes the pipe.
+    with os.fdopen(read_end) as ready:
+        announced = ready.read().strip()
+    if not announced.startswith("PORT "):
+        sys.exit("nntp script server did not start; see %s" % os.path.join(folder, "server.log"))
+
+
+def serve(folder, ready_fd=None):
+    daemon = Daemon(folder)
+    tmp = os.path.join(folder, "port.tmp")
+    with open(tmp, "w") as f:
+        f.write("%d\n" % daemon.port)
+    os.replace(tmp, os.path.join(folder, "port"))
+    with open(os.path.join(folder, "pid"), "w") as f:
+        f.write("%d\n" % os.getpid())
+    if ready_fd is not None:
+        os.write(ready_fd, b"PORT %d\n" % daemon.port)
+        os.close(ready_fd)
+    daemon.serve()
+
+
+def main():
+    if len(sys.argv) < 3:
+        sys.exit(__doc__)
+    command, folder = sys.argv[1], os.path.abspath(sys.argv[2])
+    if command == "start":
+        start(folder)
+    elif command == "stop":
+        stop(folder)
+    elif command == "serve":
+        serve(folder, int(sys.argv[3]) if len(sys.argv) > 3 else None)
+    else:
+        sys.exit(__doc__)
+
+
+if __name__ == "__main__":
+    main()
