@@ -67,6 +67,11 @@
 #define IDC_PASSWORD_USER       1026
 #define IDC_GROUP_LIST_DONE     103 /* command of the group-list completion notice */
 
+/* ---- controls of the subscribe dialog ---- */
+#define IDC_SUBSCRIBE_LIST          1015
+#define IDC_SUBSCRIBE_DOWNLOAD      1016
+#define IDC_SUBSCRIBE_CATEGORIES    1017
+
 /* ---- child window ids of the frame ---- */
 #define IDC_GROUP_VIEW          101
 #define IDC_ARTICLE_VIEW        104

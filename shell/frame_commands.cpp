@@ -1,10 +1,15 @@
 #include "frame_commands.h"
 
+#include <stdio.h>
+#include <stdlib.h>
+#include <wchar.h>
+
 #include "resources/resource.h"
 #include "shell/about_box.h"
 #include "shell/catchup_command.h"
 #include "shell/delete_read_command.h"
 #include "shell/view_switch.h"
+#include "subscribe/subscribe_dialog.h"
 
 void UpdateCheckMarks(AppFrame *frame)
 {
@@ -18,6 +23,44 @@ void UpdateCheckMarks(AppFrame *frame)
     check(frame->subjectPopup, IDM_PRIORITY_LOW, frame->priorityLevel == 1);
     check(frame->articlePopup, IDM_SHOW_HEADER, frame->showArticleHeader == 1);
 }
+
+namespace {
+
+/* "%s%s" of the data folder and a file name; caller must free. */
+wchar_t *DataFile(const AppFrame *frame, const wchar_t *name)
+{
+    size_t size = wcslen(frame->settings.DataPath) + wcslen(name) + 1;
+    wchar_t *path = (wchar_t *)malloc(size * sizeof(wchar_t));
+    if (path)
+        _snwprintf(path, size, L"%s%s", frame->settings.DataPath, name);
+    return path;
+}
+
+void SubscribeCommand(AppFrame *frame)
+{
+    frame->busy = 1;
+    wchar_t *active = DataFile(frame, L"active.dat");
+    wchar_t *category = DataFile(frame, L"category.dat");
+    wchar_t *group = DataFile(frame, L"group.dat");
+    if (active && category && group) {
+        SubscribeState state = {};
+        state.active_path = active;
+        state.category_path = category;
+        state.group_path = group;
+        state.server = frame->settings.Server;
+        state.port = frame->settings.Port;
+        state.user = frame->settings.UserID;
+        state.password = frame->settings.Password;
+        if (RunSubscribeDialog(&state, frame->instance, frame->mainWindow) == 1)
+            ReloadData(frame);
+    }
+    free(active);
+    free(category);
+    free(group);
+    frame->busy = 0;
+}
+
+} // namespace
 
 void FrameCommand(AppFrame *frame, UINT id, UINT code)
 {
@@ -33,6 +76,9 @@ void FrameCommand(AppFrame *frame, UINT id, UINT code)
         frame->busy = 1;
         RunAboutBox(frame->instance, frame->mainWindow);
         frame->busy = 0;
+        break;
+    case IDM_SUBSCRIBE:
+        SubscribeCommand(frame);
         break;
     case IDM_CATCHUP:
         CatchUpCommand(frame);

@@ -19,6 +19,7 @@ unsigned StringSetBucket(const char *text)
 void StringSetInit(StringSet *set)
 {
     set->heap = nullptr;
+    memset(set->buckets, 0, sizeof set->buckets); /* an uncreated set finds nothing */
 }
 
 int StringSetCreate(StringSet *set)

@@ -289,3 +289,49 @@ std::wstring SaveScreenshot(HWND window, const wchar_t *name)
     std::wstring path = folder + L"\\" + name + L".png";
     return CaptureWindowPng(window, path.c_str()) ? path : std::wstring();
 }
+
+namespace {
+
+thread_local std::vector<std::function<void()>> *t_soon;
+
+void CALLBACK RunSoonTimer(HWND, UINT, UINT_PTR id, DWORD)
+{
+    KillTimer(nullptr, id);
+    if (!t_soon || t_soon->empty())
+        return;
+    std::function<void()> work = t_soon->front();
+    t_soon->erase(t_soon->begin());
+    work();
+}
+
+} // namespace
+
+void RunSoon(std::function<void()> work)
+{
+    if (!t_soon)
+        t_soon = new std::vector<std::function<void()>>();
+    t_soon->push_back(std::move(work));
+    SetTimer(nullptr, 0, 0, RunSoonTimer);
+}
+
+void ClickButton(HWND dialog, int id)
+{
+    SendMessageW(GetDlgItem(dialog, id), BM_CLICK, 0, 0);
+}
+
+void DoubleClickListRow(HWND list, int row)
+{
+    /* What the list does on a double tap: the row becomes selected and the
+     * parent is told with NM_DBLCLK. (Synthetic button messages would start
+     * the control's drag detection, which waits for a real mouse.) */
+    LVITEMW state = {};
+    state.stateMask = LVIS_SELECTED | LVIS_FOCUSED;
+    state.state = LVIS_SELECTED | LVIS_FOCUSED;
+    SendMessageW(list, LVM_SETITEMSTATE, row, (LPARAM)&state);
+    NMITEMACTIVATE nm = {};
+    nm.hdr.hwndFrom = list;
+    nm.hdr.idFrom = (UINT_PTR)GetDlgCtrlID(list);
+    nm.hdr.code = NM_DBLCLK;
+    nm.iItem = row;
+    SendMessageW(GetParent(list), WM_NOTIFY, nm.hdr.idFrom, (LPARAM)&nm);
+}

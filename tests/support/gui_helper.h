@@ -69,6 +69,18 @@ void PressKey(WORD vk, bool ctrl = false, bool alt = false, bool shift = false);
  * chosen. Call before the click that opens the menu. */
 void ChooseNextPopupCommand(UINT command_id);
 
+/* Runs `work` from the thread's message loop (whichever loop runs next,
+ * a dialog's modal loop included), once. Dialog handlers use it to act
+ * after the dialog is shown. */
+void RunSoon(std::function<void()> work);
+
+/* Clicks a push button or check box as a user would (press and release). */
+void ClickButton(HWND dialog, int id);
+
+/* Double-taps row `row` of a list-view control: selects it and sends the
+ * parent the list's NM_DBLCLK. */
+void DoubleClickListRow(HWND list, int row);
+
 std::wstring WindowText(HWND window);
 std::wstring ClassNameOf(HWND window);
 std::wstring ListViewText(HWND list, int row, int column);

@@ -1,0 +1,227 @@
+#include <gtest/gtest.h>
+
+#include <windows.h>
+#include <commctrl.h>
+
+#include <string>
+#include <vector>
+
+#include "resources/resource.h"
+#include "subscribe/subscribe_dialog.h"
+#include "support/gui_helper.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+/* The set's order, from its rule: bucket = exclusive-or of the bytes taken
+ * as signed values, modulo 91 as unsigned; buckets ascending, each newest
+ * first. */
+std::string HashOrder(const std::vector<std::string> &added_in_order)
+{
+    std::vector<std::vector<std::string>> buckets(91);
+    for (const std::string &name : added_in_order) {
+        unsigned h = 0;
+        for (unsigned char c : name)
+            h ^= (unsigned)(int)(signed char)c;
+        buckets[h % 91].insert(buckets[h % 91].begin(), name);
+    }
+    std::string out;
+    for (const auto &chain : buckets)
+        for (const std::string &name : chain)
+            out += name + "\r\n";
+    return out;
+}
+
+class SubscribeTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        active_ = data_.file(L"active.dat");
+        category_ = data_.file(L"category.dat");
+        group_ = data_.file(L"group.dat");
+        state_.active_path = active_.c_str();
+        state_.category_path = category_.c_str();
+        state_.group_path = group_.c_str();
+        state_.server = L"127.0.0.1";
+        state_.port = 119;
+        ASSERT_TRUE(WriteFileBytes(category_, "fj\r\njapan\r\nalt\r\n"));
+        ASSERT_TRUE(WriteFileBytes(active_, "fj.comp.misc\r\nalt.test\r\nfj.news\r\nfjx.test\r\njapan.anime\r\n"));
+    }
+
+    /* Runs the dialog; `script` acts on it once it is shown. */
+    int Run(std::function<void(HWND dialog, HWND list)> script)
+    {
+        watcher_.SetDialogHandler([&, script](HWND dialog) {
+            if (WindowText(dialog) != L"ｸﾞﾙｰﾌﾟの購読/中止")
+                return;
+            RunSoon([=] { script(dialog, GetDlgItem(dialog, IDC_SUBSCRIBE_LIST)); });
+        });
+        return RunSubscribeDialog(&state_, GetModuleHandleW(nullptr), nullptr);
+    }
+
+    static std::vector<std::wstring> Items(HWND list)
+    {
+        std::vector<std::wstring> items;
+        for (int i = 0; i < ListViewRowCount(list); i++)
+            items.push_back(ListViewText(list, i, 0));
+        return items;
+    }
+
+    static int Image(HWND list, int row)
+    {
+        LVITEMW item = {};
+        item.mask = LVIF_IMAGE;
+        item.iItem = row;
+        SendMessageW(list, LVM_GETITEMW, 0, (LPARAM)&item);
+        return item.iImage;
+    }
+
+    static int Row(HWND list, const wchar_t *text)
+    {
+        for (int i = 0; i < ListViewRowCount(list); i++)
+            if (ListViewText(list, i, 0) == text)
+                return i;
+        return -1;
+    }
+
+    TempFolder data_;
+    std::wstring active_, category_, group_;
+    SubscribeState state_ = {};
+    ModalWatcher watcher_;
+};
+
+TEST_F(SubscribeTest, CategoriesThenGroupsByPlainPrefix)
+{
+    ASSERT_TRUE(WriteFileBytes(group_, "fj.news\r\n"));
+    std::vector<std::wstring> categories, groups;
+    bool back_disabled = false, back_enabled = false;
+    std::wstring heading;
+    int news_image = -1, misc_image = -1;
+    int result = Run([&](HWND dialog, HWND list) {
+        categories = Items(list);
+        back_disabled = !IsWindowEnabled(GetDlgItem(dialog, IDC_SUBSCRIBE_CATEGORIES));
+        wchar_t text[32] = L"";
+        LVCOLUMNW col = {};
+        col.mask = LVCF_TEXT | LVCF_WIDTH;
+        col.pszText = text;
+        col.cchTextMax = 32;
+        SendMessageW(list, LVM_GETCOLUMNW, 0, (LPARAM)&col);
+        heading = text;
+        EXPECT_EQ(col.cx, 180);
+
+        DoubleClickListRow(list, Row(list, L"fj"));
+        groups = Items(list);
+        back_enabled = IsWindowEnabled(GetDlgItem(dialog, IDC_SUBSCRIBE_CATEGORIES)) != 0;
+        news_image = Image(list, Row(list, L"fj.news"));
+        misc_image = Image(list, Row(list, L"fj.comp.misc"));
+        PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+    });
+    EXPECT_EQ(result, 2);
+    EXPECT_EQ(categories, (std::vector<std::wstring>{L"alt", L"fj", L"japan"}));
+    EXPECT_EQ(heading, L"Group");
+    EXPECT_TRUE(back_disabled);
+    /* "fjx.test" starts with the bytes "fj": it is listed too. */
+    EXPECT_EQ(groups, (std::vector<std::wstring>{L"fj.comp.misc", L"fj.news", L"fjx.test"}));
+    EXPECT_TRUE(back_enabled);
+    EXPECT_EQ(news_image, kImageSubscribed);
+    EXPECT_EQ(misc_image, kImageNotSubscribed);
+    EXPECT_EQ(FileBytes(group_), "fj.news\r\n");
+}
+
+TEST_F(SubscribeTest, OkWritesTheSetInHashOrderKeepingUnlistedLines)
+{
+    /* A group the server no longer lists, a comment and an empty line stay. */
+    ASSERT_TRUE(WriteFileBytes(group_, "# mine\r\nold.gone\r\n\r\nfj.news\r\n"));
+    int image_after_back = -1;
+    int result = Run([&](HWND dialog, HWND list) {
+        DoubleClickListRow(list, Row(list, L"fj"));
+        DoubleClickListRow(list, Row(list, L"fj.comp.misc")); /* subscribe */
+        DoubleClickListRow(list, Row(list, L"fj.news"));      /* unsubscribe */
+        ClickButton(dialog, IDC_SUBSCRIBE_CATEGORIES);
+        DoubleClickListRow(list, Row(list, L"alt"));
+        DoubleClickListRow(list, Row(list, L"alt.test"));     /* subscribe */
+        ClickButton(dialog, IDC_SUBSCRIBE_CATEGORIES);
+        DoubleClickListRow(list, Row(list, L"fj"));
+        image_after_back = Image(list, Row(list, L"fj.comp.misc"));
+        ClickButton(dialog, IDOK);
+    });
+    EXPECT_EQ(result, 1);
+    EXPECT_EQ(image_after_back, kImageSubscribed);
+    EXPECT_EQ(FileBytes(group_), HashOrder({"# mine", "old.gone", "", "fj.comp.misc", "alt.test"}));
+}
+
+TEST_F(SubscribeTest, TogglingTwiceLeavesTheSetAsItWas)
+{
+    ASSERT_TRUE(WriteFileBytes(group_, "fj.news\r\nalt.test\r\n"));
+    int result = Run([&](HWND dialog, HWND list) {
+        DoubleClickListRow(list, Row(list, L"fj"));
+        int row = Row(list, L"fj.news");
+        DoubleClickListRow(list, row);
+        EXPECT_EQ(Image(list, row), kImageNotSubscribed);
+        DoubleClickListRow(list, row);
+        EXPECT_EQ(Image(list, row), kImageSubscribed);
+        ClickButton(dialog, IDOK);
+    });
+    EXPECT_EQ(result, 1);
+    EXPECT_EQ(FileBytes(group_), HashOrder({"fj.news", "alt.test"}));
+}
+
+TEST_F(SubscribeTest, CancelWritesNothing)
+{
+    ASSERT_TRUE(WriteFileBytes(group_, "zz.b\r\naa.a\r\n"));
+    int result = Run([&](HWND dialog, HWND list) {
+        DoubleClickListRow(list, Row(list, L"fj"));
+        DoubleClickListRow(list, Row(list, L"fj.news"));
+        PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+    });
+    EXPECT_EQ(result, 2);
+    EXPECT_EQ(FileBytes(group_), "zz.b\r\naa.a\r\n");
+}
+
+TEST_F(SubscribeTest, MissingGroupFileIsReportedAndTheListStaysEmpty)
+{
+    std::vector<std::wstring> items;
+    Run([&](HWND dialog, HWND list) {
+        items = Items(list);
+        ClickButton(dialog, IDOK);
+    });
+    EXPECT_TRUE(items.empty());
+    ASSERT_EQ(watcher_.boxes().size(), 1u);
+    EXPECT_EQ(watcher_.boxes()[0].caption, L"PELNOR");
+    EXPECT_EQ(watcher_.boxes()[0].text, L"グループファイルが開けません(2)");
+    EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONERROR);
+    /* OK still writes what the set holds: nothing. */
+    EXPECT_EQ(FileBytes(group_), "");
+}
+
+TEST_F(SubscribeTest, MissingCategoryFileShowsNothingAndSaysNothing)
+{
+    ASSERT_TRUE(WriteFileBytes(group_, "fj.news\r\n"));
+    DeleteFileW(category_.c_str());
+    std::vector<std::wstring> items = {L"x"};
+    Run([&](HWND dialog, HWND list) {
+        items = Items(list);
+        ClickButton(dialog, IDOK);
+    });
+    EXPECT_TRUE(items.empty());
+    EXPECT_TRUE(watcher_.boxes().empty());
+    EXPECT_EQ(FileBytes(group_), "fj.news\r\n");
+}
+
+TEST_F(SubscribeTest, UnwritableGroupFileIsReportedAndStillClosesWithOk)
+{
+    ASSERT_TRUE(WriteFileBytes(group_, "fj.news\r\n"));
+    HANDLE held = INVALID_HANDLE_VALUE;
+    int result = Run([&](HWND dialog, HWND) {
+        /* Another holder of the file refuses the dialog's exclusive open. */
+        held = CreateFileW(group_.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+        ClickButton(dialog, IDOK);
+    });
+    CloseHandle(held);
+    EXPECT_EQ(result, 1);
+    ASSERT_EQ(watcher_.boxes().size(), 1u);
+    EXPECT_EQ(watcher_.boxes()[0].text, L"グループファイルが開けませんでした(32)");
+    EXPECT_EQ(FileBytes(group_), "fj.news\r\n");
+}
+
+} // namespace
