@@ -55,6 +55,9 @@
 #define IDC_ABOUT_NAME          1201
 #define IDC_ABOUT_VERSION       1202
 
+/* ---- controls of the dial-up dialog (Cancel is IDCANCEL) ---- */
+#define IDC_DIALUP_STATUS       1031
+
 /* ---- child window ids of the frame ---- */
 #define IDC_GROUP_VIEW          101
 #define IDC_ARTICLE_VIEW        104
