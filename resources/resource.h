@@ -72,6 +72,9 @@
 #define IDC_SUBSCRIBE_DOWNLOAD      1016
 #define IDC_SUBSCRIBE_CATEGORIES    1017
 
+/* ---- controls of the dial-up dialog (Cancel is IDCANCEL) ---- */
+#define IDC_DIALUP_STATUS       1031
+
 /* ---- child window ids of the frame ---- */
 #define IDC_GROUP_VIEW          101
 #define IDC_ARTICLE_VIEW        104

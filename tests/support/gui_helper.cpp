@@ -94,11 +94,12 @@ void ModalWatcher::Activated(HWND window)
     box.caption = WindowText(window);
     box.text = WindowText(GetDlgItem(window, 0xFFFF));
     box.icon = IconOfBox(window);
-    box.has_owner = GetWindow(window, GW_OWNER) != nullptr;
+    box.owner = GetWindow(window, GW_OWNER);
+    box.has_owner = box.owner != nullptr;
     static const int ids[] = {IDOK, IDCANCEL, IDABORT, IDRETRY, IDIGNORE, IDYES, IDNO};
     for (int id : ids) {
         HWND button = GetDlgItem(window, id);
-        /* The box itself is not shown yet: look at the button's own style. */
+        /* The box itself may not be shown yet: look at the button's own style. */
         if (button && (GetWindowLongW(button, GWL_STYLE) & WS_VISIBLE))
             box.buttons.push_back(id);
     }

@@ -17,6 +17,7 @@ struct RecordedBox {
     std::wstring text;
     UINT icon = 0;        /* MB_ICONERROR, MB_ICONEXCLAMATION, MB_ICONQUESTION, MB_ICONINFORMATION or 0 */
     bool has_owner = false;
+    HWND owner = nullptr;
     std::vector<int> buttons; /* ids of the box's buttons, e.g. IDYES, IDNO */
     int answer = 0;       /* the button that was pressed */
 };
