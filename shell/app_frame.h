@@ -7,6 +7,7 @@
 
 #include <windows.h>
 
+#include "platform/ras.h"
 #include "settings/settings.h"
 #include "views/group_view.h"
 
@@ -39,7 +40,8 @@ struct AppFrame {
     DWORD viewReadArticle;   /* ViewReadArticle */
     DWORD showArticleHeader; /* ShowArticleHeader */
     DWORD priorityLevel;     /* PriorityViewLevel: 0 normal, 1 low, 2 high */
-    DWORD dialled;
+    DWORD dialled;           /* 1 when this program dialled the line */
+    HRASCONN rasConnection;
 };
 
 /* Settings cleared to their empty state, busy 0, dialled 0. */

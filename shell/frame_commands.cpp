@@ -8,6 +8,7 @@
 #include "shell/about_box.h"
 #include "shell/catchup_command.h"
 #include "shell/delete_read_command.h"
+#include "shell/download_command.h"
 #include "shell/view_switch.h"
 #include "subscribe/subscribe_dialog.h"
 
@@ -64,10 +65,20 @@ void SubscribeCommand(AppFrame *frame)
 
 void FrameCommand(AppFrame *frame, UINT id, UINT code)
 {
-    (void)code;
+    /* Keys reach the frame whatever pane shows: "I" counts only in the group
+     * view and Ctrl+C only in the article view. */
+    if (code == 1) {
+        if (id == IDM_GET_ARTICLES && frame->currentView != kGroupView)
+            return;
+        if (id == IDM_COPY && frame->currentView != kArticleView)
+            return;
+    }
     switch (id) {
     case IDM_EXIT:
         SendMessageW(frame->mainWindow, WM_CLOSE, 0, 0);
+        break;
+    case IDM_GET_ARTICLES:
+        GetArticlesCommand(frame);
         break;
     case IDM_DELETE_READ:
         DeleteReadCommand(frame);

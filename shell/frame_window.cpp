@@ -12,6 +12,7 @@
 #include "platform/menubar.h"
 #include "resources/resource.h"
 #include "text/widestr.h"
+#include "shell/download_command.h"
 #include "shell/frame_commands.h"
 #include "shell/res_text.h"
 #include "shell/view_switch.h"
@@ -163,6 +164,18 @@ LRESULT CALLBACK FrameWindowProc(HWND window, UINT msg, WPARAM wp, LPARAM lp)
     case WM_COMMAND:
         if (frame)
             FrameCommand(frame, LOWORD(wp), HIWORD(wp));
+        return 0;
+    case WM_PELNOR_START_RUN:
+        if (frame)
+            OnDialledLineUp(frame);
+        return 0;
+    case WM_PELNOR_HANG_UP:
+        if (frame)
+            OnHangUp(frame);
+        return 0;
+    case WM_PELNOR_RUN_FINISHED:
+        if (frame)
+            OnRunFinished(frame, (DownloadJob *)lp);
         return 0;
     case WM_PELNOR_ACTIVATE:
         return 0;

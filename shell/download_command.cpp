@@ -1,0 +1,61 @@
+#include "download_command.h"
+
+#include "dialup/dialup.h"
+#include "resources/resource.h"
+#include "shell/res_text.h"
+
+namespace {
+
+void StartRun(AppFrame *frame)
+{
+    frame->busy = 1;
+    DownloadStart started =
+        RunDownload(frame->instance, frame->mainWindow, &frame->settings, frame->groupView->list);
+    /* A left password prompt keeps the frame busy, as it always has; the run
+     * itself clears it when its end arrives. */
+    if (started == kDownloadFailed)
+        frame->busy = 0;
+}
+
+} // namespace
+
+void GetArticlesCommand(AppFrame *frame)
+{
+    switch (DialBeforeRun(frame->mainWindow, frame->instance, &frame->settings, &frame->rasConnection)) {
+    case kDialupRunNow:
+        StartRun(frame);
+        break;
+    case kDialupDialling:
+    case kDialupFailed:
+        break;
+    }
+}
+
+void OnDialledLineUp(AppFrame *frame)
+{
+    frame->dialled = 1;
+    EnableWindow(frame->mainWindow, TRUE);
+    StartRun(frame);
+}
+
+void OnHangUp(AppFrame *frame)
+{
+    EnableWindow(frame->mainWindow, TRUE);
+    HangUpDialup(frame->rasConnection);
+}
+
+void OnRunFinished(AppFrame *frame, DownloadJob *job)
+{
+    if (frame->settings.Dialup && frame->dialled == 1)
+        RunDisconnectDialog(frame->mainWindow, frame->instance, frame->settings.DisconnectWaitTime);
+    frame->dialled = 0;
+
+    if (job->result->severity != kSeverityError) {
+        ShowResBox(frame->mainWindow, IDS_DOWNLOAD_DONE, IDS_CAPTION_DISCONNECT, MB_OK);
+        ReloadData(frame);
+    } else {
+        MessageBoxW(nullptr, job->result->text, job->result->title, MB_ICONERROR);
+    }
+    frame->busy = 0;
+    FreeDownloadJob(job);
+}
