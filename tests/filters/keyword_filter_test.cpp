@@ -46,24 +46,6 @@ TEST_F(KeywordFilterTest, KeywordContainsSubjectOrSubjectContainsKeyword)
     EXPECT_EQ(MatchKeywordFilter(&filter_, "f j"), kPriorityNormal);
 }
 
-TEST_F(KeywordFilterTest, ComparesBytesWithoutRegardToCharacters)
-{
-    /* Full-width "ｆ" is not folded to "f"; a keyword may match across two
-     * double-byte characters ("\x82\xA0\x82\xA2" holds "\xA0\x82"). */
-    ASSERT_TRUE(Load("- \xA0\x82\r\n+ \x82\x86\r\n"));
-    EXPECT_EQ(MatchKeywordFilter(&filter_, "\x82\xA0\x82\xA2"), kPriorityLow);
-    EXPECT_EQ(MatchKeywordFilter(&filter_, "abc \x82\x86 def"), kPriorityHigh);
-    EXPECT_EQ(MatchKeywordFilter(&filter_, "abc f def"), kPriorityNormal);
-}
-
-TEST_F(KeywordFilterTest, HighWinsOverLow)
-{
-    ASSERT_TRUE(Load("- same\r\n+ same\r\n- other\r\n"));
-    EXPECT_EQ(MatchKeywordFilter(&filter_, "the same thing"), kPriorityHigh);
-    EXPECT_EQ(MatchKeywordFilter(&filter_, "another"), kPriorityLow);
-    EXPECT_EQ(MatchKeywordFilter(&filter_, "none"), kPriorityNormal);
-}
-
 TEST_F(KeywordFilterTest, ListsHoldReverseFileOrderAndAnyOtherMarkIsLow)
 {
     ASSERT_TRUE(Load("+ one\r\nx abc\r\n+ two\r\n-\r\n- three\r\n+three\r\n"));

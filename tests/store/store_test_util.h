@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include "sjis_samples.h"
 #include "store/group_store.h"
 #include "support/temp_folder.h"
 
@@ -98,10 +99,6 @@ inline std::string ArticleBytes(const std::vector<std::string> &head, uint32_t n
     return s;
 }
 
-/* Shift_JIS bytes used by the tests. */
-#define SJIS_YAMADA "\x8E\x52\x93\x63"          /* 山田 */
-#define SJIS_NIHONGO "\x93\xFA\x96\x7B\x8C\xEA" /* 日本語 */
-#define SJIS_HYO "\x95\x5C"                     /* 表: trail byte is '\\' */
 
 
 /* A data folder with one group, "fj.test", whose store has its names set. */
