@@ -74,17 +74,3 @@ TEST(KeywordMatch, HighListFirst)
     Filter blank({}, {""});
     EXPECT_EQ(blank.Match("anything"), kPriorityLow);
 }
-
-TEST(KeywordMatch, ClearEmptiesBothLists)
-{
-    KeywordFilter filter;
-    KeywordFilterInit(&filter);
-    KeywordNode *node = (KeywordNode *)malloc(sizeof(KeywordNode));
-    node->keyword = strdup("x");
-    node->next = nullptr;
-    filter.low = node;
-    ClearKeywordFilter(&filter);
-    EXPECT_EQ(filter.high, nullptr);
-    EXPECT_EQ(filter.low, nullptr);
-    ClearKeywordFilter(&filter);
-}

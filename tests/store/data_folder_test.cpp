@@ -132,12 +132,3 @@ TEST(DataFolder, GroupNameThatWouldLeaveTheFolderIsRefused)
     EXPECT_FALSE(FileExists(outer.file(L"evil.idx")));
     EXPECT_FALSE(FileExists(inner + L"fj.later.idx"));
 }
-
-TEST(DataFolder, UnusableDataFolderFails)
-{
-    TempFolder folder;
-    /* A file stands where the folder should be. */
-    ASSERT_TRUE(WriteFileBytes(folder.file(L"plain"), "x"));
-    EXPECT_FALSE(StartDataFolder(folder.file(L"plain\\").c_str()));
-    EXPECT_NE(GetLastError(), 0u);
-}
