@@ -5,23 +5,31 @@
 
 namespace {
 
+/* Whether `needle` occurs in `haystack`, byte for byte. */
+bool Contains(const char *haystack, size_t haystack_length, const char *needle, size_t needle_length)
+{
+    if (needle_length == 0)
+        return true;
+    const char first = needle[0];
+    for (size_t i = 0; i + needle_length <= haystack_length; i++)
+        if (haystack[i] == first && memcmp(haystack + i + 1, needle + 1, needle_length - 1) == 0)
+            return true;
+    return false;
+}
+
 /* The shorter text occurs in the longer one (on equal lengths: they are
  * equal). Both directions on purpose: a keyword that holds the whole subject
  * matches as well as a subject that holds the keyword. */
-bool KeywordMatches(const char *keyword, const char *subject)
+bool ListMatches(const KeywordNode *node, const char *subject, size_t subject_length)
 {
-    size_t keyword_length = strlen(keyword);
-    size_t subject_length = strlen(subject);
-    if (keyword_length < subject_length)
-        return strstr(subject, keyword) != nullptr;
-    return strstr(keyword, subject) != nullptr;
-}
-
-bool ListMatches(const KeywordNode *node, const char *subject)
-{
-    for (; node; node = node->next)
-        if (KeywordMatches(node->keyword, subject))
+    for (; node; node = node->next) {
+        size_t keyword_length = strlen(node->keyword);
+        bool found = keyword_length < subject_length
+                         ? Contains(subject, subject_length, node->keyword, keyword_length)
+                         : Contains(node->keyword, keyword_length, subject, subject_length);
+        if (found)
             return true;
+    }
     return false;
 }
 
@@ -47,9 +55,10 @@ void KeywordFilterInit(KeywordFilter *filter)
 
 int MatchKeywordFilter(const KeywordFilter *filter, const char *subject)
 {
-    if (ListMatches(filter->high, subject))
+    size_t length = strlen(subject);
+    if (ListMatches(filter->high, subject, length))
         return kPriorityHigh;
-    if (ListMatches(filter->low, subject))
+    if (ListMatches(filter->low, subject, length))
         return kPriorityLow;
     return kPriorityNormal;
 }

@@ -35,6 +35,14 @@ void DropPages(ArticleList *list)
     list->first_row = 0;
 }
 
+DWORD FieldLength(const char *field, DWORD size)
+{
+    DWORD length = 0;
+    while (length < size && field[length])
+        length++;
+    return length;
+}
+
 void *HeapBytes(HANDLE heap, SIZE_T size)
 {
     void *bytes = HeapAlloc(heap, 0, size ? size : 1);
@@ -243,7 +251,7 @@ DWORD ArticleListLongestSubject(const ArticleList *list)
 {
     DWORD longest = 0;
     for (DWORD i = 0; i < list->rows_in_page; i++) {
-        DWORD length = (DWORD)strnlen(list->page[i].subject, sizeof list->page[i].subject);
+        DWORD length = FieldLength(list->page[i].subject, sizeof list->page[i].subject);
         if (length > longest)
             longest = length;
     }
@@ -254,7 +262,7 @@ DWORD ArticleListLongestFrom(const ArticleList *list)
 {
     DWORD longest = 0;
     for (DWORD i = 0; i < list->rows_in_page; i++) {
-        DWORD length = (DWORD)strnlen(list->page[i].from, sizeof list->page[i].from);
+        DWORD length = FieldLength(list->page[i].from, sizeof list->page[i].from);
         if (length > longest)
             longest = length;
     }

@@ -1,6 +1,5 @@
 #include "article_writer.h"
 
-#include <stdio.h>
 #include <string.h>
 
 #include "store/file_io.h"
@@ -48,9 +47,20 @@ int ArticleWriterAddContinuation(ArticleWriter *writer, const char *line)
 
 int ArticleWriterFinishHead(ArticleWriter *writer)
 {
-    char sequence[32];
-    int length = snprintf(sequence, sizeof sequence, "X-Local-Seq: %lu\r\n", (unsigned long)writer->article_number);
-    if (!HeaderBlockAddLine(&writer->block, sequence, (size_t)length))
+    char sequence[32] = "X-Local-Seq: ";
+    size_t length = 13;
+    char digits[10];
+    int count = 0;
+    DWORD number = writer->article_number;
+    do {
+        digits[count++] = (char)('0' + number % 10);
+        number /= 10;
+    } while (number);
+    while (count)
+        sequence[length++] = digits[--count];
+    sequence[length++] = '\r';
+    sequence[length++] = '\n';
+    if (!HeaderBlockAddLine(&writer->block, sequence, length))
         return 0;
     HANDLE log = writer->store->log_file;
     return WriteBytes(log, writer->block.buffer, (DWORD)HeaderBlockSize(&writer->block)) &&

@@ -39,6 +39,11 @@ void DeleteDraftBackups(const wchar_t *draft_folder)
     do {
         if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
             continue;
+        /* The pattern also matches through short 8.3 names ("x.bakup" is
+         * X~1.BAK): only names that really end in ".bak" go. */
+        size_t length = wcslen(found.cFileName);
+        if (length < 4 || _wcsicmp(found.cFileName + length - 4, L".bak") != 0)
+            continue;
         wchar_t file[MAX_PATH * 2];
         _snwprintf(file, MAX_PATH * 2, L"%s\\%s", draft_folder, found.cFileName);
         file[MAX_PATH * 2 - 1] = L'\0';

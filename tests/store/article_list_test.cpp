@@ -11,50 +11,22 @@
 
 namespace {
 
-/* Six records: priority and read state of each. */
-struct Row {
-    uint32_t priority;
-    bool read;
-    const char *subject;
-    const char *from;
-};
-const Row kRows[6] = {
-    {0, false, "normal unread", "a"},
-    {2, false, "high unread", "bbbbbbbbbbbbbbb"},
-    {1, false, "low unread", "cc"},
-    {2, true, "high read, the longest subject", "d"},
-    {0, true, "normal read", "eeee"},
-    {1, false, "low unread again", "f"},
-};
-
 class ArticleListTest : public GroupFixture {
 protected:
+    /* Six records: normal, high, low, high read, normal read, low. */
     void SetUp() override
     {
         GroupFixture::SetUp();
-        std::string log, index;
-        for (int i = 0; i < 6; i++) {
-            std::string article = ArticleBytes({std::string("Subject: ") + kRows[i].subject + "\r\n"}, 50 + i, {});
-            RecordFields r;
-            r.flags = (kRows[i].priority << 1) | (kRows[i].read ? 1 : 0);
-            r.number = 50 + i;
-            r.offset = (uint32_t)log.size();
-            r.length = (uint32_t)article.size();
-            r.subject = kRows[i].subject;
-            r.from = kRows[i].from;
-            r.subject_offset = r.offset + 9;
-            r.subject_length = (uint32_t)strlen(kRows[i].subject);
-            records_.push_back(r);
-            log += article;
-            index += RecordBytes(r);
-        }
+        const char *froms[6] = {"a", "bbbbbbbbbbbbbbb", "cc", "d", "eeee", "f"};
+        for (int i = 0; i < 6; i++)
+            group_.records[i].from = froms[i];
+        records_ = group_.records;
         HeaderFields h;
         h.record_count = 6;
         h.saved_position = 4;
         h.unread = 99; /* put right by the build */
         h.status = "st";
-        ASSERT_TRUE(WriteFileBytes(IndexPath(), HeaderBytes(h) + index));
-        ASSERT_TRUE(WriteFileBytes(LogPath(), log));
+        WriteGroup(group_, h);
         ArticleListInit(&list_);
         ASSERT_TRUE(ArticleListOpen(&list_, folder_.path().c_str(), L"fj.test"));
     }
@@ -73,6 +45,10 @@ protected:
     }
     uint32_t DiskFlags(int record) const { return ReadU32(FileBytes(IndexPath()), 100 + 92 * record); }
 
+    SimpleGroup group_{{"normal unread", "high unread", "low unread", "high read, the longest subject",
+                         "normal read", "low unread again"},
+                        50,
+                        {0, 4, 2, 5, 1, 2}};
     std::vector<RecordFields> records_;
     ArticleList list_;
 };

@@ -165,20 +165,6 @@ TEST_F(ArticleLogTest, LogAndIndexOfSeveralArticlesByteForByte)
     EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(header) + RecordsBytes(ExpectedRecords()));
 }
 
-TEST_F(ArticleLogTest, HeaderReadsBackIntoTheStore)
-{
-    StoreAll();
-    GroupStoreSetLastFetched(&store_, 0);
-    ASSERT_TRUE(IndexReadHeader(&store_));
-    EXPECT_EQ(GroupStoreLastFetched(&store_), 106u);
-    EXPECT_EQ(GroupStoreServerLast(&store_), 110u);
-    EXPECT_EQ(GroupStoreRecordCount(&store_), 4u);
-    EXPECT_EQ(GroupStoreUnreadCount(&store_), 4u);
-    EXPECT_EQ(GroupStoreHighCount(&store_), 2u);
-    EXPECT_EQ(GroupStoreLowCount(&store_), 1u);
-    EXPECT_STREQ(GroupStoreStatusText(&store_), L"4件の記事を取得しました。");
-}
-
 TEST_F(ArticleLogTest, ArticlesAndSubjectsReadBackAsWideText)
 {
     StoreAll();
@@ -246,15 +232,6 @@ TEST_F(ArticleLogTest, AbandonedArticleLeavesNothingBehind)
     record.subject_offset = record.offset + 9;
     record.subject_length = 4;
     EXPECT_EQ(FileBytes(IndexPath()).substr(100), index_before.substr(100) + RecordBytes(record));
-}
-
-TEST_F(ArticleLogTest, WriterNeedsAnOpenLog)
-{
-    ArticleWriter writer;
-    ArticleWriterInit(&writer, &store_);
-    EXPECT_FALSE(ArticleWriterBegin(&writer, 1));
-    EXPECT_EQ(GetLastError(), (DWORD)ERROR_INVALID_PARAMETER);
-    ArticleWriterRelease(&writer);
 }
 
 TEST_F(ArticleLogTest, RebuildOfAMissingIndexGivesTheSameRecords)

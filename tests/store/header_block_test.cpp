@@ -20,17 +20,6 @@ protected:
 
 } // namespace
 
-TEST_F(HeaderBlockTest, StartsEmptyWithEveryLineAbsent)
-{
-    EXPECT_EQ(block_.capacity, 2048u);
-    EXPECT_EQ(HeaderBlockSize(&block_), 0u);
-    EXPECT_EQ(block_.subject_line, 0xFFFFFFFFu);
-    EXPECT_EQ(block_.from_line, 0xFFFFFFFFu);
-    EXPECT_EQ(block_.date_line, 0xFFFFFFFFu);
-    EXPECT_EQ(block_.sequence, 0xFFFFFFFFu);
-    EXPECT_EQ(block_.newsgroup_line, 0xFFFFFFFFu);
-}
-
 TEST_F(HeaderBlockTest, NotesWhereEachNamedLineStands)
 {
     ASSERT_TRUE(HeaderBlockAdd(&block_, "From: a@b\r\n"));           /* 0, 11 bytes */
@@ -120,10 +109,8 @@ TEST_F(HeaderBlockTest, ContinuationsJoinTheNewsgroupLine)
     ASSERT_TRUE(HeaderBlockAddContinuation(&block_, "  b\r\n", 5));
     EXPECT_EQ(Text(), "Newsgroup: a,b\r\n");
     EXPECT_EQ(block_.newsgroup_length, 16u);
-}
-
-TEST_F(HeaderBlockTest, ContinuationAtTheStartDoesNotStepBack)
-{
+    /* A continuation with nothing before it does not step back. */
+    ASSERT_TRUE(HeaderBlockPrepare(&block_));
     ASSERT_TRUE(HeaderBlockAdd(&block_, " lonely\r\n"));
     EXPECT_EQ(Text(), "lonely\r\n");
 }
@@ -141,16 +128,4 @@ TEST_F(HeaderBlockTest, GrowsIn2048ByteStepsKeepingTheLines)
     EXPECT_EQ(Text(), first + "From: abc\r\n" + huge);
     EXPECT_EQ(block_.from_line, first.size());
     EXPECT_EQ(block_.buffer_end, block_.buffer + block_.capacity);
-}
-
-TEST_F(HeaderBlockTest, PrepareEmptiesForTheNextArticle)
-{
-    ASSERT_TRUE(HeaderBlockAdd(&block_, "Subject: x\r\n"));
-    ASSERT_TRUE(HeaderBlockAdd(&block_, " y\r\n"));
-    ASSERT_TRUE(HeaderBlockPrepare(&block_));
-    EXPECT_EQ(HeaderBlockSize(&block_), 0u);
-    EXPECT_EQ(block_.subject_line, 0xFFFFFFFFu);
-    EXPECT_EQ(block_.subject_length, 0u);
-    EXPECT_EQ(block_.joined, 0);
-    EXPECT_EQ(block_.in_subject, 0);
 }

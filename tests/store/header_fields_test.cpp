@@ -5,7 +5,7 @@
 #include <string>
 
 #include "store/header_fields.h"
-#include "store_test_util.h"
+#include "sjis_samples.h"
 
 namespace {
 

@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include "sjis_samples.h"
 #include "store/group_store.h"
 #include "support/temp_folder.h"
 
@@ -98,11 +99,41 @@ inline std::string ArticleBytes(const std::vector<std::string> &head, uint32_t n
     return s;
 }
 
-/* Shift_JIS bytes used by the tests. */
-#define SJIS_YAMADA "\x8E\x52\x93\x63"          /* 山田 */
-#define SJIS_NIHONGO "\x93\xFA\x96\x7B\x8C\xEA" /* 日本語 */
-#define SJIS_HYO "\x95\x5C"                     /* 表: trail byte is '\\' */
+/* Articles whose head is one "Subject: " line, stored back to back from
+ * article number `first`, with `flags[i]` in the i-th record; the records
+ * are as an append makes them (sender "(Unknown)", date "0000"). */
+struct SimpleGroup {
+    std::vector<std::string> articles;
+    std::string log;
+    std::vector<RecordFields> records;
 
+    SimpleGroup(const std::vector<std::string> &subjects, uint32_t first, const std::vector<uint32_t> &flags)
+    {
+        for (size_t i = 0; i < subjects.size(); i++) {
+            std::string article = ArticleBytes({"Subject: " + subjects[i] + "\r\n"}, first + (uint32_t)i,
+                                               {"body " + std::to_string(i) + "\r\n"});
+            RecordFields r;
+            r.flags = flags[i];
+            r.number = first + (uint32_t)i;
+            r.offset = (uint32_t)log.size();
+            r.length = (uint32_t)article.size();
+            r.subject = subjects[i];
+            r.from = "(Unknown)";
+            r.subject_offset = r.offset + 9;
+            r.subject_length = (uint32_t)subjects[i].size();
+            records.push_back(r);
+            articles.push_back(article);
+            log += article;
+        }
+    }
+    std::string Index(const HeaderFields &header) const
+    {
+        std::string bytes = HeaderBytes(header);
+        for (const RecordFields &r : records)
+            bytes += RecordBytes(r);
+        return bytes;
+    }
+};
 
 /* A data folder with one group, "fj.test", whose store has its names set. */
 class GroupFixture : public testing::Test {
@@ -117,6 +148,11 @@ protected:
     std::wstring IndexPath() const { return folder_.file(L"fj.test.idx"); }
     std::wstring LogPath() const { return folder_.file(L"fj.test.log"); }
     std::wstring FilterPath() const { return folder_.file(L"fj.test.flt"); }
+    void WriteGroup(const SimpleGroup &group, const HeaderFields &header)
+    {
+        ASSERT_TRUE(WriteFileBytes(IndexPath(), group.Index(header)));
+        ASSERT_TRUE(WriteFileBytes(LogPath(), group.log));
+    }
 
     TempFolder folder_;
     GroupStore store_;

@@ -46,12 +46,10 @@ TEST(StringSetHash, XorOfSignExtendedBytesModulo91)
 
 TEST_F(StringSetTest, EmptySetIteratesNothing)
 {
-    EXPECT_TRUE(Iterate(&set_).empty());
     StringSetIterator it;
     StringSetBegin(&it, &set_);
     EXPECT_EQ(StringSetNext(&it), nullptr);
     EXPECT_EQ(StringSetNext(&it), nullptr);
-    EXPECT_EQ(StringSetFind(&set_, "x"), nullptr);
     EXPECT_EQ(StringSetRemove(&set_, "x"), 0);
 }
 
@@ -80,16 +78,6 @@ TEST_F(StringSetTest, IteratesByBucketThenNewestFirst)
     EXPECT_EQ(Iterate(&set_).back(), "\x82");
 }
 
-TEST_F(StringSetTest, FindComparesBytesExactly)
-{
-    StringSetNode *node = StringSetAdd(&set_, "fj.comp");
-    ASSERT_NE(node, nullptr);
-    EXPECT_EQ(StringSetFind(&set_, "fj.comp"), node);
-    EXPECT_EQ(StringSetFind(&set_, "FJ.COMP"), nullptr);
-    EXPECT_EQ(StringSetFind(&set_, "fj.com"), nullptr);
-    EXPECT_NE(node->text, (const char *)"fj.comp"); /* a copy */
-}
-
 TEST_F(StringSetTest, RemoveOfDuplicateTakesTheNewerNode)
 {
     StringSetNode *older = StringSetAdd(&set_, "dup");
@@ -101,9 +89,7 @@ TEST_F(StringSetTest, RemoveOfDuplicateTakesTheNewerNode)
     EXPECT_EQ(StringSetRemove(&set_, "dup"), 1);
     EXPECT_EQ(StringSetFind(&set_, "dup"), older);
     EXPECT_EQ(Iterate(&set_), (std::vector<std::string>{"dup"}));
-    EXPECT_EQ(StringSetRemove(&set_, "dup"), 1);
-    EXPECT_EQ(StringSetRemove(&set_, "dup"), 0);
-    EXPECT_TRUE(Iterate(&set_).empty());
+    EXPECT_EQ(StringSetFind(&set_, "DUP"), nullptr);
 }
 
 TEST_F(StringSetTest, RemoveKeepsTheRestOfTheChain)
@@ -132,12 +118,4 @@ TEST_F(StringSetTest, FullHeapGivesNull)
     EXPECT_LT(added, 1024);
     /* What was added is still there. */
     EXPECT_EQ(Iterate(&set_).size(), (size_t)added);
-}
-
-TEST(StringSetLifetime, DestroyOfUncreatedSetDoesNothing)
-{
-    StringSet set;
-    StringSetInit(&set);
-    StringSetDestroy(&set);
-    EXPECT_EQ(set.heap, nullptr);
 }
