@@ -1,0 +1,218 @@
+#include <gtest/gtest.h>
+
+#include <windows.h>
+#include <commctrl.h>
+
+#include "dialup/dialup_fixture.h"
+#include "nntp/script_client.h"
+#include "resources/resource.h"
+#include "store/store_test_util.h"
+#include "support/frame_fixture.h"
+#include "support/registry_fixture.h"
+
+namespace {
+
+/* The frame started over a data folder with the given groups, its settings
+ * pointing at a scripted server. */
+class DownloadTest : public FrameFixture {
+protected:
+    void StartWith(const std::string &group_file, int port)
+    {
+        ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), group_file));
+        SeedCompleteSettings(data_.path());
+        SetPelnorDword(L"Port", (DWORD)port);
+        ASSERT_NE(CreateMainFrame(&frame_, SW_SHOWNORMAL), nullptr);
+        list_ = frame_.groupView->list;
+        watcher_.SetDialogHandler([this](HWND dialog) {
+            std::wstring title = WindowText(dialog);
+            if (title == L"Articles")
+                progress_seen_ = true;
+            if (on_dialog_)
+                on_dialog_(dialog, title);
+        });
+    }
+
+    /* Presses I in the group view and waits for the run to end. */
+    void PressGetArticles()
+    {
+        SetForegroundWindow(frame_.mainWindow);
+        SetFocus(list_);
+        ASSERT_TRUE(Pump([&] { return GetFocus() == list_; }));
+        size_t before = watcher_.boxes().size();
+        PressKey('I');
+        ASSERT_TRUE(Pump([&] { return watcher_.boxes().size() > before && frame_.busy == 0; }));
+    }
+
+    HWND list_ = nullptr;
+    bool progress_seen_ = false;
+    std::function<void(HWND, const std::wstring &)> on_dialog_;
+};
+
+TEST_F(DownloadTest, RunWithoutGroupsEndsWithTheFinishedMessage)
+{
+    NntpScript script;
+    script.Send("200 news.example.jp ready\r\n");
+    StartWith("", script.Start());
+    PressGetArticles();
+    EXPECT_TRUE(progress_seen_);
+    ASSERT_EQ(watcher_.boxes().size(), 1u);
+    const RecordedBox &box = watcher_.boxes()[0];
+    EXPECT_EQ(box.caption, L"Disconnect");
+    EXPECT_EQ(box.text, L"ダウンロードが終了しました。");
+    EXPECT_EQ(box.icon, 0u);
+    EXPECT_TRUE(box.has_owner);
+    EXPECT_EQ(script.Transcript(), "QUIT\r\n");
+    EXPECT_EQ(frame_.busy, 0u);
+}
+
+TEST_F(DownloadTest, ServerDownShowsItsOwnCaptionAndReloadsNothing)
+{
+    HeaderFields h;
+    h.record_count = 4;
+    h.unread = 3;
+    StartWith("fj.test\r\n", FreeLoopbackPort());
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"fj.test.idx"), HeaderBytes(h)));
+    ASSERT_EQ(ListViewText(list_, 0, 1), L"0");
+    PressGetArticles();
+    ASSERT_EQ(watcher_.boxes().size(), 1u);
+    EXPECT_EQ(watcher_.boxes()[0].caption, L"127.0.0.1");
+    EXPECT_EQ(watcher_.boxes()[0].text, L"サーバに接続できませんでした");
+    EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONERROR);
+    /* No reload: the row still shows what it showed before the run. */
+    EXPECT_EQ(ListViewText(list_, 0, 1), L"0");
+}
+
+TEST_F(DownloadTest, IOutsideTheGroupViewAndMenuCommandsFromAnywhere)
+{
+    NntpScript script;
+    script.Send("200 ready\r\n");
+    StartWith("", script.Start());
+    /* The accelerator is honoured only in the group view... */
+    frame_.currentView = kArticleView;
+    Command(IDM_GET_ARTICLES, 1);
+    EXPECT_FALSE(progress_seen_);
+    /* ...the menu command always. */
+    Command(IDM_GET_ARTICLES, 0);
+    ASSERT_TRUE(Pump([&] { return !watcher_.boxes().empty() && frame_.busy == 0; }));
+    EXPECT_TRUE(progress_seen_);
+    frame_.currentView = kGroupView;
+}
+
+TEST_F(DownloadTest, UserWithoutPasswordIsAskedOnceAndTheTypedPasswordIsSent)
+{
+    NntpScript script;
+    script.Send("200 ready\r\n").Recv().Send("381 more\r\n").Recv().Send("281 ok\r\n");
+    int port = script.Start();
+    SetPelnorString(L"UserID", L"taro");
+    StartWith("", port);
+    std::wstring shown_user;
+    on_dialog_ = [&](HWND dialog, const std::wstring &title) {
+        if (title != L"ﾊﾟｽﾜｰﾄﾞの入力")
+            return;
+        shown_user = WindowText(GetDlgItem(dialog, IDC_PASSWORD_USER));
+        SetDlgItemTextW(dialog, IDC_PASSWORD, L"himitsu");
+        PostMessageW(dialog, WM_COMMAND, IDOK, 0);
+    };
+    PressGetArticles();
+    EXPECT_EQ(shown_user, L"taro");
+    EXPECT_EQ(script.Transcript(), "authinfo user taro\r\nauthinfo pass himitsu\r\nQUIT\r\n");
+    ASSERT_EQ(watcher_.boxes().size(), 1u);
+    EXPECT_EQ(watcher_.boxes()[0].caption, L"Disconnect");
+    /* The typed password was for this run only. */
+    EXPECT_EQ(frame_.settings.Password, nullptr);
+}
+
+TEST_F(DownloadTest, CancelledPasswordPromptStartsNothingAndStaysBusy)
+{
+    SetPelnorString(L"UserID", L"taro");
+    StartWith("", FreeLoopbackPort());
+    bool prompted = false;
+    on_dialog_ = [&](HWND dialog, const std::wstring &title) {
+        if (title != L"ﾊﾟｽﾜｰﾄﾞの入力")
+            return;
+        prompted = true;
+        PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+    };
+    Command(IDM_GET_ARTICLES);
+    EXPECT_TRUE(prompted);
+    EXPECT_FALSE(progress_seen_);
+    EXPECT_TRUE(watcher_.boxes().empty());
+    EXPECT_EQ(frame_.busy, 1u); /* the frame keeps its busy mark, as it always has */
+}
+
+/* Dial-up around the run, with the scripted RAS. */
+class DialupRunTest : public DownloadTest {
+protected:
+    void StartDialling(int port, DWORD wait)
+    {
+        SetPelnorDword(L"Dialup", 1);
+        SetPelnorString(L"EntryName", L"Office");
+        SetPelnorDword(L"DisconnectWaitTime", wait);
+        StartWith("", port);
+    }
+    ScriptedRas ras_;
+};
+
+TEST_F(DialupRunTest, DialsRunsAndHangsUpTheLineItMade)
+{
+    NntpScript script;
+    script.Send("200 ready\r\n");
+    StartDialling(script.Start(), 0);
+    Command(IDM_GET_ARTICLES);
+    ASSERT_EQ(ras_.dials.size(), 1u);
+    EXPECT_EQ(ras_.dials[0].entry, L"Office");
+    EXPECT_FALSE(IsWindowEnabled(frame_.mainWindow));
+    ras_.Notify(0x2000); /* connected */
+    ASSERT_TRUE(Pump([&] { return !watcher_.boxes().empty() && frame_.busy == 0; }));
+    EXPECT_TRUE(progress_seen_);
+    EXPECT_TRUE(IsWindowEnabled(frame_.mainWindow));
+    ASSERT_EQ(ras_.hang_ups.size(), 1u);
+    EXPECT_EQ(ras_.hang_ups[0], ras_.handle);
+    EXPECT_EQ(frame_.dialled, 0u);
+    EXPECT_EQ(watcher_.boxes().back().text, L"ダウンロードが終了しました。");
+    EXPECT_EQ(script.Transcript(), "QUIT\r\n");
+}
+
+TEST_F(DialupRunTest, ARefusedDialStartsNoRun)
+{
+    StartDialling(FreeLoopbackPort(), 0);
+    Command(IDM_GET_ARTICLES);
+    ras_.Notify(0x2001); /* disconnected */
+    ASSERT_TRUE(Pump([&] { return !watcher_.boxes().empty() && IsWindowEnabled(frame_.mainWindow); }));
+    EXPECT_EQ(watcher_.boxes()[0].caption, L"ﾀﾞｲｱﾙｱｯﾌﾟ接続ｴﾗｰ");
+    EXPECT_EQ(watcher_.boxes()[0].text, L"接続できませんでした");
+    EXPECT_FALSE(progress_seen_);
+    ASSERT_TRUE(Pump([&] { return ras_.hang_ups.size() == 1; }));
+    EXPECT_EQ(frame_.dialled, 0u);
+}
+
+TEST_F(DialupRunTest, ALineAlreadyUpIsUsedAndLeftUp)
+{
+    NntpScript script;
+    script.Send("200 ready\r\n");
+    ras_.active_connections = 1;
+    StartDialling(script.Start(), 0);
+    Command(IDM_GET_ARTICLES);
+    ASSERT_TRUE(Pump([&] { return !watcher_.boxes().empty() && frame_.busy == 0; }));
+    EXPECT_TRUE(progress_seen_);
+    EXPECT_TRUE(ras_.dials.empty());
+    EXPECT_TRUE(ras_.hang_ups.empty());
+}
+
+TEST_F(DialupRunTest, CancelWhileWaitingToHangUpKeepsTheLine)
+{
+    NntpScript script;
+    script.Send("200 ready\r\n");
+    StartDialling(script.Start(), 30);
+    on_dialog_ = [&](HWND dialog, const std::wstring &title) {
+        if (title == L"切断中...")
+            PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+    };
+    Command(IDM_GET_ARTICLES);
+    ras_.Notify(0x2000);
+    ASSERT_TRUE(Pump([&] { return !watcher_.boxes().empty() && frame_.busy == 0; }));
+    EXPECT_TRUE(ras_.hang_ups.empty());
+    EXPECT_EQ(frame_.dialled, 0u);
+}
+
+} // namespace
