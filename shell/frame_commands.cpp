@@ -5,6 +5,7 @@
 #include <wchar.h>
 
 #include "resources/resource.h"
+#include "shell/res_text.h"
 #include "shell/about_box.h"
 #include "shell/catchup_command.h"
 #include "shell/delete_read_command.h"
@@ -35,6 +36,21 @@ wchar_t *DataFile(const AppFrame *frame, const wchar_t *name)
     if (path)
         _snwprintf(path, size, L"%s%s", frame->settings.DataPath, name);
     return path;
+}
+
+/* A view option toggled by the user stays toggled even when it cannot be
+ * stored; the user is told. */
+void StoreOption(int stored)
+{
+    if (!stored)
+        ShowLastErrorBoxRes(IDS_SAVE_OPTION_FAILED, IDS_CAPTION_PELNOR, MB_ICONERROR);
+}
+
+void SetPriorityLevel(AppFrame *frame, DWORD level)
+{
+    frame->priorityLevel = level;
+    UpdateCheckMarks(frame);
+    WritePriorityViewLevel(level); /* a failed write is of no consequence */
 }
 
 void SubscribeCommand(AppFrame *frame)
@@ -93,6 +109,25 @@ void FrameCommand(AppFrame *frame, UINT id, UINT code)
         break;
     case IDM_CATCHUP:
         CatchUpCommand(frame);
+        break;
+    case IDM_VIEW_READ:
+        frame->viewReadArticle = !frame->viewReadArticle;
+        UpdateCheckMarks(frame);
+        StoreOption(WriteViewReadArticle(frame->viewReadArticle));
+        break;
+    case IDM_SHOW_HEADER:
+        frame->showArticleHeader = !frame->showArticleHeader;
+        UpdateCheckMarks(frame);
+        StoreOption(WriteShowArticleHeader(frame->showArticleHeader));
+        break;
+    case IDM_PRIORITY_HIGH:
+        SetPriorityLevel(frame, 2);
+        break;
+    case IDM_PRIORITY_NORMAL:
+        SetPriorityLevel(frame, 0);
+        break;
+    case IDM_PRIORITY_LOW:
+        SetPriorityLevel(frame, 1);
         break;
     case IDM_DRAFTS_GROUPS:
     case IDM_SUBJECT_BACK:

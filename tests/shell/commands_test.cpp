@@ -259,3 +259,78 @@ TEST_F(CommandTest, DeleteReadWithoutAGroupFileIsReported)
 }
 
 } // namespace
+
+namespace {
+
+bool IsChecked(HMENU menu, UINT id)
+{
+    return (GetMenuState(menu, id, MF_BYCOMMAND) & MF_CHECKED) != 0;
+}
+
+DWORD StoredOption(const wchar_t *subkey, const wchar_t *name)
+{
+    std::wstring path = std::wstring(L"Software\\marrowby\\Pelnor\\") + subkey;
+    DWORD value = 0xDEAD, size = sizeof value;
+    RegGetValueW(HKEY_CURRENT_USER, path.c_str(), name, RRF_RT_REG_DWORD, nullptr, &value, &size);
+    return value;
+}
+
+TEST_F(CommandTest, ViewOptionsToggleTheirMarksAndAreStored)
+{
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), ""));
+    Start();
+    Command(IDM_VIEW_READ);
+    EXPECT_TRUE(IsChecked(frame_.subjectPopup, IDM_VIEW_READ));
+    EXPECT_EQ(StoredOption(L"SubjectView", L"ViewReadArticle"), 1u);
+    Command(IDM_VIEW_READ);
+    EXPECT_FALSE(IsChecked(frame_.subjectPopup, IDM_VIEW_READ));
+    EXPECT_EQ(StoredOption(L"SubjectView", L"ViewReadArticle"), 0u);
+
+    Command(IDM_SHOW_HEADER);
+    EXPECT_TRUE(IsChecked(frame_.articlePopup, IDM_SHOW_HEADER));
+    EXPECT_EQ(StoredOption(L"ArticleView", L"ShowArticleHeader"), 1u);
+
+    /* Normal is 0 and low is 1. */
+    Command(IDM_PRIORITY_NORMAL);
+    EXPECT_EQ(StoredOption(L"SubjectView", L"PriorityViewLevel"), 0u);
+    EXPECT_TRUE(IsChecked(frame_.subjectPopup, IDM_PRIORITY_NORMAL));
+    EXPECT_FALSE(IsChecked(frame_.subjectPopup, IDM_PRIORITY_LOW));
+    Command(IDM_PRIORITY_HIGH);
+    EXPECT_EQ(StoredOption(L"SubjectView", L"PriorityViewLevel"), 2u);
+    EXPECT_TRUE(IsChecked(frame_.subjectPopup, IDM_PRIORITY_HIGH));
+    EXPECT_FALSE(IsChecked(frame_.subjectPopup, IDM_PRIORITY_NORMAL));
+    Command(IDM_PRIORITY_LOW);
+    EXPECT_EQ(StoredOption(L"SubjectView", L"PriorityViewLevel"), 1u);
+    EXPECT_TRUE(watcher_.boxes().empty());
+}
+
+TEST_F(CommandTest, AnOptionThatCannotBeStoredStaysToggledAndIsReported)
+{
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), ""));
+    Start();
+    /* Under a volatile parent the program's key cannot be made again. */
+    DeletePelnorKey();
+    RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\marrowby");
+    HKEY parent;
+    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\marrowby", 0, nullptr, REG_OPTION_VOLATILE,
+                              KEY_ALL_ACCESS, nullptr, &parent, nullptr),
+              ERROR_SUCCESS);
+    RegCloseKey(parent);
+
+    Command(IDM_VIEW_READ);
+    Command(IDM_SHOW_HEADER);
+    Command(IDM_PRIORITY_HIGH); /* its failure is not reported */
+    RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\marrowby");
+
+    ASSERT_EQ(watcher_.boxes().size(), 2u);
+    for (const RecordedBox &box : watcher_.boxes()) {
+        EXPECT_EQ(box.caption, L"PELNOR");
+        EXPECT_EQ(box.text, L"設定の保存ができませんでした(1021)");
+        EXPECT_EQ(box.icon, (UINT)MB_ICONERROR);
+    }
+    EXPECT_TRUE(IsChecked(frame_.subjectPopup, IDM_VIEW_READ));
+    EXPECT_TRUE(IsChecked(frame_.articlePopup, IDM_SHOW_HEADER));
+    EXPECT_TRUE(IsChecked(frame_.subjectPopup, IDM_PRIORITY_HIGH));
+}
+
+} // namespace
