@@ -19,27 +19,27 @@
 
 namespace {
 
-struct MenuBarSpec {
+struct MenuBarResource {
     UINT resource;
     int bitmap;
     int images;
 };
 
-const MenuBarSpec kGroupBar = {IDR_GROUP_BAR, IDB_GROUP_BAR, GROUP_BAR_IMAGES};
-const MenuBarSpec kSubjectBar = {IDR_SUBJECT_BAR, IDB_SUBJECT_BAR, SUBJECT_BAR_IMAGES};
-const MenuBarSpec kArticleBar = {IDR_ARTICLE_BAR, IDB_ARTICLE_BAR, ARTICLE_BAR_IMAGES};
+const MenuBarResource kGroupBar = {IDR_GROUP_BAR, IDB_GROUP_BAR, GROUP_BAR_IMAGES};
+const MenuBarResource kSubjectBar = {IDR_SUBJECT_BAR, IDB_SUBJECT_BAR, SUBJECT_BAR_IMAGES};
+const MenuBarResource kArticleBar = {IDR_ARTICLE_BAR, IDB_ARTICLE_BAR, ARTICLE_BAR_IMAGES};
 
 /* Creates one menu bar, hidden; null on failure. */
-HWND CreateHiddenMenuBar(AppFrame *frame, const MenuBarSpec &spec)
+HWND CreateHiddenMenuBar(AppFrame *frame, const MenuBarResource &bar)
 {
     SHMENUBARINFO info = {};
     info.cbSize = sizeof(info);
     info.hwndParent = frame->mainWindow;
     info.dwFlags = 0;
-    info.nToolBarId = spec.resource;
+    info.nToolBarId = bar.resource;
     info.hInstRes = frame->instance;
-    info.nBmpId = spec.bitmap;
-    info.cBmpImages = spec.images;
+    info.nBmpId = bar.bitmap;
+    info.cBmpImages = bar.images;
     if (!SHCreateMenuBar(&info))
         return nullptr;
     ShowWindow(info.hwndMB, SW_HIDE);
