@@ -56,6 +56,9 @@ start)
     # window manager (Xvfb has none), so hiding one does not wait for it.
     wine regedit /S "$here/wine-prefix.reg" >/dev/null 2>&1 </dev/null
     wineserver -w
+    # Wine's own faces (Tahoma, and Marlett for the caption buttons) are
+    # found only in the prefix's font folder here.
+    cp /usr/share/wine/fonts/*.ttf "$prefix/drive_c/windows/Fonts/" 2>/dev/null || true
   fi
   wineserver -p </dev/null >/dev/null 2>&1
   # Start the prefix's services now, with their output going nowhere: a
