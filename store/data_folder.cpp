@@ -3,7 +3,12 @@
 #include <stdlib.h>
 #include <wchar.h>
 
+#include "resources/resource.h"
+#include "shell/res_text.h"
 #include "shell/scoped_win.h"
+#include "store/group_file.h"
+#include "store/group_store.h"
+#include "store/index_convert.h"
 
 namespace {
 
@@ -34,6 +39,11 @@ void DeleteDraftBackups(const wchar_t *draft_folder)
     do {
         if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
             continue;
+        /* The pattern also matches through short 8.3 names ("x.bakup" is
+         * X~1.BAK): only names that really end in ".bak" go. */
+        size_t length = wcslen(found.cFileName);
+        if (length < 4 || _wcsicmp(found.cFileName + length - 4, L".bak") != 0)
+            continue;
         wchar_t file[MAX_PATH * 2];
         _snwprintf(file, MAX_PATH * 2, L"%s\\%s", draft_folder, found.cFileName);
         file[MAX_PATH * 2 - 1] = L'\0';
@@ -55,11 +65,40 @@ int TouchDataFile(const wchar_t *data_path, const wchar_t *name)
     return 1;
 }
 
-/* Brings every subscribed group's index up to the current version. */
+/* Brings every subscribed group's index up to the current version, in the
+ * order of group.dat. An index of a version this program does not know is
+ * shown to the user here, as start-up stops at it. */
 int PrepareGroupIndexes(const wchar_t *data_path)
 {
-    (void)data_path;
-    return 1;
+    GroupFileReader *groups = GroupFileOpen(data_path);
+    if (!groups)
+        return 0;
+    GroupStore store;
+    GroupStoreInit(&store);
+    int ok = 1;
+    const wchar_t *name;
+    while ((name = GroupFileNext(groups)) != nullptr) {
+        int unknown_version = 0;
+        GroupStoreReset(&store);
+        if (!GroupStoreSetNames(&store, data_path, name) || !IndexBringUpToDate(&store, &unknown_version)) {
+            ok = 0;
+            if (unknown_version) {
+                DWORD error = GetLastError();
+                ShowResBox(nullptr, IDS_INDEX_INVALID, IDS_CAPTION_PELNOR, MB_OK | MB_ICONEXCLAMATION);
+                SetLastError(error);
+            }
+            break;
+        }
+    }
+    /* The names end at the end of the file, or where the group view's
+     * reading would stop too (an over-long line); a read error fails. */
+    if (ok && GetLastError() != ERROR_HANDLE_EOF && GetLastError() != ERROR_MORE_DATA)
+        ok = 0;
+    DWORD error = GetLastError();
+    GroupStoreRelease(&store);
+    GroupFileClose(groups);
+    SetLastError(error);
+    return ok;
 }
 
 } // namespace

@@ -1,0 +1,321 @@
+/*
+ * Speed of the local news store on a large group, each figure beside a
+ * baseline measured in the same run on the same files:
+ *   - rebuilding the index of a 100,000-article log, against reading the
+ *     log once from start to end;
+ *   - deleting the read half of the group, against copying its log and
+ *     index;
+ *   - building the ArticleList row map of the 100,000 records, against
+ *     reading the index once, and against one 92-byte read per record.
+ * Every figure is the best of several runs. Usage: store_bench [articles]
+ */
+#include <windows.h>
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <wchar.h>
+
+#include <algorithm>
+#include <string>
+
+#include "store/article_list.h"
+#include "store/group_store.h"
+#include "store/index_file.h"
+#include "store/log_scanner.h"
+#include "store/read_marks.h"
+
+namespace {
+
+const int kRuns = 3;
+const DWORD kCopyBuffer = 64 * 1024;
+
+double Now()
+{
+    static LARGE_INTEGER frequency;
+    if (!frequency.QuadPart)
+        QueryPerformanceFrequency(&frequency);
+    LARGE_INTEGER counter;
+    QueryPerformanceCounter(&counter);
+    return (double)counter.QuadPart * 1000.0 / (double)frequency.QuadPart;
+}
+
+[[noreturn]] void Fail(const char *what)
+{
+    fprintf(stderr, "store_bench: %s failed (%lu)\n", what, GetLastError());
+    exit(1);
+}
+
+/* Writes through a 64 KB buffer. */
+class Output {
+public:
+    explicit Output(const std::wstring &path)
+    {
+        file_ = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+        if (file_ == INVALID_HANDLE_VALUE)
+            Fail("create");
+    }
+    ~Output()
+    {
+        Flush();
+        CloseHandle(file_);
+    }
+    void Put(const char *text, size_t length)
+    {
+        if (buffer_.size() + length > kCopyBuffer)
+            Flush();
+        buffer_.append(text, length);
+    }
+    void Put(const std::string &text) { Put(text.data(), text.size()); }
+
+private:
+    void Flush()
+    {
+        DWORD written;
+        if (!buffer_.empty() && !WriteFile(file_, buffer_.data(), (DWORD)buffer_.size(), &written, nullptr))
+            Fail("write");
+        buffer_.clear();
+    }
+    HANDLE file_;
+    std::string buffer_;
+};
+
+/* A log of `count` articles of about a kilobyte each, as the download
+ * writes them. */
+unsigned long long WriteLog(const std::wstring &path, int count)
+{
+    Output log(path);
+    unsigned long long size = 0;
+    char line[256];
+    std::string body;
+    for (int i = 0; i < 10; i++)
+        body += "The quick brown fox jumps over the lazy dog, line by line. 0123\r\n";
+    for (int n = 1; n <= count; n++) {
+        std::string article;
+        snprintf(line, sizeof line, "From: User %d <user%d@example.jp>\r\n", n % 97, n % 97);
+        article += line;
+        snprintf(line, sizeof line, "Subject: Re: topic %d and a discussion of things\r\n", n % 1000);
+        article += line;
+        article += "Newsgroups: fj.test\r\n";
+        snprintf(line, sizeof line, "Date: Tue, %d Mar 2002 10:00:00 +0900\r\n", n % 28 + 1);
+        article += line;
+        snprintf(line, sizeof line, "Message-ID: <%d@example.jp>\r\nReferences: <%d@example.jp>\r\n", n, n - 1);
+        article += line;
+        snprintf(line, sizeof line, "X-Local-Seq: %d\r\n\r\n", n);
+        article += line;
+        article += body;
+        article += "================\r\n";
+        log.Put(article);
+        size += article.size();
+    }
+    return size;
+}
+
+/* Reads a whole file in 64 KB pieces; returns its size. */
+unsigned long long ReadWhole(const std::wstring &path)
+{
+    HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        Fail("open for reading");
+    static char buffer[kCopyBuffer];
+    unsigned long long total = 0;
+    DWORD got;
+    while (ReadFile(file, buffer, sizeof buffer, &got, nullptr) && got)
+        total += got;
+    CloseHandle(file);
+    return total;
+}
+
+void CopyWhole(const std::wstring &from, const std::wstring &to)
+{
+    HANDLE in = CreateFileW(from.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    HANDLE out = CreateFileW(to.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (in == INVALID_HANDLE_VALUE || out == INVALID_HANDLE_VALUE)
+        Fail("copy");
+    static char buffer[kCopyBuffer];
+    DWORD got, written;
+    while (ReadFile(in, buffer, sizeof buffer, &got, nullptr) && got)
+        if (!WriteFile(out, buffer, got, &written, nullptr))
+            Fail("copy write");
+    CloseHandle(in);
+    CloseHandle(out);
+}
+
+/* One ReadFile of 92 bytes per record, the index opened once. */
+unsigned long ReadRecordByRecord(const std::wstring &path)
+{
+    HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        Fail("open index");
+    SetFilePointer(file, kIndexHeaderSize, nullptr, FILE_BEGIN);
+    IndexRecord record;
+    DWORD got;
+    unsigned long records = 0;
+    while (ReadFile(file, &record, sizeof record, &got, nullptr) && got == sizeof record)
+        records++;
+    CloseHandle(file);
+    return records;
+}
+
+/* The scan alone: every article's head into a header block. */
+unsigned long ScanOnly(const std::wstring &path)
+{
+    HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    LogScanner scanner;
+    HeaderBlock block;
+    HeaderBlockInit(&block);
+    if (file == INVALID_HANDLE_VALUE || !LogScannerInit(&scanner, file))
+        Fail("scan");
+    unsigned long articles = 0;
+    DWORD start, end;
+    while (LogScanArticle(&scanner, &block, &start, &end))
+        articles++;
+    LogScannerFree(&scanner);
+    HeaderBlockFree(&block);
+    CloseHandle(file);
+    return articles;
+}
+
+/* Marks every other record read, as a reader who opened half the group. */
+void MarkHalfRead(GroupStore *store)
+{
+    if (!IndexReadHeader(store) || !GroupStoreOpenIndex(store))
+        Fail("open index for marking");
+    IndexRecord record;
+    DWORD read = 0;
+    for (DWORD n = 1; n < store->record_count; n += 2) {
+        DWORD count = 1;
+        if (!IndexReadRecords(store, &record, n, &count) || count != 1)
+            Fail("read record");
+        record.flags |= kRecordRead;
+        if (!IndexWriteRecord(store, &record, n))
+            Fail("write record");
+        read++;
+    }
+    store->unread_count -= read;
+    if (!IndexWriteHeader(store, INVALID_HANDLE_VALUE))
+        Fail("write header");
+    GroupStoreCloseIndex(store);
+}
+
+struct Best {
+    double ms = 1e300;
+    void Take(double start) { ms = std::min(ms, Now() - start); }
+};
+
+void Row(const char *what, double ms, const char *baseline, double baseline_ms)
+{
+    printf("  %-34s %9.1f ms   %-28s %9.1f ms   ratio %6.2f\n", what, ms, baseline, baseline_ms, ms / baseline_ms);
+}
+
+} // namespace
+
+int wmain(int argc, wchar_t **argv)
+{
+    int articles = argc > 1 ? _wtoi(argv[1]) : 100000;
+    wchar_t temp[MAX_PATH];
+    GetTempPathW(MAX_PATH, temp);
+    wchar_t folder_buffer[MAX_PATH];
+    _snwprintf(folder_buffer, MAX_PATH, L"%spelnor-bench-%lu\\", temp, GetCurrentProcessId());
+    folder_buffer[MAX_PATH - 1] = L'\0';
+    std::wstring folder = folder_buffer;
+    CreateDirectoryW(folder.c_str(), nullptr);
+    const std::wstring group = L"fj.bench", copy = L"fj.bench.copy";
+    std::wstring log = folder + group + L".log", index = folder + group + L".idx";
+    std::wstring copy_log = folder + copy + L".log", copy_index = folder + copy + L".idx";
+
+    unsigned long long log_size = WriteLog(log, articles);
+    {
+        Output filter(folder + group + L".flt");
+        filter.Put("+ topic 7\r\n- discussion of nothing\r\n");
+    }
+
+    GroupStore store;
+    GroupStoreInit(&store);
+    if (!GroupStoreSetNames(&store, folder.c_str(), group.c_str()))
+        Fail("names");
+
+    /* Rebuild against one read of the log. */
+    Best read_log, scan, rebuild;
+    for (int run = 0; run < kRuns; run++) {
+        double start = Now();
+        if (ReadWhole(log) != log_size)
+            Fail("read log");
+        read_log.Take(start);
+        start = Now();
+        if (ScanOnly(log) != (unsigned long)articles)
+            Fail("scan count");
+        scan.Take(start);
+        DeleteFileW(index.c_str());
+        GroupStoreReset(&store);
+        start = Now();
+        if (!IndexRebuild(&store))
+            Fail("rebuild");
+        rebuild.Take(start);
+    }
+    if (store.record_count != (DWORD)articles)
+        Fail("record count");
+    unsigned long long index_size = ReadWhole(index);
+
+    /* Row map against reading the index. */
+    Best read_index, read_records, row_map;
+    for (int run = 0; run < kRuns; run++) {
+        double start = Now();
+        ReadWhole(index);
+        read_index.Take(start);
+        start = Now();
+        if (ReadRecordByRecord(index) != (unsigned long)articles)
+            Fail("record by record");
+        read_records.Take(start);
+        ArticleList list;
+        ArticleListInit(&list);
+        ArticleListSetOptions(&list, 1, 1);
+        start = Now();
+        if (!ArticleListOpen(&list, folder.c_str(), group.c_str()) || !ArticleListBuild(&list, 20))
+            Fail("article list");
+        row_map.Take(start);
+        if (list.visible_count != (DWORD)articles)
+            Fail("visible rows");
+        list.open = 0; /* leave the header as it is */
+        ArticleListClose(&list);
+    }
+
+    /* Deleting the read half against copying both files. */
+    MarkHalfRead(&store);
+    GroupStore copied;
+    GroupStoreInit(&copied);
+    if (!GroupStoreSetNames(&copied, folder.c_str(), copy.c_str()))
+        Fail("copy names");
+    Best copy_files, delete_read;
+    DWORD kept = 0;
+    for (int run = 0; run < kRuns; run++) {
+        double start = Now();
+        CopyWhole(log, copy_log);
+        CopyWhole(index, copy_index);
+        copy_files.Take(start);
+        start = Now();
+        if (!DeleteReadArticles(&copied))
+            Fail("delete read");
+        delete_read.Take(start);
+        kept = copied.record_count;
+    }
+    if (kept != (DWORD)(articles + 1) / 2)
+        Fail("kept records");
+
+    printf("Store benchmarks: %d articles, log %.1f MB, index %.1f MB; best of %d runs\n", articles,
+           (double)log_size / 1048576.0, (double)index_size / 1048576.0, kRuns);
+    Row("rebuild index from log", rebuild.ms, "read log once", read_log.ms);
+    Row("  of which the scan alone", scan.ms, "read log once", read_log.ms);
+    Row("delete read half", delete_read.ms, "copy log and index", copy_files.ms);
+    Row("build row map", row_map.ms, "read index once", read_index.ms);
+    Row("build row map", row_map.ms, "one 92-byte read per record", read_records.ms);
+    printf("  per article: rebuild %.2f us, delete %.2f us, row map %.2f us\n", rebuild.ms * 1000.0 / articles,
+           delete_read.ms * 1000.0 / articles, row_map.ms * 1000.0 / articles);
+
+    GroupStoreRelease(&store);
+    GroupStoreRelease(&copied);
+    for (const std::wstring &name : {log, index, copy_log, copy_index, folder + group + L".flt"})
+        DeleteFileW(name.c_str());
+    RemoveDirectoryW(folder.c_str());
+    return 0;
+}

@@ -1,0 +1,285 @@
+#include "article_list.h"
+
+#include <string.h>
+
+#include "shell/scoped_win.h"
+#include "store/article_reader.h"
+#include "store/file_io.h"
+
+namespace {
+
+/* Where a record goes in the row map. */
+enum : unsigned char { kRunHigh = 0, kRunNormal = 1, kRunLow = 2, kHidden = 3 };
+
+unsigned char RunOf(const ArticleList *list, const IndexRecord *record)
+{
+    if ((record->flags & kRecordRead) && !list->show_read)
+        return kHidden;
+    DWORD priority = RecordPriority(record);
+    if (priority == kPriorityHigh)
+        return kRunHigh;
+    if (priority == kPriorityLow)
+        return list->priority_level == 1 ? kRunLow : kHidden;
+    return list->priority_level == 2 ? kHidden : kRunNormal;
+}
+
+void DropPages(ArticleList *list)
+{
+    if (list->heap)
+        HeapDestroy(list->heap);
+    list->heap = nullptr;
+    list->page = nullptr;
+    list->row_map = nullptr;
+    list->visible_count = 0;
+    list->rows_in_page = 0;
+    list->first_row = 0;
+}
+
+DWORD FieldLength(const char *field, DWORD size)
+{
+    DWORD length = 0;
+    while (length < size && field[length])
+        length++;
+    return length;
+}
+
+void *HeapBytes(HANDLE heap, SIZE_T size)
+{
+    void *bytes = HeapAlloc(heap, 0, size ? size : 1);
+    if (!bytes)
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return bytes;
+}
+
+/* Changes the flags of one row and writes its record back. */
+int ChangeFlags(ArticleList *list, DWORD row, DWORD set, DWORD clear)
+{
+    if (row >= list->visible_count) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
+    DWORD number = list->row_map[row];
+    bool on_page = row >= list->first_row && row - list->first_row < list->rows_in_page;
+    IndexRecord record;
+    if (on_page) {
+        record = list->page[row - list->first_row];
+    } else {
+        DWORD count = 1;
+        if (!IndexReadRecords(&list->store, &record, number, &count))
+            return 0;
+        if (count != 1) {
+            SetLastError(ERROR_HANDLE_EOF);
+            return 0;
+        }
+    }
+    DWORD was_read = record.flags & kRecordRead;
+    record.flags = (record.flags | set) & ~clear;
+    DWORD now_read = record.flags & kRecordRead;
+    if (!IndexWriteRecord(&list->store, &record, number))
+        return 0;
+    if (on_page)
+        list->page[row - list->first_row] = record;
+    if (!was_read && now_read && list->store.unread_count > 0)
+        list->store.unread_count--;
+    else if (was_read && !now_read)
+        list->store.unread_count++;
+    return 1;
+}
+
+} // namespace
+
+void ArticleListInit(ArticleList *list)
+{
+    memset(list, 0, sizeof *list);
+    GroupStoreInit(&list->store);
+}
+
+int ArticleListOpen(ArticleList *list, const wchar_t *data_folder, const wchar_t *group)
+{
+    if (!GroupStoreSetNames(&list->store, data_folder, group) || !IndexReadHeader(&list->store))
+        return 0;
+    list->open = 1;
+    return 1;
+}
+
+void ArticleListSetOptions(ArticleList *list, int show_read, DWORD priority_level)
+{
+    list->show_read = show_read;
+    list->priority_level = priority_level;
+}
+
+int ArticleListBuild(ArticleList *list, DWORD page_size)
+{
+    DropPages(list);
+    if (!IndexReadHeader(&list->store))
+        return 0;
+    list->heap = HeapCreate(0, 0, 0);
+    if (!list->heap) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return 0;
+    }
+    DWORD count = list->store.record_count;
+    list->row_map = (DWORD *)HeapBytes(list->heap, (SIZE_T)count * sizeof(DWORD));
+    unsigned char *runs = (unsigned char *)HeapBytes(list->heap, count);
+    if (!list->row_map || !runs) {
+        DropPages(list);
+        return 0;
+    }
+    DWORD unread = 0, high = 0, low = 0;
+    {
+        ScopedFile index(OpenForReading(list->store.index_path));
+        if (!index.valid() || !SeekFile(index.get(), kIndexHeaderSize)) {
+            DropPages(list);
+            return 0;
+        }
+        for (DWORD number = 0; number < count; number++) {
+            IndexRecord record;
+            DWORD got = 0;
+            if (!ReadBytes(index.get(), &record, sizeof record, &got) || got < sizeof record) {
+                if (got < sizeof record)
+                    SetLastError(ERROR_HANDLE_EOF);
+                DropPages(list);
+                return 0;
+            }
+            runs[number] = RunOf(list, &record);
+            if (!(record.flags & kRecordRead))
+                unread++;
+            if (RecordPriority(&record) == kPriorityHigh)
+                high++;
+            else if (RecordPriority(&record) == kPriorityLow)
+                low++;
+        }
+    }
+    /* The counts follow the records, whatever the header said. */
+    list->store.unread_count = unread;
+    list->store.high_count = high;
+    list->store.low_count = low;
+
+    DWORD rows = 0;
+    for (unsigned char run = kRunHigh; run <= kRunLow; run++)
+        for (DWORD number = 0; number < count; number++)
+            if (runs[number] == run)
+                list->row_map[rows++] = number;
+    HeapFree(list->heap, 0, runs);
+    list->visible_count = rows;
+
+    list->page_size = page_size;
+    list->page = (IndexRecord *)HeapBytes(list->heap, (SIZE_T)page_size * sizeof(IndexRecord));
+    if (!list->page) {
+        DropPages(list);
+        return 0;
+    }
+    list->current_in_page = 0;
+    return ArticleListLoadPage(list, 0);
+}
+
+int ArticleListLoadPage(ArticleList *list, DWORD first_row)
+{
+    if (first_row > 0 && first_row >= list->visible_count) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
+    DWORD rows = list->visible_count - first_row;
+    if (rows > list->page_size)
+        rows = list->page_size;
+    list->rows_in_page = 0;
+    list->first_row = first_row;
+    if (rows == 0)
+        return 1;
+    ScopedFile index(OpenForReading(list->store.index_path));
+    if (!index.valid())
+        return 0;
+    for (DWORD i = 0; i < rows; i++) {
+        DWORD number = list->row_map[first_row + i];
+        DWORD got = 0;
+        if (!ReadBytesAt(index.get(), kIndexHeaderSize + kIndexRecordSize * number, &list->page[i],
+                         kIndexRecordSize, &got))
+            return 0;
+        if (got < kIndexRecordSize) {
+            SetLastError(ERROR_HANDLE_EOF);
+            return 0;
+        }
+        list->rows_in_page = i + 1;
+    }
+    return 1;
+}
+
+int ArticleListSetFlags(ArticleList *list, DWORD row, DWORD bits)
+{
+    return ChangeFlags(list, row, bits, 0);
+}
+
+int ArticleListClearFlags(ArticleList *list, DWORD row, DWORD bits)
+{
+    return ChangeFlags(list, row, 0, bits);
+}
+
+int ArticleListToggleRead(ArticleList *list, DWORD row)
+{
+    if (row >= list->visible_count) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
+    bool on_page = row >= list->first_row && row - list->first_row < list->rows_in_page;
+    IndexRecord record;
+    if (on_page) {
+        record = list->page[row - list->first_row];
+    } else {
+        DWORD count = 1;
+        if (!IndexReadRecords(&list->store, &record, list->row_map[row], &count))
+            return 0;
+    }
+    return record.flags & kRecordRead ? ArticleListClearFlags(list, row, kRecordRead)
+                                      : ArticleListSetFlags(list, row, kRecordRead);
+}
+
+const IndexRecord *ArticleListPageRecord(const ArticleList *list, DWORD index)
+{
+    return index < list->rows_in_page ? &list->page[index] : nullptr;
+}
+
+wchar_t *ArticleListReadSubject(ArticleList *list)
+{
+    if (list->current_in_page >= list->rows_in_page) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    return ReadSubjectText(&list->store, &list->page[list->current_in_page]);
+}
+
+DWORD ArticleListLongestSubject(const ArticleList *list)
+{
+    DWORD longest = 0;
+    for (DWORD i = 0; i < list->rows_in_page; i++) {
+        DWORD length = FieldLength(list->page[i].subject, sizeof list->page[i].subject);
+        if (length > longest)
+            longest = length;
+    }
+    return longest;
+}
+
+DWORD ArticleListLongestFrom(const ArticleList *list)
+{
+    DWORD longest = 0;
+    for (DWORD i = 0; i < list->rows_in_page; i++) {
+        DWORD length = FieldLength(list->page[i].from, sizeof list->page[i].from);
+        if (length > longest)
+            longest = length;
+    }
+    return longest;
+}
+
+int ArticleListClose(ArticleList *list)
+{
+    int ok = 1;
+    if (list->open) {
+        list->store.saved_position = list->first_row + list->current_in_page;
+        ok = IndexWriteHeader(&list->store, INVALID_HANDLE_VALUE);
+    }
+    DWORD error = GetLastError();
+    DropPages(list);
+    GroupStoreRelease(&list->store);
+    list->open = 0;
+    SetLastError(error);
+    return ok;
+}

@@ -1,0 +1,77 @@
+#include "group_file.h"
+
+#include <stdlib.h>
+#include <string.h>
+#include <wchar.h>
+
+#include "text/widestr.h"
+
+namespace {
+
+enum : DWORD { kGroupFileReadBuffer = 4096, kGroupFileLineLimit = 1024 };
+
+} // namespace
+
+GroupFileReader *GroupFileOpen(const wchar_t *data_folder)
+{
+    size_t folder_length = wcslen(data_folder);
+    bool has_separator = folder_length > 0 && data_folder[folder_length - 1] == L'\\';
+    size_t size = folder_length + 1 + wcslen(L"group.dat") + 1;
+    wchar_t *path = (wchar_t *)malloc(size * sizeof(wchar_t));
+    GroupFileReader *reader = (GroupFileReader *)malloc(sizeof(GroupFileReader));
+    if (!path || !reader) {
+        free(path);
+        free(reader);
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    _snwprintf(path, size, has_separator ? L"%sgroup.dat" : L"%s\\group.dat", data_folder);
+    path[size - 1] = L'\0';
+    reader->file = CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
+                               nullptr);
+    DWORD error = GetLastError();
+    free(path);
+    if (reader->file == INVALID_HANDLE_VALUE) {
+        free(reader);
+        SetLastError(error);
+        return nullptr;
+    }
+    reader->name = nullptr;
+    if (!LineReaderInit(&reader->lines, reader->file, kGroupFileReadBuffer, kGroupFileLineLimit)) {
+        CloseHandle(reader->file);
+        free(reader);
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    return reader;
+}
+
+const wchar_t *GroupFileNext(GroupFileReader *reader)
+{
+    free(reader->name);
+    reader->name = nullptr;
+    char line[kGroupFileLineLimit];
+    DWORD length;
+    for (;;) {
+        if (!LineReaderCopy(&reader->lines, line, sizeof line, &length))
+            return nullptr;
+        if (line[0] == '#' || length <= 2)
+            continue;
+        if (line[length - 2] == '\r' && line[length - 1] == '\n')
+            line[length - 2] = '\0';
+        reader->name = ToWide(line);
+        return reader->name;
+    }
+}
+
+void GroupFileClose(GroupFileReader *reader)
+{
+    if (!reader)
+        return;
+    DWORD error = GetLastError();
+    LineReaderFree(&reader->lines);
+    CloseHandle(reader->file);
+    free(reader->name);
+    free(reader);
+    SetLastError(error);
+}

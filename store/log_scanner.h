@@ -1,0 +1,40 @@
+/*
+ * Reads a group's log from its start one article at a time: the head into
+ * a HeaderBlock, the body skipped up to the separator line, and the
+ * article's extent counted from the bytes read. Used to rebuild the index
+ * and to convert old index versions.
+ */
+#ifndef PELNOR_LOG_SCANNER_H
+#define PELNOR_LOG_SCANNER_H
+
+#include <windows.h>
+
+#include "store/header_block.h"
+#include "store/line_reader.h"
+
+enum : DWORD {
+    kLogLineLimit = 1024,        /* a log line and its NUL */
+    kLogReadBuffer = 64 * 1024,  /* bytes read from the file at once */
+};
+
+/* The line that ends every article: sixteen '=' and CR LF. */
+extern const char kLogSeparator[];
+enum : DWORD { kLogSeparatorLength = 18 };
+
+struct LogScanner {
+    LineReader reader;
+    DWORD count; /* bytes read so far: the log offset of the next line */
+};
+
+/* Scans `log` from its current position, which is taken as offset 0.
+ * 0 with error 8. */
+int LogScannerInit(LogScanner *scanner, HANDLE log);
+void LogScannerFree(LogScanner *scanner);
+
+/* The next whole article: its head in `block` (prepared here), its extent
+ * from *start to *end (just after its separator). Returns 0 with error 38
+ * at the end of the log, including a last article that the log cuts short;
+ * 234 for a line longer than 1023 bytes; 8 or the read's error otherwise. */
+int LogScanArticle(LogScanner *scanner, HeaderBlock *block, DWORD *start, DWORD *end);
+
+#endif

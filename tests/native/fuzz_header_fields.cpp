@@ -1,0 +1,175 @@
+/*
+ * Fuzzes the header block and the index fields cut from it: the input is
+ * taken as stored header lines (CR LF ends a line, a leading blank or tab
+ * makes a continuation), and also handed straight to the field cutters.
+ * Every buffer is exactly as large as the text, so AddressSanitizer sees a
+ * read past a line's NUL.
+ */
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "store/header_block.h"
+#include "store/header_fields.h"
+#include "text/codeconv.h"
+
+#define CHECK(condition)                                                           \
+    do {                                                                           \
+        if (!(condition)) {                                                        \
+            fprintf(stderr, "check failed: %s (line %d)\n", #condition, __LINE__); \
+            abort();                                                               \
+        }                                                                          \
+    } while (0)
+
+namespace {
+
+bool EndsLine(char c)
+{
+    return c == '\0' || c == '\r' || c == '\n';
+}
+
+/* A field of `size` bytes holds a NUL-padded text of at most size - 1
+ * bytes, without line ends, in which every lead byte has its trail byte. */
+size_t CheckTextField(const char *field, size_t size)
+{
+    size_t length = 0;
+    while (length < size && field[length])
+        length++;
+    CHECK(length < size);
+    for (size_t i = length; i < size; i++)
+        CHECK(field[i] == '\0');
+    for (size_t i = 0; i < length; i++) {
+        CHECK(field[i] != '\r' && field[i] != '\n');
+        if (IsSjisLeadByte((unsigned char)field[i])) {
+            CHECK(i + 1 < length);
+            i++;
+        }
+    }
+    return length;
+}
+
+void CheckDate(const char field[4])
+{
+    if (memcmp(field, "0000", 4) == 0)
+        return;
+    for (int i = 0; i < 4; i++)
+        CHECK(field[i] >= '0' && field[i] <= '9');
+    int month = (field[0] - '0') * 10 + (field[1] - '0');
+    CHECK(month >= 1 && month <= 12);
+}
+
+/* The subject cut is a prefix of the text, ending on a character boundary
+ * and before any line end. */
+void CheckSubject(const char *text)
+{
+    char field[kSubjectFieldSize];
+    SubjectField(text, field);
+    size_t length = CheckTextField(field, sizeof field);
+    CHECK(length <= 47);
+    CHECK(memcmp(field, text, length) == 0);
+    size_t boundary = 0;
+    while (boundary < length)
+        boundary += IsSjisLeadByte((unsigned char)text[boundary]) ? 2 : 1;
+    CHECK(boundary == length);
+    /* Stopped early only at a line end, at 47 bytes or before a lead byte
+     * whose pair would not fit or is cut by the line end. */
+    if (length < 47 && !EndsLine(text[length]))
+        CHECK(IsSjisLeadByte((unsigned char)text[length]) &&
+              (length + 1 >= 47 || EndsLine(text[length + 1])));
+}
+
+void CheckFrom(const char *line)
+{
+    char field[kFromFieldSize];
+    FromField(line, field);
+    size_t length = CheckTextField(field, sizeof field);
+    CHECK(length >= 1 && length <= 15);
+}
+
+void CheckFields(const char *line)
+{
+    CheckSubject(line);
+    char date[kDateFieldSize];
+    DateField(line, date);
+    CheckDate(date);
+    CheckFrom(line);
+}
+
+void CheckBlock(const char *text, size_t length)
+{
+    HeaderBlock block;
+    HeaderBlockInit(&block);
+    CHECK(HeaderBlockPrepare(&block));
+    size_t expected = 0;
+    bool all_ended = true;
+    for (size_t start = 0; start < length;) {
+        size_t end = start;
+        while (end < length && !(end > start && text[end - 1] == '\r' && text[end] == '\n'))
+            end++;
+        if (end < length)
+            end++; /* take the LF */
+        else
+            all_ended = end >= start + 2 && text[end - 2] == '\r' && text[end - 1] == '\n';
+        size_t line_length = end - start;
+        char *line = (char *)malloc(line_length + 1);
+        CHECK(line);
+        memcpy(line, text + start, line_length);
+        line[line_length] = '\0';
+        size_t before = HeaderBlockSize(&block);
+        CHECK(HeaderBlockAdd(&block, line));
+        size_t after = HeaderBlockSize(&block);
+        if (line[0] == ' ' || line[0] == '\t') {
+            size_t blanks = strspn(line, " \t");
+            CHECK(after == (before > 2 ? before - 2 : before) + (line_length - blanks));
+        } else {
+            CHECK(after == before + line_length);
+        }
+        expected = after;
+        free(line);
+        start = end;
+    }
+    size_t size = HeaderBlockSize(&block);
+    CHECK(size == expected);
+    CHECK(block.buffer[size] == '\0');
+    CHECK(block.capacity % kHeaderBlockStep == 0 && size < block.capacity);
+    CHECK(block.buffer_end == block.buffer + block.capacity);
+    if (block.subject_line != kNoHeaderLine) {
+        CHECK(block.subject_line < size);
+        CHECK(memcmp(block.buffer + block.subject_line, "Subject: ", 9) == 0);
+        if (all_ended)
+            CHECK(block.subject_line + block.subject_length <= size);
+        CheckSubject(block.buffer + block.subject_line + 9);
+    }
+    if (block.date_line != kNoHeaderLine) {
+        CHECK(block.date_line < size);
+        char date[kDateFieldSize];
+        DateField(block.buffer + block.date_line, date);
+        CheckDate(date);
+    }
+    if (block.from_line != kNoHeaderLine) {
+        CHECK(block.from_line < size);
+        CheckFrom(block.buffer + block.from_line);
+    }
+    if (block.newsgroup_line != kNoHeaderLine && all_ended)
+        CHECK(block.newsgroup_line + block.newsgroup_length <= size);
+    HeaderBlockFree(&block);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    const uint8_t *nul = (const uint8_t *)memchr(data, 0, size);
+    size_t length = nul ? (size_t)(nul - data) : size;
+    char *text = (char *)malloc(length + 1);
+    CHECK(text);
+    memcpy(text, data, length);
+    text[length] = '\0';
+
+    CheckFields(text);
+    CheckBlock(text, length);
+
+    free(text);
+    return 0;
+}
