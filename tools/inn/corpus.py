@@ -264,6 +264,9 @@ def main():
         post_groups(folder, inn_sh, groups, 30, seed=7, cancel_every=0)
         with open(os.path.join(folder, "groups.txt"), "w") as f:
             f.write("\n".join(groups) + "\n")
+        # Pelnor's subscription file: one name and CR LF per group.
+        with open(os.path.join(folder, "group.dat"), "wb") as f:
+            f.write(b"".join(g.encode() + b"\r\n" for g in groups))
     else:
         sys.exit(__doc__)
 

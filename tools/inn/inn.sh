@@ -10,7 +10,8 @@
 #   inn.sh newgroup DIR GROUP...            create groups
 #   inn.sh post DIR FILE...                 offer wire-format articles (IHAVE)
 #   inn.sh cancel DIR MESSAGE-ID...         remove articles from the spool
-#   inn.sh seed DIR                         sample Japanese groups and articles
+#   inn.sh seed DIR                         sample Japanese groups and articles;
+#                                           DIR/group.dat subscribes to them
 #   inn.sh stop DIR                         stop every daemon of DIR
 # PORT 0 picks a free port; the port is printed. With PELNOR_INN_NODELAY=1 a
 # reader sends each reply piece at once (TCP_NODELAY on its connections):
