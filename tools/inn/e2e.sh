@@ -20,6 +20,7 @@ done
 case "$cmd" in
 start)
   if [ "$(id -u)" != 0 ]; then echo "e2e.sh: innd needs root" >&2; exit 1; fi
+  "$here/inn.sh" stop "$dir" >/dev/null 2>&1 || true  # a server left by an earlier run
   rm -rf "$dir"
   open_port=$("$here/inn.sh" start "$dir" 0)
   auth_port=$(PELNOR_INN_NODELAY=1 "$here/inn.sh" reader "$dir" 0 pelnor:e2e-secret)
