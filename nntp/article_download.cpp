@@ -5,7 +5,11 @@
 
 #include "nntp/reply_parse.h"
 #include "resources/resource.h"
+#include "store/article_writer.h"
+#include "store/group_store.h"
+#include "store/index_file.h"
 #include "text/byte_error.h"
+#include "text/codeconv.h"
 #include "text/widestr.h"
 
 namespace {
@@ -111,13 +115,256 @@ int SelectGroup(NntpConnection *c, const wchar_t *group, DWORD *count, DWORD *fi
     return 1;
 }
 
+namespace {
+
+/* The header names kept, tested in this order, case-sensitively. */
+const char *const kKeptHeaders[] = {"From:", "Subject:", "Newsgroups:", "Date:", "Message-ID:", "References:"};
+
+int IsKeptHeader(const char *line)
+{
+    for (const char *name : kKeptHeaders)
+        if (strncmp(line, name, strlen(name)) == 0)
+            return 1;
+    return 0;
+}
+
+/* A received header line: encoded words decoded, then ISO-2022-JP to
+ * Shift_JIS. Neither step makes the line longer. */
+void DecodeHeaderLine(const char *line, char *decoded, char *converted)
+{
+    strcpy(decoded, line);
+    JisLineToSjis(decoded, converted);
+}
+
+enum FetchOutcome { kFetchFailed = 0, kFetchSkipped = 1, kFetchStored = 2 };
+
+struct GroupDownload {
+    NntpConnection *c;
+    const wchar_t *group;
+    GroupStore store;
+    ArticleWriter writer;
+    RunResult *result;
+    char line[kNntpLineBufferSize];
+    char decoded[kNntpLineBufferSize];
+    char converted[kNntpLineBufferSize];
+};
+
+void Fail(GroupDownload *d, UINT text_id)
+{
+    DWORD error = GetLastError();
+    RunResultSetError(d->result, d->group, text_id, error, kSeverityError);
+    SetLastError(error);
+}
+
+/* "HEAD n" or "BODY n" and its status line. 1 when the article follows, 0
+ * with result kFetchSkipped when the server has no such article, 0 with
+ * kFetchFailed (and the result set) on a send or receive failure. */
+int RequestArticlePart(GroupDownload *d, const char *command, DWORD number, FetchOutcome *outcome)
+{
+    char argument[16];
+    wsprintfA(argument, "%lu", (unsigned long)number);
+    if (!SendCommand(d->c, command, argument, d->group, d->result)) {
+        *outcome = kFetchFailed;
+        return 0;
+    }
+    if (!ReadStatus(d->c, d->line, d->group, d->result)) {
+        *outcome = kFetchFailed;
+        return 0;
+    }
+    if (d->line[0] != '2') {
+        *outcome = kFetchSkipped;
+        return 0;
+    }
+    return 1;
+}
+
+/* Reads the head up to its '.' line into the writer. */
+int ReadHead(GroupDownload *d)
+{
+    int previous_kept = 0;
+    for (;;) {
+        if (!NntpReadLine(d->c, d->line, kNntpLineCapacity, 0))
+            return 0;
+        if (d->line[0] == '.')
+            return 1;
+        if (d->line[0] == ' ' || d->line[0] == '\t') {
+            /* A continuation belongs to the line before it. */
+            if (!previous_kept)
+                continue;
+            DecodeHeaderLine(d->line, d->decoded, d->converted);
+            if (!ArticleWriterAddContinuation(&d->writer, d->converted))
+                return 0;
+            continue;
+        }
+        previous_kept = IsKeptHeader(d->line);
+        if (!previous_kept)
+            continue;
+        DecodeHeaderLine(d->line, d->decoded, d->converted);
+        if (!ArticleWriterAddHeaderLine(&d->writer, d->converted))
+            return 0;
+    }
+}
+
+FetchOutcome FetchArticle(GroupDownload *d, DWORD number)
+{
+    if (!ArticleWriterBegin(&d->writer, number)) {
+        Fail(d, IDS_LOG_WRITE_FAILED);
+        return kFetchFailed;
+    }
+    FetchOutcome outcome;
+    if (!RequestArticlePart(d, "HEAD ", number, &outcome))
+        return outcome; /* nothing of the article is in the log yet */
+    if (!ReadHead(d)) {
+        Fail(d, IDS_RECV_INCOMPLETE);
+        ArticleWriterAbandon(&d->writer);
+        return kFetchFailed;
+    }
+    if (!ArticleWriterFinishHead(&d->writer)) {
+        Fail(d, IDS_INDEX_WRITE_FAILED);
+        ArticleWriterAbandon(&d->writer);
+        return kFetchFailed;
+    }
+
+    if (!RequestArticlePart(d, "BODY ", number, &outcome)) {
+        /* No unfinished article stays in the log: cut it back. */
+        DWORD error = GetLastError();
+        ArticleWriterAbandon(&d->writer);
+        SetLastError(error);
+        return outcome;
+    }
+    for (;;) {
+        /* A read that ends without an error (a NUL byte) ends the body. */
+        SetLastError(0);
+        if (!NntpReadLine(d->c, d->line, kNntpLineCapacity, 0)) {
+            if (GetLastError() == 0)
+                break;
+            Fail(d, IDS_RECV_INCOMPLETE);
+            ArticleWriterAbandon(&d->writer);
+            return kFetchFailed;
+        }
+        const char *text = d->line;
+        if (text[0] == '.') {
+            if (text[1] == '\r' && text[2] == '\n' && text[3] == '\0')
+                break;
+            text++; /* dot-stuffed */
+        }
+        JisLineToSjis(text, d->converted);
+        if (!ArticleWriterBodyLine(&d->writer, d->converted)) {
+            Fail(d, IDS_LOG_WRITE_FAILED);
+            ArticleWriterAbandon(&d->writer);
+            return kFetchFailed;
+        }
+    }
+    if (!ArticleWriterFinishArticle(&d->writer)) {
+        Fail(d, IDS_INDEX_WRITE_FAILED);
+        ArticleWriterAbandon(&d->writer);
+        return kFetchFailed;
+    }
+    return kFetchStored;
+}
+
+/* Fetches start..last, at most `limit` articles; the last number processed
+ * goes to *processed. Leaves the summary in the result unless the run
+ * failed. */
+void FetchRange(GroupDownload *d, DWORD start, DWORD last, DWORD limit, ProgressDialog *progress,
+                DWORD *processed)
+{
+    /* The count is one less than the articles of the range (kept so: the
+     * bar's end is the range's last step). */
+    ProgressStartGroup(progress, d->group, last - start, limit);
+    DWORD fetched = 0;
+    int limited = 0;
+    unsigned long long n = start;
+    for (; n <= last; n++) {
+        if (fetched >= limit) {
+            limited = 1;
+            break;
+        }
+        FetchOutcome outcome = FetchArticle(d, (DWORD)n);
+        if (outcome == kFetchStored) {
+            fetched++;
+            ProgressStep(progress);
+        }
+        if (d->result->severity == kSeverityError)
+            return;
+    }
+    /* The number before the first one not fetched: the next run starts
+     * exactly there. */
+    *processed = (DWORD)(n - 1);
+    wchar_t text[kRunResultChars];
+    if (limited)
+        FormatResError(IDS_FETCHED_LIMIT, limit, text, kRunResultChars);
+    else
+        FormatResError(IDS_FETCHED_COUNT, fetched, text, kRunResultChars);
+    RunResultSet(d->result, L"", text, kSeverityInformation);
+}
+
+} // namespace
+
 void DownloadGroup(NntpConnection *c, const wchar_t *group, const wchar_t *data_path, DWORD limit,
                    ProgressDialog *progress, RunResult *result)
 {
-    (void)data_path;
-    (void)limit;
-    (void)progress;
-    DWORD count, first, last;
-    if (!SelectGroup(c, group, &count, &first, &last, result))
+    GroupDownload *d = (GroupDownload *)malloc(sizeof(GroupDownload));
+    if (!d) {
+        RunResultSetError(result, group, IDS_INDEX_INIT_FAILED, kErrorNotEnoughMemory, kSeverityError);
+        SetLastError(kErrorNotEnoughMemory);
         return;
+    }
+    d->c = c;
+    d->group = group;
+    d->result = result;
+    GroupStoreInit(&d->store);
+    ArticleWriterInit(&d->writer, &d->store);
+
+    DWORD count, first, last, start, processed;
+    if (!GroupStoreSetNames(&d->store, data_path, group) || !IndexReadHeader(&d->store)) {
+        Fail(d, IDS_INDEX_INIT_FAILED);
+        goto done;
+    }
+    processed = GroupStoreLastFetched(&d->store);
+    if (!SelectGroup(c, group, &count, &first, &last, result))
+        goto done;
+
+    if (GroupStoreLastFetched(&d->store) == kCaughtUpOnServer) {
+        /* Caught up on the server: only the server's position is taken;
+         * articles posted from now on are fetched by the next run. */
+        start = last + 1;
+    } else {
+        start = GroupStoreLastFetched(&d->store) + 1;
+        if (start < first)
+            start = first; /* the older articles have expired */
+    }
+
+    if (!GroupStoreOpenLog(&d->store)) {
+        Fail(d, IDS_FILE_OPEN_FAILED);
+        goto done;
+    }
+    if (!GroupStoreOpenIndex(&d->store)) {
+        Fail(d, IDS_INDEX_OPEN_FAILED);
+        goto done;
+    }
+    if (start > last || (GroupStoreLastFetched(&d->store) == kCaughtUpOnServer)) {
+        RunResultSetRes(result, L"", IDS_NO_NEW_ARTICLES, kSeverityInformation);
+        processed = last;
+    } else {
+        FetchRange(d, start, last, limit, progress, &processed);
+    }
+    ArticleWriterRelease(&d->writer);
+    GroupStoreCloseLog(&d->store);
+    GroupStoreCloseIndex(&d->store);
+
+    /* After a failure the header stays as it was: the next run fetches
+     * again from the old last fetched. */
+    if (result->severity != kSeverityError) {
+        GroupStoreSetLastFetched(&d->store, processed);
+        GroupStoreSetServerLast(&d->store, last);
+        if (!GroupStoreSetStatusText(&d->store, result->text) ||
+            !IndexWriteHeader(&d->store, INVALID_HANDLE_VALUE))
+            Fail(d, IDS_INDEX_WRITE_FAILED);
+    }
+
+done:
+    ArticleWriterRelease(&d->writer);
+    GroupStoreRelease(&d->store);
+    free(d);
 }

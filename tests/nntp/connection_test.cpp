@@ -73,6 +73,20 @@ TEST(NntpConnection, ConnectFailuresLeaveWinsockError)
     NntpClose(&c);
 }
 
+TEST(NntpConnection, ConnectGivesUpAfterItsTimeOut)
+{
+    int port = BusyLoopbackPort();
+    ASSERT_NE(port, 0);
+    NntpSetTimeouts(700, 0);
+    NntpConnection c;
+    NntpInit(&c);
+    NntpSetTimeouts(kNntpDefaultConnectTimeoutMs, 0);
+    EXPECT_EQ(c.connect_timeout_ms, 700u);
+    EXPECT_EQ(NntpConnect(&c, "127.0.0.1", (unsigned short)port), 0);
+    EXPECT_EQ(GetLastError(), (DWORD)WSAETIMEDOUT);
+    NntpClose(&c);
+}
+
 TEST(NntpConnection, ReadsLinesUpToTheBufferCapacity)
 {
     std::string fits(1022, 'x');

@@ -167,6 +167,14 @@ int FreeLoopbackPort()
     return PortOf(reply);
 }
 
+int BusyLoopbackPort()
+{
+    std::string reply;
+    if (!Control("BUSYPORT", &reply))
+        return 0;
+    return PortOf(reply);
+}
+
 std::string Crlf(const std::string &line)
 {
     return line + "\r\n";

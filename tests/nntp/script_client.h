@@ -39,6 +39,10 @@ private:
 /* A loopback port nothing listens on. */
 int FreeLoopbackPort();
 
+/* A loopback port whose listener never takes connections: a connect there
+ * waits (for a minute at most). */
+int BusyLoopbackPort();
+
 /* A greeting-to-QUIT dialogue's pieces. */
 std::string Crlf(const std::string &line);
 

@@ -10,9 +10,14 @@
 #   inn.sh newgroup DIR GROUP...            create groups
 #   inn.sh post DIR FILE...                 offer wire-format articles (IHAVE)
 #   inn.sh cancel DIR MESSAGE-ID...         remove articles from the spool
-#   inn.sh seed DIR                         sample Japanese groups and articles
+#   inn.sh seed DIR                         sample Japanese groups and articles;
+#                                           DIR/group.dat subscribes to them
 #   inn.sh stop DIR                         stop every daemon of DIR
-# PORT 0 picks a free port; the port is printed. Everything INN writes stays
+# PORT 0 picks a free port; the port is printed. With PELNOR_INN_NODELAY=1 a
+# reader sends each reply piece at once (TCP_NODELAY on its connections):
+# nnrpd writes a status line and its data apart, and a client that waits
+# for the whole reply before its next command otherwise loses a delayed
+# acknowledgement (40 ms) on each. Everything INN writes stays
 # in DIR; the daemons' output goes to DIR/log.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
@@ -157,7 +162,14 @@ start_reader() {
   [ "$port" = 0 ] && port=$(free_port)
   local conf=()
   if [ -n "$login" ]; then conf=(-c "$(auth_readers_conf "$login")"); fi
-  setsid "$bin/nnrpd" -D -f -p "$port" -b 127.0.0.1 "${conf[@]}" </dev/null >>"$dir/log/nnrpd.out" 2>&1 &
+  local preload=
+  if [ "${PELNOR_INN_NODELAY:-0}" = 1 ]; then
+    if [ ! -f "$dir/run/nodelay.so" ]; then
+      "$(command -v cc || command -v clang)" -shared -fPIC -O2 -o "$dir/run/nodelay.so" "$here/nodelay.c" -ldl
+    fi
+    preload=$dir/run/nodelay.so
+  fi
+  LD_PRELOAD=$preload setsid "$bin/nnrpd" -D -f -p "$port" -b 127.0.0.1 "${conf[@]}" </dev/null >>"$dir/log/nnrpd.out" 2>&1 &
   echo $! >>"$dir/run/readers.pids"
   wait_for_greeting "$port"
   echo "$port"
@@ -193,7 +205,7 @@ cancel)
   for id in "$@"; do $bin/ctlinnd -s cancel "$id"; done
   ;;
 seed)
-  python3 "$here/corpus.py" seed "$dir" "$0"
+  python3 "$here/corpus.py" seed "$dir" "$here/inn.sh"
   ;;
 stop)
   if [ -f "$dir/run/readers.pids" ]; then

@@ -17,6 +17,8 @@ Control protocol, one request per connection, lines of text:
     RESULT <port> <seconds>       -> DONE <hex> | TIMEOUT <hex>
                                      (waits for the client to close)
     FREEPORT                      -> PORT <n>   (nothing listens there)
+    BUSYPORT                      -> PORT <n>   (a listener whose queue is full:
+                                     a connect there waits, for a minute)
     SHUTDOWN                      -> BYE, then the daemon exits
 
 Steps, each a JSON list:
@@ -179,6 +181,8 @@ class Daemon:
                     if finished:
                         with self.lock:
                             self.sessions.pop(int(port), None)
+            elif verb == "BUSYPORT":
+                reply = "PORT %d" % busy_port()
             elif verb == "FREEPORT":
                 probe = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
                 probe.bind(("127.0.0.1", 0))
@@ -192,6 +196,29 @@ class Daemon:
             conn.sendall(reply.encode("ascii") + b"\n")
         finally:
             conn.close()
+
+
+def busy_port():
+    """A listener that never accepts, its queue filled by our own
+    connections: the kernel drops further connection requests, so a client
+    waits in connect. Everything is closed after a minute."""
+    listener = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
+    listener.bind(("127.0.0.1", 0))
+    listener.listen(0)
+    port = listener.getsockname()[1]
+    fillers = []
+    for _ in range(4):
+        filler = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
+        filler.setblocking(False)
+        filler.connect_ex(("127.0.0.1", port))
+        fillers.append(filler)
+
+    def close_later():
+        time.sleep(60)
+        for s in fillers + [listener]:
+            s.close()
+    threading.Thread(target=close_later, daemon=True).start()
+    return port
 
 
 def read_port(folder):

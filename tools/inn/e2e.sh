@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# The INN of the end-to-end tests: a private INN with two readers on free
+# loopback ports, one open and one that wants "pelnor" / "e2e-secret",
+# holding the test corpus (3 groups of 80 articles, some cancelled). The
+# open reader is nnrpd as INN starts it (about 11 articles a second for a
+# one-command-at-a-time client: see inn.sh); the other sends replies at
+# once (TCP_NODELAY), which keeps the test short.
+#   e2e.sh start DIR    DIR/ports holds "OPEN_PORT AUTH_PORT";
+#                       DIR/expected the log and index bytes per group
+#   e2e.sh stop DIR
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+cmd=${1:?start or stop}
+dir=${2:?folder}
+# The daemons must not keep the caller's pipes (CTest waits for them).
+for fd in /proc/$$/fd/*; do
+  n=${fd##*/}
+  if [ "$n" -gt 2 ] 2>/dev/null; then eval "exec $n>&-" 2>/dev/null || true; fi
+done
+case "$cmd" in
+start)
+  if [ "$(id -u)" != 0 ]; then echo "e2e.sh: innd needs root" >&2; exit 1; fi
+  "$here/inn.sh" stop "$dir" >/dev/null 2>&1 || true  # a server left by an earlier run
+  rm -rf "$dir"
+  open_port=$("$here/inn.sh" start "$dir" 0)
+  auth_port=$(PELNOR_INN_NODELAY=1 "$here/inn.sh" reader "$dir" 0 pelnor:e2e-secret)
+  python3 "$here/corpus.py" e2e "$dir" "$here/inn.sh" fj.test.pelnor,fj.comp.pelnor.misc,japan.test.pelnor 80
+  echo "$open_port $auth_port" >"$dir/ports.tmp"
+  mv "$dir/ports.tmp" "$dir/ports"
+  ;;
+stop)
+  "$here/inn.sh" stop "$dir"
+  ;;
+*)
+  echo "usage: $0 start|stop DIR" >&2; exit 2 ;;
+esac
