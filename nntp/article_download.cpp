@@ -1,6 +1,7 @@
 #include "article_download.h"
 
 #include <stdlib.h>
+#include <stdio.h>
 #include <string.h>
 
 #include "nntp/reply_parse.h"
@@ -10,6 +11,7 @@
 #include "store/index_file.h"
 #include "text/byte_error.h"
 #include "text/codeconv.h"
+#include "text/mime.h"
 #include "text/widestr.h"
 
 namespace {
@@ -54,7 +56,7 @@ int ReadStatus(NntpConnection *c, char *reply, const wchar_t *title, RunResult *
 void ReplyWithoutLineEnd(const char *reply, wchar_t *out, int out_chars)
 {
     wchar_t *wide = ToWide(reply);
-    lstrcpynW(out, wide ? wide : L"", out_chars);
+    CopyWideText(out, wide ? wide : L"", out_chars);
     free(wide);
     size_t length = wcslen(out);
     while (length > 0 && (out[length - 1] == L'\r' || out[length - 1] == L'\n'))
@@ -132,7 +134,7 @@ int IsKeptHeader(const char *line)
  * Shift_JIS. Neither step makes the line longer. */
 void DecodeHeaderLine(const char *line, char *decoded, char *converted)
 {
-    strcpy(decoded, line);
+    DecodeEncodedWords(line, decoded);
     JisLineToSjis(decoded, converted);
 }
 
@@ -162,7 +164,8 @@ void Fail(GroupDownload *d, UINT text_id)
 int RequestArticlePart(GroupDownload *d, const char *command, DWORD number, FetchOutcome *outcome)
 {
     char argument[16];
-    wsprintfA(argument, "%lu", (unsigned long)number);
+    _snprintf(argument, sizeof argument, "%lu", (unsigned long)number);
+    argument[sizeof argument - 1] = '\0';
     if (!SendCommand(d->c, command, argument, d->group, d->result)) {
         *outcome = kFetchFailed;
         return 0;

@@ -3,6 +3,7 @@
 #include <wchar.h>
 
 #include "shell/res_text.h"
+#include "text/widestr.h"
 
 void RunResultClear(RunResult *r)
 {
@@ -13,8 +14,8 @@ void RunResultClear(RunResult *r)
 
 void RunResultSet(RunResult *r, const wchar_t *title, const wchar_t *text, DWORD severity)
 {
-    lstrcpynW(r->title, title ? title : L"", kRunResultChars);
-    lstrcpynW(r->text, text ? text : L"", kRunResultChars);
+    CopyWideText(r->title, title ? title : L"", kRunResultChars);
+    CopyWideText(r->text, text ? text : L"", kRunResultChars);
     r->severity = severity;
 }
 

@@ -27,8 +27,8 @@ INT_PTR CALLBACK CatchUpProc(HWND dialog, UINT msg, WPARAM wp, LPARAM lp)
         if (!state)
             break;
         if (LOWORD(wp) == IDOK) {
-            state->local = IsDlgButtonChecked(dialog, IDC_CATCHUP_LOCAL) == BST_CHECKED;
-            state->server = IsDlgButtonChecked(dialog, IDC_CATCHUP_SERVER) == BST_CHECKED;
+            state->local = SendDlgItemMessageW(dialog, IDC_CATCHUP_LOCAL, BM_GETCHECK, 0, 0) == BST_CHECKED;
+            state->server = SendDlgItemMessageW(dialog, IDC_CATCHUP_SERVER, BM_GETCHECK, 0, 0) == BST_CHECKED;
             EndDialog(dialog, 1);
             return TRUE;
         }

@@ -71,7 +71,7 @@ void SetJobReply(GroupListJob *job, UINT id, UINT nomem_id, const char *reply)
     if (id)
         FormatResText(id, wide, text, kRunResultChars);
     else
-        lstrcpynW(text, wide, kRunResultChars);
+        CopyWideText(text, wide, kRunResultChars);
     free(wide);
     SetJobText(job, text, kErrorInvalidData);
 }

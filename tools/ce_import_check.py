@@ -60,10 +60,12 @@ def imports_of(objdump, exe):
 
 
 def undefined_imports(nm, archive):
+    """Names an archive's objects call: __imp_X for functions declared as
+    imports, X for those declared plainly (the import library's thunk)."""
     out = subprocess.run([nm, '-u', archive], check=True, capture_output=True, text=True).stdout
     found = set()
     for line in out.splitlines():
-        m = re.search(r'\b__imp_(\S+)', line)
+        m = re.search(r'\bU\s+(?:__imp_)?(\S+)$', line)
         if m:
             found.add(m.group(1))
     return found
