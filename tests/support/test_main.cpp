@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <winsock2.h>
 #include <windows.h>
 #include <commctrl.h>
 
@@ -11,5 +12,8 @@ int wmain(int argc, wchar_t **argv)
     SetResourceInstance(GetModuleHandleW(nullptr));
     INITCOMMONCONTROLSEX icc = {sizeof(icc), ICC_WIN95_CLASSES | ICC_LISTVIEW_CLASSES | ICC_TREEVIEW_CLASSES};
     InitCommonControlsEx(&icc);
+    /* As the program's entry does, before any window or socket. */
+    WSADATA wsa;
+    WSAStartup(MAKEWORD(2, 2), &wsa);
     return RUN_ALL_TESTS();
 }

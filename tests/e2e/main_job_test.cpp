@@ -1,0 +1,141 @@
+/*
+ * The main job as a person does it, against the real INN of the end-to-end
+ * fixture (tools/inn/e2e.sh): subscribe from the server's group list, press
+ * I, watch the run, and read the counts in the group view. Screenshots of the
+ * dialogs and the view are written for the documentation.
+ */
+#include <gtest/gtest.h>
+
+#include <windows.h>
+#include <commctrl.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "resources/resource.h"
+#include "support/frame_fixture.h"
+#include "support/registry_fixture.h"
+
+namespace {
+
+std::wstring InnFolder()
+{
+    return WinePathOf(PELNOR_BUILD_DIR "/inn-e2e");
+}
+
+int OpenReaderPort()
+{
+    std::istringstream ports(FileBytes(InnFolder() + L"\\ports"));
+    int open_port = 0;
+    ports >> open_port;
+    return open_port;
+}
+
+uint32_t Word(const std::string &bytes, size_t at)
+{
+    uint32_t v = 0;
+    for (int i = 3; i >= 0; i--)
+        v = (v << 8) | (unsigned char)bytes[at + i];
+    return v;
+}
+
+int Row(HWND list, const wchar_t *text)
+{
+    for (int i = 0; i < ListViewRowCount(list); i++)
+        if (ListViewText(list, i, 0) == text)
+            return i;
+    return -1;
+}
+
+class MainJobTest : public FrameFixture {};
+
+TEST_F(MainJobTest, SubscribeFromTheServerListThenDownloadIntoTheGroupView)
+{
+    int port = OpenReaderPort();
+    ASSERT_NE(port, 0) << "INN fixture (tools/inn/e2e.sh) not running";
+    SeedCompleteSettings(data_.path());
+    SetPelnorDword(L"Port", (DWORD)port);
+    SetPelnorDword(L"Limit", 1000);
+    ASSERT_NE(CreateMainFrame(&frame_, SW_SHOWNORMAL), nullptr);
+    HWND view = frame_.groupView->list;
+    ASSERT_EQ(ListViewRowCount(view), 0);
+
+    /* Subscribe: fetch the list, open "fj", tick two groups, OK. */
+    std::wstring count_text, list_shot;
+    watcher_.SetDialogHandler([&](HWND dialog) {
+        std::wstring title = WindowText(dialog);
+        if (title == L"ｸﾞﾙｰﾌﾟの購読/中止") {
+            RunSoon([&, dialog] {
+                HWND list = GetDlgItem(dialog, IDC_SUBSCRIBE_LIST);
+                ClickButton(dialog, IDC_SUBSCRIBE_DOWNLOAD); /* returns when the list has come */
+                DoubleClickListRow(list, Row(list, L"fj"));
+                DoubleClickListRow(list, Row(list, L"fj.test.pelnor"));
+                DoubleClickListRow(list, Row(list, L"fj.comp.pelnor.misc"));
+                list_shot = SaveScreenshot(dialog, L"subscribe-dialog");
+                ClickButton(dialog, IDOK);
+            });
+        } else if (title == L"購読可能ｸﾞﾙｰﾌﾟの取得中..") {
+            HWND counter = GetDlgItem(dialog, IDC_GROUP_COUNT);
+            count_text = WindowText(counter);
+        }
+    });
+    Command(IDM_SUBSCRIBE);
+    EXPECT_TRUE(watcher_.boxes().empty());
+    EXPECT_EQ(count_text, L"0 group(s).");
+    EXPECT_FALSE(list_shot.empty());
+    std::string groups = FileBytes(data_.file(L"group.dat"));
+    EXPECT_NE(groups.find("fj.test.pelnor\r\n"), std::string::npos);
+    EXPECT_NE(groups.find("fj.comp.pelnor.misc\r\n"), std::string::npos);
+    EXPECT_EQ(groups.size(), strlen("fj.test.pelnor\r\nfj.comp.pelnor.misc\r\n"));
+    EXPECT_NE(FileBytes(data_.file(L"active.dat")).find("japan.test.pelnor\r\n"), std::string::npos);
+    ASSERT_EQ(ListViewRowCount(view), 2);
+
+    /* Download: the progress dialog while it runs, then the closing box. */
+    std::wstring progress_shot, progress_group;
+    watcher_.SetDialogHandler([&](HWND dialog) {
+        if (WindowText(dialog) != L"Articles")
+            return;
+        RunSoon([&, dialog] {
+            HWND group = GetDlgItem(dialog, IDC_PROGRESS_GROUP);
+            HWND bar = GetDlgItem(dialog, IDC_PROGRESS_BAR);
+            PumpUntil([&] {
+                return !IsWindow(dialog) ||
+                       (GetWindowTextLengthW(group) > 0 && SendMessageW(bar, PBM_GETPOS, 0, 0) >= 20);
+            });
+            if (!IsWindow(dialog))
+                return;
+            progress_group = WindowText(group);
+            progress_shot = SaveScreenshot(dialog, L"progress-dialog");
+        });
+    });
+    SetForegroundWindow(frame_.mainWindow);
+    SetFocus(view);
+    ASSERT_TRUE(Pump([&] { return GetFocus() == view; }));
+    PressKey('I');
+    ASSERT_TRUE(PumpUntil([&] { return !watcher_.boxes().empty() && frame_.busy == 0; }, 120000,
+                          frame_.mainWindow, frame_.accelerators));
+    EXPECT_EQ(watcher_.boxes().back().caption, L"Disconnect");
+    EXPECT_EQ(watcher_.boxes().back().text, L"ダウンロードが終了しました。");
+    EXPECT_FALSE(progress_shot.empty());
+    EXPECT_TRUE(progress_group == L"fj.test.pelnor" || progress_group == L"fj.comp.pelnor.misc");
+
+    /* Each row shows what its index now says, which matches what the corpus
+     * holds for the group on the server. */
+    for (const wchar_t *group : {L"fj.test.pelnor", L"fj.comp.pelnor.misc"}) {
+        int row = Row(view, group);
+        ASSERT_GE(row, 0);
+        std::string expected = FileBytes(InnFolder() + L"\\expected\\" + group + L".idx");
+        ASSERT_GE(expected.size(), 100u) << "expected index of the corpus";
+        uint32_t records = Word(expected, 16);
+        EXPECT_GT(records, 0u);
+        EXPECT_EQ(ListViewText(view, row, 2), std::to_wstring(records));
+        EXPECT_EQ(ListViewText(view, row, 1), std::to_wstring(Word(expected, 88)));
+        EXPECT_EQ(ListViewText(view, row, 3), std::to_wstring(records) + L"件の記事を取得しました。");
+        EXPECT_EQ(ListViewText(view, row, 4), std::to_wstring(Word(expected, 4)));
+        EXPECT_EQ(ListViewText(view, row, 5), std::to_wstring(Word(expected, 8)));
+    }
+    EXPECT_FALSE(SaveScreenshot(frame_.mainWindow, L"group-view-after-run").empty());
+}
+
+} // namespace
