@@ -1,8 +1,13 @@
 #!/usr/bin/env bash
-# The main job: builds Pelnor, prepares a data folder and the registry
-# settings, and opens Pelnor under Wine. With $DISPLAY it runs on that
-# display until you quit it (Alt+X or ツール > 終了); without one it runs on
-# Xvfb, writes a screenshot of its window and closes again.
+# The main job: builds Pelnor, brings up a private INN news server seeded
+# with sample Japanese groups, subscribes Pelnor to them, points its settings
+# at the server and opens it under Wine.
+#  - With an X display ($DISPLAY) Pelnor opens there until you quit it
+#    (Alt+X, or ツール > 終了); press I (or グループ > 記事取得) to download.
+#  - Without one it runs on Xvfb: it downloads once, writes a screenshot of
+#    the group view to build/screenshots/pelnor-main.png and closes.
+# The news server needs root (innd runs as the news user); without root, or
+# with PELNOR_SERVER set, Pelnor is pointed at PELNOR_SERVER:PELNOR_PORT.
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 build=${PELNOR_BUILD:-$top/build}
@@ -11,39 +16,62 @@ build=${PELNOR_BUILD:-$top/build}
 echo "run: built $build/pelnor.exe"
 
 session=$build/run-session
+inn=$build/run-inn
 data=$build/demo-data
-mkdir -p "$data"
 shot=$build/screenshots/pelnor-main.png
 mkdir -p "$(dirname "$shot")"
+rm -rf "$data"
+mkdir -p "$data"
+
+server=${PELNOR_SERVER:-}
+port=${PELNOR_PORT:-119}
+own_inn=0
+if [ -z "$server" ] && [ "$(id -u)" = 0 ]; then
+  "$top/tools/inn/inn.sh" stop "$inn" >/dev/null 2>&1 || true
+  rm -rf "$inn"
+  port=$(PELNOR_INN_NODELAY=1 "$top/tools/inn/inn.sh" start "$inn" 0)
+  own_inn=1
+  "$top/tools/inn/inn.sh" seed "$inn" >/dev/null
+  cp "$inn/group.dat" "$data/group.dat"
+  server=127.0.0.1
+  echo "run: news server on 127.0.0.1:$port with $(tr -d '\r' <"$data/group.dat" | paste -sd' ')"
+elif [ -z "$server" ]; then
+  server=127.0.0.1
+  echo "run: not root, so no local news server; set PELNOR_SERVER and PELNOR_PORT for yours"
+fi
 
 headless=1
 if [ -n "${DISPLAY:-}" ] && xdpyinfo >/dev/null 2>&1; then headless=0; fi
-if [ $headless = 1 ]; then
-  "$top/tools/wine-session.sh" start "$session"
-else
-  # Use the caller's display with the private prefix.
-  "$top/tools/wine-session.sh" start "$session"
+"$top/tools/wine-session.sh" start "$session"
+if [ $headless = 0 ]; then
   sed -i "s|^DISPLAY=.*|DISPLAY=$DISPLAY|" "$session/env"
 fi
-trap '"$top/tools/wine-session.sh" stop "$session"' EXIT
+cleanup() {
+  "$top/tools/wine-session.sh" stop "$session"
+  if [ $own_inn = 1 ]; then "$top/tools/inn/inn.sh" stop "$inn" >/dev/null 2>&1 || true; fi
+}
+trap cleanup EXIT
 run() { PELNOR_SESSION=$session "$top/tools/wine-run.sh" "$@"; }
 
-# Settings: the data folder, and a news server for the download.
-winpath() { echo "Z:$(echo "$1" | sed 's|/|\\|g')\\"; }
+# The settings Pelnor starts with: server, port, data folder, limit.
+winpath() { echo "Z:$(echo "$1" | sed 's|/|\\|g')"; }
 key='HKCU\Software\marrowby\Pelnor'
-run reg add "$key" /v Server /t REG_SZ /d "${PELNOR_SERVER:-127.0.0.1}" /f >/dev/null
-run reg add "$key" /v Port /t REG_DWORD /d "${PELNOR_PORT:-119}" /f >/dev/null
-run reg add "$key" /v DataPath /t REG_SZ /d "$(winpath "$data")" /f >/dev/null
+run reg delete "$key" /f >/dev/null 2>&1 || true
+run reg add "$key" /v Server /t REG_SZ /d "$server" /f >/dev/null
+run reg add "$key" /v Port /t REG_DWORD /d "$port" /f >/dev/null
+run reg add "$key" /v DataPath /t REG_SZ /d "$(winpath "$data")\\" /f >/dev/null
 run reg add "$key" /v Limit /t REG_DWORD /d 50 /f >/dev/null
 echo "run: data folder $data"
 
 if [ $headless = 0 ]; then
-  echo "run: opening Pelnor on $DISPLAY"
+  echo "run: opening Pelnor on $DISPLAY (press I to download)"
   run "$build/pelnor.exe"
 else
   run "$build/pelnor.exe" &
   pelnor=$!
-  run "$build/tools/winshot.exe" PelnorMainFrmWnd "$(winpath "$shot" | sed 's/\\$//')" 60 --close
+  download=--download
+  if [ $own_inn = 0 ]; then download=; fi
+  run "$build/tools/winshot.exe" PelnorMainFrmWnd "$(winpath "$shot")" 120 $download --close
   wait "$pelnor" || true
-  echo "run: no display; Pelnor ran on Xvfb. Screenshot: $shot"
+  echo "run: no display, so Pelnor ran on Xvfb. Screenshot of its group view: $shot"
 fi
