@@ -140,6 +140,84 @@ TEST_F(DownloadTest, CancelledPasswordPromptStartsNothingAndStaysBusy)
     EXPECT_EQ(frame_.busy, 1u); /* the frame keeps its busy mark, as it always has */
 }
 
+/* The server's side of a group whose articles first..last are all there. */
+void ServeGroup(NntpScript *script, const std::string &group, int count, int first, int last)
+{
+    script->Recv().Send("211 " + std::to_string(count) + " " + std::to_string(first) + " " +
+                        std::to_string(last) + " " + group + "\r\n");
+    for (int n = first; n <= last && count > 0; n++) {
+        std::string id = "<" + std::to_string(n) + "@" + group + ">";
+        script->Recv().Send("221 " + std::to_string(n) + " " + id + "\r\nFrom: a@example.jp\r\nSubject: n" +
+                            std::to_string(n) + "\r\n.\r\n");
+        script->Recv().Send("222 " + std::to_string(n) + " " + id + "\r\nbody\r\n.\r\n");
+    }
+}
+
+TEST_F(DownloadTest, RunFillsEachRowsCountsAndStatus)
+{
+    NntpScript script;
+    script.Send("200 ready\r\n");
+    ServeGroup(&script, "fj.a", 2, 1, 2);
+    script.Recv().Send("211 0 5 4 fj.b\r\n"); /* empty group */
+    StartWith("fj.a\r\nfj.b\r\n", script.Start());
+    PressGetArticles();
+    EXPECT_EQ(watcher_.boxes().back().text, L"ダウンロードが終了しました。");
+
+    EXPECT_EQ(ListViewText(list_, 0, 1), L"2");
+    EXPECT_EQ(ListViewText(list_, 0, 2), L"2");
+    EXPECT_EQ(ListViewText(list_, 0, 3), L"2件の記事を取得しました。");
+    EXPECT_EQ(ListViewText(list_, 0, 4), L"2");
+    EXPECT_EQ(ListViewText(list_, 0, 5), L"2");
+    EXPECT_EQ(ListViewText(list_, 1, 2), L"0");
+    EXPECT_EQ(ListViewText(list_, 1, 3), L"新規記事はありませんでした");
+    EXPECT_EQ(ListViewText(list_, 1, 4), L"4");
+    EXPECT_EQ(script.Transcript(),
+              "GROUP fj.a\r\nHEAD 1\r\nBODY 1\r\nHEAD 2\r\nBODY 2\r\nGROUP fj.b\r\nQUIT\r\n");
+}
+
+TEST_F(DownloadTest, AfterCatchUpTheNextRunFetchesNothingAndTheOneAfterOnlyNewArticles)
+{
+    NntpScript first;
+    first.Send("200 ready\r\n");
+    ServeGroup(&first, "fj.a", 2, 1, 2);
+    StartWith("fj.a\r\n", first.Start());
+    PressGetArticles();
+    first.Transcript();
+
+    /* Catch up both ways: the stored articles read, the server's skipped. */
+    on_dialog_ = [](HWND dialog, const std::wstring &title) {
+        if (title != L"記事の読み飛ばし")
+            return;
+        CheckDlgButton(dialog, IDC_CATCHUP_LOCAL, BST_CHECKED);
+        CheckDlgButton(dialog, IDC_CATCHUP_SERVER, BST_CHECKED);
+        PostMessageW(dialog, WM_COMMAND, IDOK, 0);
+    };
+    Command(IDM_CATCHUP);
+    EXPECT_EQ(ListViewText(list_, 0, 1), L"0");
+    EXPECT_EQ(ListViewText(list_, 0, 4), L"Catchup");
+
+    NntpScript second;
+    second.Send("200 ready\r\n").Recv().Send("211 3 1 5 fj.a\r\n");
+    SetPelnorDword(L"Port", (DWORD)second.Start());
+    int complete;
+    LoadSettings(&frame_.settings, &complete);
+    PressGetArticles();
+    EXPECT_EQ(second.Transcript(), "GROUP fj.a\r\nQUIT\r\n");
+    EXPECT_EQ(ListViewText(list_, 0, 3), L"新規記事はありませんでした");
+    EXPECT_EQ(ListViewText(list_, 0, 4), L"5");
+
+    NntpScript third;
+    third.Send("200 ready\r\n");
+    ServeGroup(&third, "fj.a", 1, 6, 6);
+    SetPelnorDword(L"Port", (DWORD)third.Start());
+    LoadSettings(&frame_.settings, &complete);
+    PressGetArticles();
+    EXPECT_EQ(third.Transcript(), "GROUP fj.a\r\nHEAD 6\r\nBODY 6\r\nQUIT\r\n");
+    EXPECT_EQ(ListViewText(list_, 0, 1), L"1");
+    EXPECT_EQ(ListViewText(list_, 0, 2), L"3");
+    EXPECT_EQ(ListViewText(list_, 0, 3), L"1件の記事を取得しました。");
+}
+
 /* Dial-up around the run, with the scripted RAS. */
 class DialupRunTest : public DownloadTest {
 protected:
