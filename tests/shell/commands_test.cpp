@@ -4,12 +4,9 @@
 #include <commctrl.h>
 
 #include "resources/resource.h"
-#include "shell/app_frame.h"
 #include "store/store_test_util.h"
 #include "support/frame_fixture.h"
-#include "support/gui_helper.h"
 #include "support/registry_fixture.h"
-#include "support/temp_folder.h"
 
 namespace {
 
@@ -66,8 +63,8 @@ protected:
             dialog_title_ = WindowText(dialog);
             local_text_ = WindowText(GetDlgItem(dialog, IDC_CATCHUP_LOCAL));
             server_text_ = WindowText(GetDlgItem(dialog, IDC_CATCHUP_SERVER));
-            started_unchecked_ = IsDlgButtonChecked(dialog, IDC_CATCHUP_LOCAL) == BST_UNCHECKED &&
-                                 IsDlgButtonChecked(dialog, IDC_CATCHUP_SERVER) == BST_UNCHECKED;
+            started_unchecked_ = !IsDlgButtonChecked(dialog, IDC_CATCHUP_LOCAL) &&
+                                 !IsDlgButtonChecked(dialog, IDC_CATCHUP_SERVER);
             busy_inside_ = frame_.busy;
             if (local)
                 CheckDlgButton(dialog, IDC_CATCHUP_LOCAL, BST_CHECKED);
@@ -83,7 +80,7 @@ protected:
     DWORD busy_inside_ = 0;
 };
 
-TEST_F(CommandTest, FrameShowsTheSubscribedGroupsAtStart)
+TEST_F(CommandTest, GroupViewFillsTheFrameAndSavesItsWidthsAtExit)
 {
     ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.a\r\nfj.b\r\n"));
     WriteGroup(data_, "fj.a", 3, 1);
@@ -91,25 +88,17 @@ TEST_F(CommandTest, FrameShowsTheSubscribedGroupsAtStart)
     Start();
     EXPECT_EQ(GetDlgCtrlID(list_), IDC_GROUP_VIEW);
     EXPECT_EQ(WindowText(list_), L"Group");
-    EXPECT_TRUE(IsWindowVisible(list_));
     ASSERT_EQ(ListViewRowCount(list_), 2);
     EXPECT_EQ(ListViewText(list_, 0, 1), L"2");
     EXPECT_EQ(ListViewText(list_, 0, 2), L"3");
     EXPECT_EQ(GetFocus(), list_);
-
-    /* The pane fills the client area above the menu bar. */
     RECT client, pane, bar;
     GetClientRect(frame_.mainWindow, &client);
     GetWindowRect(list_, &pane);
     GetWindowRect(frame_.groupMenuBar, &bar);
     EXPECT_EQ(pane.right - pane.left, client.right);
     EXPECT_EQ(pane.bottom, bar.top);
-}
 
-TEST_F(CommandTest, WidthsAreSavedWhenTheFrameCloses)
-{
-    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), ""));
-    Start();
     SendMessageW(list_, LVM_SETCOLUMNWIDTH, 1, 66);
     SendMessageW(frame_.mainWindow, WM_CLOSE, 0, 0);
     DWORD width = 0, size = sizeof width;
@@ -119,7 +108,7 @@ TEST_F(CommandTest, WidthsAreSavedWhenTheFrameCloses)
     EXPECT_EQ(width, 66u);
 }
 
-TEST_F(CommandTest, CatchUpLocalMarksEveryStoredArticleRead)
+TEST_F(CommandTest, CatchUpLocalThenServer)
 {
     ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.a\r\nfj.b\r\n"));
     WriteGroup(data_, "fj.a", 2, 0);
@@ -128,14 +117,12 @@ TEST_F(CommandTest, CatchUpLocalMarksEveryStoredArticleRead)
     SelectRow(1);
     AnswerCatchUp(true, false);
     Command(IDM_CATCHUP);
-
     EXPECT_EQ(dialog_title_, L"記事の読み飛ばし");
     EXPECT_EQ(local_text_, L"現在保持している記事を既読に");
     EXPECT_EQ(server_text_, L"現在ｻｰﾊﾞにある記事は読まない");
     EXPECT_TRUE(started_unchecked_);
     EXPECT_EQ(busy_inside_, 1u);
     EXPECT_EQ(frame_.busy, 0u);
-
     std::string index = FileBytes(data_.file(L"fj.b.idx"));
     ASSERT_EQ(index.size(), 100u + 3 * 92);
     EXPECT_EQ(ReadU32(index, 88), 0u); /* unread */
@@ -144,23 +131,18 @@ TEST_F(CommandTest, CatchUpLocalMarksEveryStoredArticleRead)
     EXPECT_EQ(ReadU32(index, 4), 102u); /* last fetched untouched */
     EXPECT_EQ(ListViewText(list_, 1, 1), L"0");
     EXPECT_EQ(ReadU32(FileBytes(data_.file(L"fj.a.idx")), 88), 2u);
-    EXPECT_TRUE(watcher_.boxes().empty());
-}
 
-TEST_F(CommandTest, CatchUpServerMarksTheGroupAndReloads)
-{
-    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.a\r\n"));
-    WriteGroup(data_, "fj.a", 2, 0);
-    Start();
+    SelectRow(0);
     AnswerCatchUp(false, true);
     Command(IDM_CATCHUP);
-    std::string index = FileBytes(data_.file(L"fj.a.idx"));
+    index = FileBytes(data_.file(L"fj.a.idx"));
     EXPECT_EQ(ReadU32(index, 4), 0xFFFFFFFFu);
     EXPECT_EQ(ReadU32(index, 88), 2u); /* stored articles stay unread */
     EXPECT_EQ(ListViewText(list_, 0, 4), L"Catchup");
+    EXPECT_TRUE(watcher_.boxes().empty());
 }
 
-TEST_F(CommandTest, CatchUpWithNothingTickedOrCancelChangesNothing)
+TEST_F(CommandTest, CatchUpThatChangesNothing)
 {
     ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.a\r\n"));
     WriteGroup(data_, "fj.a", 2, 1);
@@ -168,37 +150,24 @@ TEST_F(CommandTest, CatchUpWithNothingTickedOrCancelChangesNothing)
     std::string before = FileBytes(data_.file(L"fj.a.idx"));
     AnswerCatchUp(false, false);
     Command(IDM_CATCHUP);
-    EXPECT_EQ(FileBytes(data_.file(L"fj.a.idx")), before);
-    AnswerCatchUp(true, true, false);
+    AnswerCatchUp(true, true, false); /* Cancel */
     Command(IDM_CATCHUP);
     EXPECT_EQ(FileBytes(data_.file(L"fj.a.idx")), before);
     EXPECT_EQ(watcher_.dialog_titles().size(), 2u);
-    EXPECT_EQ(frame_.busy, 0u);
-}
 
-TEST_F(CommandTest, CatchUpWithoutSelectionOpensNoDialog)
-{
-    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), ""));
-    Start();
-    AnswerCatchUp(true, true);
-    Command(IDM_CATCHUP);
-    EXPECT_TRUE(watcher_.dialog_titles().empty());
-    EXPECT_EQ(frame_.busy, 0u);
-}
-
-TEST_F(CommandTest, CatchUpOfAnUnreadableIndexIsReported)
-{
-    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.a\r\n"));
-    WriteGroup(data_, "fj.a", 1, 0);
-    Start();
+    /* An unreadable index is reported before any dialog. */
     ASSERT_TRUE(WriteFileBytes(data_.file(L"fj.a.idx"), "short"));
-    AnswerCatchUp(true, true);
     Command(IDM_CATCHUP);
-    EXPECT_TRUE(watcher_.dialog_titles().empty());
+    EXPECT_EQ(watcher_.dialog_titles().size(), 2u);
     ASSERT_EQ(watcher_.boxes().size(), 1u);
     EXPECT_EQ(watcher_.boxes()[0].caption, L"PELNOR");
     EXPECT_EQ(watcher_.boxes()[0].text, L"インデックスの初期化に失敗しました(13)");
     EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONERROR);
+
+    /* Without a selected group nothing happens at all. */
+    ListView_SetItemState(list_, -1, 0, LVIS_SELECTED);
+    Command(IDM_CATCHUP);
+    EXPECT_EQ(watcher_.dialog_titles().size(), 2u);
     EXPECT_EQ(frame_.busy, 0u);
 }
 
@@ -212,59 +181,37 @@ TEST_F(CommandTest, DeleteReadGoesOnPastAFailingGroup)
     Start();
     DeleteFileW(data_.file(L"fj.nolog.log").c_str());
     std::string none_log = FileBytes(data_.file(L"fj.none.log"));
+    std::string some_index = FileBytes(data_.file(L"fj.some.idx"));
+
+    watcher_.QueueAnswer(IDNO);
+    Command(IDM_DELETE_READ);
+    EXPECT_EQ(FileBytes(data_.file(L"fj.some.idx")), some_index);
 
     watcher_.QueueAnswer(IDYES);
     Command(IDM_DELETE_READ);
-
-    ASSERT_EQ(watcher_.boxes().size(), 2u);
-    EXPECT_EQ(watcher_.boxes()[0].caption, L"Delete read articles");
-    EXPECT_EQ(watcher_.boxes()[0].text, L"既読記事を削除しますか?");
-    EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONQUESTION);
-    EXPECT_EQ(watcher_.boxes()[0].buttons, (std::vector<int>{IDYES, IDNO}));
-    EXPECT_EQ(watcher_.boxes()[1].caption, L"fj.nolog");
-    EXPECT_EQ(watcher_.boxes()[1].text, L"既読記事の削除に失敗しました(2)");
-    EXPECT_EQ(watcher_.boxes()[1].icon, (UINT)MB_ICONEXCLAMATION);
+    ASSERT_EQ(watcher_.boxes().size(), 3u);
+    EXPECT_EQ(watcher_.boxes()[1].caption, L"Delete read articles");
+    EXPECT_EQ(watcher_.boxes()[1].text, L"既読記事を削除しますか?");
+    EXPECT_EQ(watcher_.boxes()[1].icon, (UINT)MB_ICONQUESTION);
+    EXPECT_EQ(watcher_.boxes()[1].buttons, (std::vector<int>{IDYES, IDNO}));
+    EXPECT_EQ(watcher_.boxes()[2].caption, L"fj.nolog");
+    EXPECT_EQ(watcher_.boxes()[2].text, L"既読記事の削除に失敗しました(2)");
+    EXPECT_EQ(watcher_.boxes()[2].icon, (UINT)MB_ICONEXCLAMATION);
 
     EXPECT_EQ(ReadU32(FileBytes(data_.file(L"fj.some.idx")), 16), 1u);
     EXPECT_EQ(FileBytes(data_.file(L"fj.all.idx")).size(), 100u);
     EXPECT_EQ(FileBytes(data_.file(L"fj.all.log")), "");
     EXPECT_EQ(FileBytes(data_.file(L"fj.none.log")), none_log);
-    /* The view was reloaded: the first group now holds one article. */
-    EXPECT_EQ(ListViewText(list_, 0, 2), L"1");
-    EXPECT_EQ(ListViewText(list_, 2, 2), L"0");
-}
+    EXPECT_EQ(ListViewText(list_, 0, 2), L"1"); /* reloaded */
 
-TEST_F(CommandTest, DeleteReadAnsweredNoChangesNothing)
-{
-    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.some\r\n"));
-    WriteGroup(data_, "fj.some", 3, 2);
-    Start();
-    std::string index = FileBytes(data_.file(L"fj.some.idx"));
-    watcher_.QueueAnswer(IDNO);
-    Command(IDM_DELETE_READ);
-    EXPECT_EQ(watcher_.boxes().size(), 1u);
-    EXPECT_EQ(FileBytes(data_.file(L"fj.some.idx")), index);
-}
-
-TEST_F(CommandTest, DeleteReadWithoutAGroupFileIsReported)
-{
-    Start();
+    /* Without a group file the user is told, with the error. */
     DeleteFileW(data_.file(L"group.dat").c_str());
     watcher_.QueueAnswer(IDYES);
     Command(IDM_DELETE_READ);
-    ASSERT_EQ(watcher_.boxes().size(), 2u);
-    EXPECT_EQ(watcher_.boxes()[1].caption, L"PELNOR");
-    EXPECT_EQ(watcher_.boxes()[1].text, L"グループ一覧が開けませんでした(2)");
-    EXPECT_EQ(watcher_.boxes()[1].icon, (UINT)MB_ICONERROR);
-}
-
-} // namespace
-
-namespace {
-
-bool IsChecked(HMENU menu, UINT id)
-{
-    return (GetMenuState(menu, id, MF_BYCOMMAND) & MF_CHECKED) != 0;
+    ASSERT_EQ(watcher_.boxes().size(), 5u);
+    EXPECT_EQ(watcher_.boxes()[4].caption, L"PELNOR");
+    EXPECT_EQ(watcher_.boxes()[4].text, L"グループ一覧が開けませんでした(2)");
+    EXPECT_EQ(watcher_.boxes()[4].icon, (UINT)MB_ICONERROR);
 }
 
 DWORD StoredOption(const wchar_t *subkey, const wchar_t *name)
@@ -273,6 +220,11 @@ DWORD StoredOption(const wchar_t *subkey, const wchar_t *name)
     DWORD value = 0xDEAD, size = sizeof value;
     RegGetValueW(HKEY_CURRENT_USER, path.c_str(), name, RRF_RT_REG_DWORD, nullptr, &value, &size);
     return value;
+}
+
+bool IsChecked(HMENU menu, UINT id)
+{
+    return (GetMenuState(menu, id, MF_BYCOMMAND) & MF_CHECKED) != 0;
 }
 
 TEST_F(CommandTest, ViewOptionsToggleTheirMarksAndAreStored)
@@ -285,30 +237,30 @@ TEST_F(CommandTest, ViewOptionsToggleTheirMarksAndAreStored)
     Command(IDM_VIEW_READ);
     EXPECT_FALSE(IsChecked(frame_.subjectPopup, IDM_VIEW_READ));
     EXPECT_EQ(StoredOption(L"SubjectView", L"ViewReadArticle"), 0u);
-
     Command(IDM_SHOW_HEADER);
     EXPECT_TRUE(IsChecked(frame_.articlePopup, IDM_SHOW_HEADER));
     EXPECT_EQ(StoredOption(L"ArticleView", L"ShowArticleHeader"), 1u);
 
     /* Normal is 0 and low is 1. */
-    Command(IDM_PRIORITY_NORMAL);
-    EXPECT_EQ(StoredOption(L"SubjectView", L"PriorityViewLevel"), 0u);
-    EXPECT_TRUE(IsChecked(frame_.subjectPopup, IDM_PRIORITY_NORMAL));
-    EXPECT_FALSE(IsChecked(frame_.subjectPopup, IDM_PRIORITY_LOW));
-    Command(IDM_PRIORITY_HIGH);
-    EXPECT_EQ(StoredOption(L"SubjectView", L"PriorityViewLevel"), 2u);
-    EXPECT_TRUE(IsChecked(frame_.subjectPopup, IDM_PRIORITY_HIGH));
-    EXPECT_FALSE(IsChecked(frame_.subjectPopup, IDM_PRIORITY_NORMAL));
-    Command(IDM_PRIORITY_LOW);
-    EXPECT_EQ(StoredOption(L"SubjectView", L"PriorityViewLevel"), 1u);
+    struct {
+        UINT command;
+        DWORD level;
+    } levels[] = {{IDM_PRIORITY_NORMAL, 0}, {IDM_PRIORITY_HIGH, 2}, {IDM_PRIORITY_LOW, 1}};
+    for (const auto &l : levels) {
+        Command(l.command);
+        EXPECT_EQ(StoredOption(L"SubjectView", L"PriorityViewLevel"), l.level);
+        EXPECT_TRUE(IsChecked(frame_.subjectPopup, l.command));
+        for (UINT other : {IDM_PRIORITY_HIGH, IDM_PRIORITY_NORMAL, IDM_PRIORITY_LOW}) {
+            if (other != l.command) {
+                EXPECT_FALSE(IsChecked(frame_.subjectPopup, other));
+            }
+        }
+    }
     EXPECT_TRUE(watcher_.boxes().empty());
-}
 
-TEST_F(CommandTest, AnOptionThatCannotBeStoredStaysToggledAndIsReported)
-{
-    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), ""));
-    Start();
-    /* Under a volatile parent the program's key cannot be made again. */
+    /* Under a volatile parent the program's key cannot be made again: the
+     * options stay toggled and the user is told (the level's failure is of
+     * no consequence and not shown). */
     DeletePelnorKey();
     RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\marrowby");
     HKEY parent;
@@ -316,20 +268,14 @@ TEST_F(CommandTest, AnOptionThatCannotBeStoredStaysToggledAndIsReported)
                               KEY_ALL_ACCESS, nullptr, &parent, nullptr),
               ERROR_SUCCESS);
     RegCloseKey(parent);
-
     Command(IDM_VIEW_READ);
-    Command(IDM_SHOW_HEADER);
-    Command(IDM_PRIORITY_HIGH); /* its failure is not reported */
+    Command(IDM_PRIORITY_HIGH);
     RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\marrowby");
-
-    ASSERT_EQ(watcher_.boxes().size(), 2u);
-    for (const RecordedBox &box : watcher_.boxes()) {
-        EXPECT_EQ(box.caption, L"PELNOR");
-        EXPECT_EQ(box.text, L"設定の保存ができませんでした(1021)");
-        EXPECT_EQ(box.icon, (UINT)MB_ICONERROR);
-    }
+    ASSERT_EQ(watcher_.boxes().size(), 1u);
+    EXPECT_EQ(watcher_.boxes()[0].caption, L"PELNOR");
+    EXPECT_EQ(watcher_.boxes()[0].text, L"設定の保存ができませんでした(1021)");
+    EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONERROR);
     EXPECT_TRUE(IsChecked(frame_.subjectPopup, IDM_VIEW_READ));
-    EXPECT_TRUE(IsChecked(frame_.articlePopup, IDM_SHOW_HEADER));
     EXPECT_TRUE(IsChecked(frame_.subjectPopup, IDM_PRIORITY_HIGH));
 }
 

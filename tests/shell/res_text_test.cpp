@@ -4,7 +4,6 @@
 
 #include "resources/resource.h"
 #include "shell/res_text.h"
-#include "support/gui_helper.h"
 
 namespace {
 
@@ -64,53 +63,21 @@ TEST(StringTable, NumberedEntriesHaveTheirExactTexts)
     }
 }
 
-TEST(StringTable, GroupListFailureOfDeleteReadHasAText)
+TEST(StringTable, LoadingAndFormatting)
 {
-    /* Entry 19 is asked for when the group list of "delete read articles"
-     * cannot be opened; it must say something, with the error number. */
+    /* Entry 19, asked for when the group list of "delete read articles"
+     * cannot be opened, says something with the error number. */
     const wchar_t *text = LoadResString(IDS_GROUP_FILE_OPEN);
     ASSERT_NE(text, nullptr);
     EXPECT_NE(wcsstr(text, L"(%d)"), nullptr);
-    EXPECT_NE(LoadResString(IDS_GROUP_LIST_OPEN), nullptr);
-}
-
-TEST(StringTable, MissingEntryLoadsAsNull)
-{
     EXPECT_EQ(LoadResString(9), nullptr);
-    EXPECT_EQ(LoadResString(39999), nullptr);
-}
 
-TEST(StringTable, LoadOverwritesTheSharedBuffer)
-{
+    /* One shared buffer: the second load replaces the first. */
     const wchar_t *first = LoadResString(IDS_COL_UNREAD);
-    const wchar_t *second = LoadResString(IDS_COL_DATE);
-    EXPECT_EQ(first, second);
+    EXPECT_EQ(first, LoadResString(IDS_COL_DATE));
     EXPECT_STREQ(first, L"日付");
-}
 
-TEST(FormatLastError, FillsTheErrorNumber)
-{
     SetLastError(183);
     EXPECT_STREQ(FormatLastError(LoadResString(IDS_DATA_INIT_FAILED)), L"データファイルの初期化に失敗しました(183)");
-    SetLastError(0);
-    EXPECT_STREQ(FormatLastError(L"x(%d)."), L"x(0).");
-    SetLastError(5);
     EXPECT_STREQ(FormatLastError(nullptr), L"");
-}
-
-TEST(ErrorBoxes, ShowTheLastErrorWithCaptionAndIcon)
-{
-    ModalWatcher watcher;
-    SetLastError(38);
-    ShowLastErrorBoxRes(IDS_INDEX_INIT_FAILED, IDS_CAPTION_PELNOR, MB_ICONERROR);
-    SetLastError(2);
-    ShowLastErrorBox(IDS_DELETE_READ_FAILED, L"fj.comp.misc", MB_ICONEXCLAMATION);
-    ASSERT_EQ(watcher.boxes().size(), 2u);
-    EXPECT_EQ(watcher.boxes()[0].caption, L"PELNOR");
-    EXPECT_EQ(watcher.boxes()[0].text, L"インデックスの初期化に失敗しました(38)");
-    EXPECT_EQ(watcher.boxes()[0].icon, (UINT)MB_ICONERROR);
-    EXPECT_FALSE(watcher.boxes()[0].has_owner);
-    EXPECT_EQ(watcher.boxes()[1].caption, L"fj.comp.misc");
-    EXPECT_EQ(watcher.boxes()[1].text, L"既読記事の削除に失敗しました(2)");
-    EXPECT_EQ(watcher.boxes()[1].icon, (UINT)MB_ICONEXCLAMATION);
 }

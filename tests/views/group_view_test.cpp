@@ -101,37 +101,29 @@ TEST_F(GroupViewTest, ColumnsComeOutInTheirScreenOrderWithDefaultWidths)
 TEST_F(GroupViewTest, WidthsComeFromAndGoBackToTheirRegistryValues)
 {
     SetPelnorDword(L"ureadWidth", 55, L"GroupView");
-    SetPelnorDword(L"StatusWidth", 123, L"GroupView");
-    Create();
-    EXPECT_EQ(Width(kColumnUnread), 55);
-    EXPECT_EQ(Width(kColumnStatus), 123);
-    EXPECT_EQ(Width(kColumnArticles), 40);
-
-    SendMessageW(view_.list, LVM_SETCOLUMNWIDTH, kColumnCurrent, 77);
-    SendMessageW(view_.list, LVM_SETCOLUMNWIDTH, kColumnNewsgroup, 140);
-    ASSERT_TRUE(GroupViewSaveWidths(&view_));
-    EXPECT_EQ(StoredWidth(L"NewsgroupWidth"), 140u);
-    EXPECT_EQ(StoredWidth(L"ureadWidth"), 55u);
-    EXPECT_EQ(StoredWidth(L"artsWidth"), 40u);
-    EXPECT_EQ(StoredWidth(L"StatusWidth"), 123u);
-    EXPECT_EQ(StoredWidth(L"curWidth"), 77u);
-    EXPECT_EQ(StoredWidth(L"maxWidth"), 60u);
-}
-
-TEST_F(GroupViewTest, AWidthFallsBackOnlyWhenItCannotBeRead)
-{
     HKEY key;
     ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, kWidthKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
               ERROR_SUCCESS);
-    /* Four bytes of another type read like a number; eight bytes do not fit. */
-    const BYTE four[4] = {70, 0, 0, 0};
-    const BYTE eight[8] = {90, 0, 0, 0, 0, 0, 0, 0};
+    /* Four bytes of another type read like a number; eight bytes do not fit
+     * and leave the default. */
+    const BYTE four[4] = {70, 0, 0, 0}, eight[8] = {90};
     RegSetValueExW(key, L"artsWidth", 0, REG_BINARY, four, 4);
     RegSetValueExW(key, L"maxWidth", 0, REG_BINARY, eight, 8);
     RegCloseKey(key);
     Create();
+    EXPECT_EQ(Width(kColumnUnread), 55);
     EXPECT_EQ(Width(kColumnArticles), 70);
     EXPECT_EQ(Width(kColumnMaximum), 60);
+
+    SendMessageW(view_.list, LVM_SETCOLUMNWIDTH, kColumnCurrent, 77);
+    ASSERT_TRUE(GroupViewSaveWidths(&view_));
+    const struct {
+        const wchar_t *name;
+        DWORD width;
+    } stored[] = {{L"NewsgroupWidth", 100}, {L"ureadWidth", 55}, {L"artsWidth", 70},
+                  {L"StatusWidth", 150},    {L"curWidth", 77},   {L"maxWidth", 60}};
+    for (const auto &v : stored)
+        EXPECT_EQ(StoredWidth(v.name), v.width) << v.name;
 }
 
 TEST_F(GroupViewTest, ReloadShowsEachGroupsHeader)
@@ -183,18 +175,7 @@ TEST_F(GroupViewTest, ReloadShowsEachGroupsHeader)
     EXPECT_EQ(Focused(), 0);
 }
 
-TEST_F(GroupViewTest, EmptyGroupFileGivesAnEmptyListWithoutSelection)
-{
-    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), ""));
-    Create();
-    ASSERT_TRUE(GroupViewReload(&view_, data_.path().c_str()));
-    EXPECT_EQ(ListViewRowCount(view_.list), 0);
-    EXPECT_EQ(Selected(), -1);
-    wchar_t name[64];
-    EXPECT_FALSE(GroupViewSelected(&view_, name, 64, nullptr));
-}
-
-TEST_F(GroupViewTest, MissingGroupFileIsReported)
+TEST_F(GroupViewTest, EmptyOrMissingGroupFile)
 {
     Create();
     EXPECT_FALSE(GroupViewReload(&view_, data_.path().c_str()));
@@ -202,7 +183,12 @@ TEST_F(GroupViewTest, MissingGroupFileIsReported)
     EXPECT_EQ(watcher_.boxes()[0].caption, L"GROUP");
     EXPECT_EQ(watcher_.boxes()[0].text, L"グループ一覧が取得できませんでした(2)");
     EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONERROR);
+
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), ""));
+    ASSERT_TRUE(GroupViewReload(&view_, data_.path().c_str()));
     EXPECT_EQ(ListViewRowCount(view_.list), 0);
+    wchar_t name[64];
+    EXPECT_FALSE(GroupViewSelected(&view_, name, 64, nullptr));
 }
 
 TEST_F(GroupViewTest, UnreadableIndexStopsTheReloadAtThatGroup)
