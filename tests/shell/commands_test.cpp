@@ -5,10 +5,10 @@
 
 #include "resources/resource.h"
 #include "shell/app_frame.h"
-#include "store/store_test_util.h"
 #include "support/frame_fixture.h"
 #include "support/gui_helper.h"
 #include "support/registry_fixture.h"
+#include "support/store_bytes.h"
 #include "support/temp_folder.h"
 
 namespace {
