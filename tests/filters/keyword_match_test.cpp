@@ -11,66 +11,42 @@
 
 namespace {
 
-/* A filter whose lists hold the keywords in the order given. */
-class Filter {
-public:
-    Filter(std::initializer_list<const char *> high, std::initializer_list<const char *> low)
-    {
-        KeywordFilterInit(&filter_);
-        Fill(&filter_.high, high);
-        Fill(&filter_.low, low);
+/* Fills `list` with the keywords in the order given. */
+void Fill(KeywordNode **list, std::initializer_list<const char *> keywords)
+{
+    for (const char *keyword : keywords) {
+        *list = (KeywordNode *)malloc(sizeof(KeywordNode));
+        (*list)->keyword = strdup(keyword);
+        (*list)->next = nullptr;
+        list = &(*list)->next;
     }
-    ~Filter() { ClearKeywordFilter(&filter_); }
-    int Match(const char *subject) const { return MatchKeywordFilter(&filter_, subject); }
-
-private:
-    static void Fill(KeywordNode **list, std::initializer_list<const char *> keywords)
-    {
-        for (const char *keyword : keywords) {
-            KeywordNode *node = (KeywordNode *)malloc(sizeof(KeywordNode));
-            node->keyword = strdup(keyword);
-            node->next = nullptr;
-            *list = node;
-            list = &node->next;
-        }
-    }
-    KeywordFilter filter_;
-};
+}
 
 } // namespace
 
-TEST(KeywordMatch, ShorterTextWithinTheLongerOne)
+TEST(KeywordMatch, ShorterTextWithinTheLongerOneHighListFirst)
 {
-    Filter filter({"fj"}, {});
-    EXPECT_EQ(filter.Match("Re: fj.comp question"), kPriorityHigh);
-    EXPECT_EQ(filter.Match("fj"), kPriorityHigh);
-    EXPECT_EQ(filter.Match("f"), kPriorityHigh); /* the subject within the keyword */
-    EXPECT_EQ(filter.Match(""), kPriorityHigh);
-    EXPECT_EQ(filter.Match("FJ"), kPriorityNormal);
-    EXPECT_EQ(filter.Match("jf"), kPriorityNormal);
-    /* A subject as long as the keyword must equal it. */
-    EXPECT_EQ(filter.Match("fk"), kPriorityNormal);
-}
-
-TEST(KeywordMatch, BytesWithoutRegardToCharacters)
-{
-    /* Full-width letters are not folded; a keyword may match across two
-     * double-byte characters ("\x82\xA0\x82\xA2" holds "\xA0\x82"). */
-    Filter filter({"\x82\x86"}, {"\xA0\x82"});
-    EXPECT_EQ(filter.Match("\x82\xA0\x82\xA2"), kPriorityLow);
-    EXPECT_EQ(filter.Match("abc \x82\x86 def"), kPriorityHigh);
-    EXPECT_EQ(filter.Match("abc f def"), kPriorityNormal);
-}
-
-TEST(KeywordMatch, HighListFirst)
-{
-    Filter filter({"same"}, {"same", "other"});
-    EXPECT_EQ(filter.Match("the same thing"), kPriorityHigh);
-    EXPECT_EQ(filter.Match("another"), kPriorityLow);
-    EXPECT_EQ(filter.Match("none"), kPriorityNormal);
-    Filter empty({}, {});
-    EXPECT_EQ(empty.Match("anything"), kPriorityNormal);
-    EXPECT_EQ(empty.Match(""), kPriorityNormal);
-    Filter blank({}, {""});
-    EXPECT_EQ(blank.Match("anything"), kPriorityLow);
+    KeywordFilter filter;
+    KeywordFilterInit(&filter);
+    EXPECT_EQ(MatchKeywordFilter(&filter, ""), kPriorityNormal);
+    Fill(&filter.high, {"fj", "same"});
+    Fill(&filter.low, {"same", "other", "\xA0\x82"});
+    const struct {
+        const char *subject;
+        int priority;
+    } cases[] = {
+        {"Re: fj.comp question", kPriorityHigh},
+        {"fj", kPriorityHigh},
+        {"f", kPriorityHigh}, /* the subject within the keyword */
+        {"", kPriorityHigh},
+        {"FJ", kPriorityNormal},
+        {"fk", kPriorityNormal}, /* as long as the keyword: must equal it */
+        {"the same thing", kPriorityHigh},
+        {"another", kPriorityLow},
+        {"\x82\xA0\x82\xA2", kPriorityLow}, /* bytes, across two characters */
+        {"none", kPriorityNormal},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(MatchKeywordFilter(&filter, c.subject), c.priority) << c.subject;
+    ClearKeywordFilter(&filter);
 }

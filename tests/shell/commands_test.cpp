@@ -4,9 +4,9 @@
 #include <commctrl.h>
 
 #include "resources/resource.h"
-#include "store/store_test_util.h"
 #include "support/frame_fixture.h"
 #include "support/registry_fixture.h"
+#include "support/store_bytes.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include "dialup/dialup_fixture.h"
 #include "nntp/script_client.h"
 #include "resources/resource.h"
-#include "store/store_test_util.h"
 #include "support/frame_fixture.h"
 #include "support/registry_fixture.h"
+#include "support/store_bytes.h"
 
 namespace {
 

@@ -6,113 +6,97 @@
 #include <string>
 #include <vector>
 
+#include "shell/scoped_win.h"
 #include "store/article_reader.h"
 #include "store/article_writer.h"
-#include "store/index_convert.h"
 #include "store/index_file.h"
+#include "store/line_reader.h"
 #include "store_test_util.h"
 
 namespace {
 
-/* What the download hands to the store for one article. */
-struct Incoming {
+/* Articles as the download hands them to the store (a continuation starts
+ * with a blank or tab; the body already unstuffed), the head the log keeps
+ * when it differs, and the record fields each gets with the filter
+ * "+ Hello", "- Re:" (no subject line matches the empty text: high). */
+struct Sample {
     uint32_t number;
-    std::vector<std::string> head; /* continuation lines start with a blank or tab */
-    std::vector<std::string> body;
+    std::vector<std::string> head, stored, body;
+    RecordFields record;
 };
 
-/* Four articles and what the log holds of each head. */
-const Incoming kIncoming[] = {
+const Sample kSamples[] = {
     {101,
      {"From: \"Taro Yamada\" <taro@example.jp>\r\n", "Subject: Hello world\r\n", "Newsgroups: fj.test\r\n",
       "Date: Tue, 5 Mar 2002 10:00:00 +0900\r\n", "Message-ID: <1@example.jp>\r\n"},
-     {"First line.\r\n", "\r\n", ".\r\n"}},
+     {},
+     {"First line.\r\n", "\r\n", ".\r\n"},
+     {4, 0, 0, 0, "Hello world", "0305", "Taro Yamada"}},
     {102,
      {"Subject: Re: ques\r\n", "\t tion\r\n", "From: hanako@example.jp (" SJIS_YAMADA " Hanako)\r\n",
-      "Date: 25 Dec 2001 23:59:59 GMT\r\n", "References: <1@example.jp>\r\n"},
-     {"Reply body\r\n"}},
+      "Date: 25 Dec 2001 23:59:59 GMT\r\n"},
+     {"Subject: Re: question\r\n", "From: hanako@example.jp (" SJIS_YAMADA " Hanako)\r\n",
+      "Date: 25 Dec 2001 23:59:59 GMT\r\n"},
+     {"Reply body\r\n"},
+     {2, 0, 0, 0, "Re: question", "1225", SJIS_YAMADA " Hanako"}},
     {105,
-     {"From: averyveryverylongaddress@example.com\r\n", "Message-ID: <3@example.jp>\r\n"},
-     {"================ not a separator\r\n", "end\r\n"}},
-    {106, {"Subject: Plain\r\n"}, {}},
+     {"From: averyveryverylongaddress@example.com\r\n"},
+     {},
+     {"================ not a separator\r\n", "end\r\n"},
+     {4, 0, 0, 0, "(none)", "0000", "averyveryverylo"}},
+    {106, {"Subject: Plain\r\n"}, {}, {}, {0, 0, 0, 0, "Plain", "0000", "(Unknown)"}},
 };
 
-const std::vector<std::string> kStoredHeads[] = {
-    {"From: \"Taro Yamada\" <taro@example.jp>\r\n", "Subject: Hello world\r\n", "Newsgroups: fj.test\r\n",
-     "Date: Tue, 5 Mar 2002 10:00:00 +0900\r\n", "Message-ID: <1@example.jp>\r\n"},
-    {"Subject: Re: question\r\n", "From: hanako@example.jp (" SJIS_YAMADA " Hanako)\r\n",
-     "Date: 25 Dec 2001 23:59:59 GMT\r\n", "References: <1@example.jp>\r\n"},
-    {"From: averyveryverylongaddress@example.com\r\n", "Message-ID: <3@example.jp>\r\n"},
-    {"Subject: Plain\r\n"},
-};
+std::string Stored(int i)
+{
+    const Sample &s = kSamples[i];
+    return ArticleBytes(s.stored.empty() ? s.head : s.stored, s.number, s.body);
+}
 
-/* "4件の記事を取得しました。" */
-#define SJIS_STATUS "4\x8C\x8F\x82\xCC\x8B\x4C\x8E\x96\x82\xF0\x8E\xE6\x93\xBE\x82\xB5\x82\xDC\x82\xB5\x82\xBD\x81\x42"
-
-std::string ExpectedLog()
+std::string Log(int count)
 {
     std::string log;
-    for (int i = 0; i < 4; i++)
-        log += ArticleBytes(kStoredHeads[i], kIncoming[i].number, kIncoming[i].body);
+    for (int i = 0; i < count; i++)
+        log += Stored(i);
     return log;
 }
 
-/* The records of the four articles with the filter "+ Hello", "- Re:". */
-std::vector<RecordFields> ExpectedRecords()
-{
-    std::vector<std::string> articles;
-    for (int i = 0; i < 4; i++)
-        articles.push_back(ArticleBytes(kStoredHeads[i], kIncoming[i].number, kIncoming[i].body));
-    uint32_t offsets[4] = {0};
-    for (int i = 1; i < 4; i++)
-        offsets[i] = offsets[i - 1] + (uint32_t)articles[i - 1].size();
-    std::vector<RecordFields> records(4);
-    for (int i = 0; i < 4; i++) {
-        records[i].number = kIncoming[i].number;
-        records[i].offset = offsets[i];
-        records[i].length = (uint32_t)articles[i].size();
-    }
-    /* Subject "Hello world\r\n" holds "Hello": high (flags 2 << 1). */
-    records[0].flags = 4;
-    records[0].subject = "Hello world";
-    records[0].date = "0305";
-    records[0].from = "Taro Yamada";
-    records[0].subject_offset = offsets[0] + (uint32_t)kStoredHeads[0][0].size() + 9; /* after the From line */
-    records[0].subject_length = 11;
-    /* "Re: question\r\n" holds "Re:": low. */
-    records[1].flags = 2;
-    records[1].subject = "Re: question";
-    records[1].date = "1225";
-    records[1].from = SJIS_YAMADA " Hanako";
-    records[1].subject_offset = offsets[1] + 9;
-    records[1].subject_length = 12;
-    /* No subject line: the empty text, which every keyword matches. */
-    records[2].flags = 4;
-    records[2].subject = "(none)";
-    records[2].date = "0000";
-    records[2].from = "averyveryverylo";
-    records[2].subject_offset = offsets[2];
-    records[2].subject_length = 0;
-    records[3].flags = 0;
-    records[3].subject = "Plain";
-    records[3].date = "0000";
-    records[3].from = "(Unknown)";
-    records[3].subject_offset = offsets[3] + 9;
-    records[3].subject_length = 5;
-    return records;
-}
-
-std::string RecordsBytes(const std::vector<RecordFields> &records)
+/* The records of the first `count` samples, stored back to back. */
+std::string Records(int count)
 {
     std::string bytes;
-    for (const RecordFields &r : records)
+    uint32_t offset = 0;
+    for (int i = 0; i < count; i++) {
+        std::string article = Stored(i);
+        RecordFields r = kSamples[i].record;
+        r.number = kSamples[i].number;
+        r.offset = r.subject_offset = offset;
+        r.length = (uint32_t)article.size();
+        size_t subject = article.find("Subject: ");
+        if (subject != std::string::npos) {
+            r.subject_offset += (uint32_t)subject + 9;
+            r.subject_length = (uint32_t)r.subject.size();
+        }
         bytes += RecordBytes(r);
+        offset += r.length;
+    }
     return bytes;
+}
+
+/* The header of the first `count` samples, all unread. */
+HeaderFields Counts(int count, uint32_t last_fetched = 0, uint32_t server_last = 0)
+{
+    HeaderFields h{5, last_fetched, server_last, 0, (uint32_t)count, 0, "", (uint32_t)count};
+    for (int i = 0; i < count; i++) {
+        h.high += kSamples[i].record.flags == 4;
+        h.low += kSamples[i].record.flags == 2;
+    }
+    return h;
 }
 
 class ArticleLogTest : public GroupFixture {
 protected:
-    /* Stores the four articles as a download run does. */
+    /* Stores the samples as a download run does. */
     void StoreAll()
     {
         ASSERT_TRUE(WriteFileBytes(FilterPath(), "+ Hello\r\n- Re:\r\n"));
@@ -120,22 +104,27 @@ protected:
         ASSERT_TRUE(GroupStoreOpenIndex(&store_));
         ArticleWriter writer;
         ArticleWriterInit(&writer, &store_);
-        for (const Incoming &article : kIncoming) {
-            ASSERT_TRUE(ArticleWriterBegin(&writer, article.number));
-            for (const std::string &line : article.head)
+        for (const Sample &s : kSamples) {
+            ASSERT_TRUE(ArticleWriterBegin(&writer, s.number));
+            for (const std::string &line : s.head)
                 ASSERT_TRUE(ArticleWriterAddHeaderLine(&writer, line.c_str()));
             ASSERT_TRUE(ArticleWriterFinishHead(&writer));
-            for (const std::string &line : article.body)
+            for (const std::string &line : s.body)
                 ASSERT_TRUE(ArticleWriterBodyLine(&writer, line.c_str()));
             ASSERT_TRUE(ArticleWriterFinishArticle(&writer));
         }
         ArticleWriterRelease(&writer);
         GroupStoreCloseLog(&store_);
         GroupStoreCloseIndex(&store_);
-        GroupStoreSetLastFetched(&store_, 106);
-        GroupStoreSetServerLast(&store_, 110);
-        ASSERT_TRUE(GroupStoreSetStatusText(&store_, L"4件の記事を取得しました。"));
-        ASSERT_TRUE(IndexWriteHeader(&store_, INVALID_HANDLE_VALUE));
+    }
+    /* A rebuild of a group whose header said 9 fetched, server at 12. */
+    int Rebuild()
+    {
+        GroupStoreReset(&store_);
+        GroupStoreSetLastFetched(&store_, 9);
+        GroupStoreSetServerLast(&store_, 12);
+        GroupStoreSetSavedPosition(&store_, 3);
+        return IndexRebuild(&store_);
     }
 };
 
@@ -143,107 +132,80 @@ protected:
 
 TEST_F(ArticleLogTest, LogAndIndexOfSeveralArticlesByteForByte)
 {
-    /* A new group: start-up made its index, a header only. */
-    int unknown = 0;
-    ASSERT_TRUE(IndexBringUpToDate(&store_, &unknown));
-    ASSERT_EQ(FileBytes(IndexPath()), HeaderBytes(HeaderFields()));
-    ASSERT_TRUE(IndexReadHeader(&store_));
     GroupStoreSetReserved(&store_, 7);
-
     StoreAll();
+    GroupStoreSetLastFetched(&store_, 106);
+    GroupStoreSetServerLast(&store_, 110);
+    ASSERT_TRUE(GroupStoreSetStatusText(&store_, L"4件の記事を取得しました。"));
+    ASSERT_TRUE(IndexWriteHeader(&store_, INVALID_HANDLE_VALUE));
 
-    EXPECT_EQ(FileBytes(LogPath()), ExpectedLog());
-    HeaderFields header;
-    header.last_fetched = 106;
-    header.server_last = 110;
+    EXPECT_EQ(FileBytes(LogPath()), Log(4));
+    HeaderFields header = Counts(4, 106, 110);
     header.reserved = 7;
-    header.record_count = 4;
-    header.status = SJIS_STATUS;
-    header.unread = 4;
-    header.high = 2;
-    header.low = 1;
-    EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(header) + RecordsBytes(ExpectedRecords()));
-}
+    header.status = "4\x8C\x8F\x82\xCC\x8B\x4C\x8E\x96\x82\xF0\x8E\xE6\x93\xBE\x82\xB5\x82\xDC\x82\xB5\x82\xBD\x81\x42";
+    EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(header) + Records(4));
 
-TEST_F(ArticleLogTest, ArticlesAndSubjectsReadBackAsWideText)
-{
-    StoreAll();
-    std::vector<RecordFields> records = ExpectedRecords();
-    std::string first = ArticleBytes(kStoredHeads[0], 101, kIncoming[0].body);
-    wchar_t *article = ReadArticle(&store_, records[0].offset, records[0].length);
+    /* An article reads back as wide text; a range past the log's end fails. */
+    wchar_t *article = ReadArticle(&store_, (DWORD)Stored(0).size(), (DWORD)Stored(1).size());
     ASSERT_NE(article, nullptr);
-    EXPECT_EQ(std::wstring(article), std::wstring(first.begin(), first.end()));
+    EXPECT_EQ(std::wstring(article).find(L"(山田 Hanako)\r\n"), (size_t)47);
     free(article);
-
-    IndexRecord stored[4];
-    DWORD count = 4;
-    ASSERT_TRUE(IndexReadHeader(&store_));
-    ASSERT_TRUE(IndexReadRecords(&store_, stored, 0, &count));
-    ASSERT_EQ(count, 4u);
-    const wchar_t *subjects[4] = {L"Hello world", L"Re: question", L"", L"Plain"};
-    for (int i = 0; i < 4; i++) {
-        wchar_t *subject = ReadSubjectText(&store_, &stored[i]);
-        ASSERT_NE(subject, nullptr);
-        EXPECT_STREQ(subject, subjects[i]);
-        free(subject);
-    }
-    wchar_t *second = ReadArticle(&store_, records[1].offset, records[1].length);
-    ASSERT_NE(second, nullptr);
-    EXPECT_NE(std::wstring(second).find(L"(山田 Hanako)"), std::wstring::npos);
-    free(second);
-
-    /* A record that reaches past the log's end cannot be read whole. */
     SetLastError(0);
-    EXPECT_EQ(ReadArticle(&store_, records[3].offset, records[3].length + 1), nullptr);
+    EXPECT_EQ(ReadArticle(&store_, 0, (DWORD)Log(4).size() + 1), nullptr);
     EXPECT_EQ(GetLastError(), (DWORD)ERROR_HANDLE_EOF);
 }
 
-TEST_F(ArticleLogTest, AbandonedArticleLeavesNothingBehind)
+TEST_F(ArticleLogTest, RebuildFromTheLogAlone)
 {
     StoreAll();
-    std::string before = FileBytes(LogPath());
-    std::string index_before = FileBytes(IndexPath());
-    ASSERT_TRUE(IndexReadHeader(&store_));
-    ASSERT_TRUE(GroupStoreOpenLog(&store_));
-    ASSERT_TRUE(GroupStoreOpenIndex(&store_));
-    ArticleWriter writer;
-    ArticleWriterInit(&writer, &store_);
-    ASSERT_TRUE(ArticleWriterBegin(&writer, 107));
-    ASSERT_TRUE(ArticleWriterAddHeaderLine(&writer, "Subject: refused body\r\n"));
-    ASSERT_TRUE(ArticleWriterFinishHead(&writer));
-    ASSERT_TRUE(ArticleWriterAbandon(&writer));
-    /* The next article starts where the abandoned one did. */
-    ASSERT_TRUE(ArticleWriterBegin(&writer, 108));
-    ASSERT_TRUE(ArticleWriterAddHeaderLine(&writer, "Subject: next\r\n"));
-    ASSERT_TRUE(ArticleWriterFinishHead(&writer));
-    ASSERT_TRUE(ArticleWriterFinishArticle(&writer));
-    ArticleWriterRelease(&writer);
-    GroupStoreCloseLog(&store_);
-    GroupStoreCloseIndex(&store_);
-    std::string next = ArticleBytes({"Subject: next\r\n"}, 108, {});
-    EXPECT_EQ(FileBytes(LogPath()), before + next);
-    EXPECT_EQ(GroupStoreRecordCount(&store_), 5u);
-    RecordFields record;
-    record.number = 108;
-    record.offset = (uint32_t)before.size();
-    record.length = (uint32_t)next.size();
-    record.subject = "next";
-    record.from = "(Unknown)";
-    record.subject_offset = record.offset + 9;
-    record.subject_length = 4;
-    EXPECT_EQ(FileBytes(IndexPath()).substr(100), index_before.substr(100) + RecordBytes(record));
+    /* A missing index is made anew with the same records. */
+    ASSERT_TRUE(DeleteFileW(IndexPath().c_str()));
+    ASSERT_TRUE(BringUp());
+    EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(Counts(4)) + Records(4));
+
+    /* A log cut inside an article keeps the whole ones before it, and an old,
+     * longer index is cut after the last record. */
+    const std::string third = Stored(2);
+    for (size_t cut : {(size_t)5, third.find("X-Local"), third.find("===="), third.find("====") + 20,
+                       third.size() - 2}) {
+        ASSERT_TRUE(WriteFileBytes(IndexPath(), std::string(100 + 92 * 5, 'x')));
+        ASSERT_TRUE(WriteFileBytes(LogPath(), Log(2) + third.substr(0, cut)));
+        ASSERT_TRUE(Rebuild()) << cut;
+        EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(Counts(2, 9, 12)) + Records(2)) << cut;
+    }
+
+    /* 1023 bytes with the CR LF is the longest line a log may hold; a longer
+     * one stops the rebuild with 234, keeping the records before it. */
+    std::string longest = ArticleBytes({"Subject: Plain\r\n"}, 2, {std::string(1021, 'b') + "\r\n"});
+    ASSERT_TRUE(WriteFileBytes(LogPath(), Log(1) + longest));
+    ASSERT_TRUE(Rebuild());
+    EXPECT_EQ(GroupStoreRecordCount(&store_), 2u);
+    std::string too_long = ArticleBytes({"Subject: Plain\r\n"}, 2, {std::string(1022, 'b') + "\r\n"});
+    ASSERT_TRUE(WriteFileBytes(LogPath(), Log(1) + too_long + Stored(3)));
+    SetLastError(0);
+    EXPECT_FALSE(Rebuild());
+    EXPECT_EQ(GetLastError(), (DWORD)ERROR_MORE_DATA);
+    EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(Counts(1, 9, 12)) + Records(1));
 }
 
-TEST_F(ArticleLogTest, RebuildOfAMissingIndexGivesTheSameRecords)
+TEST(LineReader, LinesEndAfterCrLfAndMustFitTheLineBuffer)
 {
-    StoreAll();
-    ASSERT_TRUE(DeleteFileW(IndexPath().c_str()));
-    int unknown = 0;
-    ASSERT_TRUE(IndexBringUpToDate(&store_, &unknown));
-    HeaderFields header; /* a new header: nothing fetched yet */
-    header.record_count = 4;
-    header.unread = 4;
-    header.high = 2;
-    header.low = 1;
-    EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(header) + RecordsBytes(ExpectedRecords()));
+    TempFolder folder;
+    std::wstring path = folder.file(L"lines.txt");
+    std::string fits = std::string(1021, 'x') + "\r\n"; /* with its NUL, 1024 bytes */
+    ASSERT_TRUE(WriteFileBytes(path, "one\r\ntwo\nstill two\r\r\n\r\n" + fits + "y" + fits + "after\r\n"));
+    /* Buffers of 1, 4 and 100 bytes split lines (and a CR LF) across reads. */
+    for (DWORD buffer : {1u, 4u, 100u, 4096u}) {
+        ScopedFile file(CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+        LineReader reader;
+        ASSERT_TRUE(LineReaderInit(&reader, file.get(), buffer, 1024));
+        std::vector<std::string> lines;
+        const char *line;
+        DWORD length;
+        while (LineReaderNext(&reader, &line, &length))
+            lines.emplace_back(line, length);
+        EXPECT_EQ(GetLastError(), (DWORD)ERROR_MORE_DATA);
+        EXPECT_EQ(lines, (std::vector<std::string>{"one\r\n", "two\nstill two\r\r\n", "\r\n", fits})) << buffer;
+        LineReaderFree(&reader);
+    }
 }

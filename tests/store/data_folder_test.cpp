@@ -7,33 +7,7 @@
 #include "store_test_util.h"
 #include "support/gui_helper.h"
 
-namespace {
-
-const std::string kArticle = ArticleBytes({"Subject: hi\r\n", "From: a@b\r\n"}, 5, {"x\r\n"});
-
-std::string OneRecord()
-{
-    RecordFields r;
-    r.number = 5;
-    r.length = (uint32_t)kArticle.size();
-    r.subject = "hi";
-    r.from = "a@b";
-    r.subject_offset = 9;
-    r.subject_length = 2;
-    return RecordBytes(r);
-}
-
-HeaderFields Counts(uint32_t records)
-{
-    HeaderFields h;
-    h.record_count = records;
-    h.unread = records;
-    return h;
-}
-
-} // namespace
-
-TEST(DataFolder, FreshFolderGetsDraftsAndThreeEmptyFiles)
+TEST(DataFolder, StartMakesTheFilesAndRemovesDraftBackupsOnly)
 {
     TempFolder folder;
     ModalWatcher boxes;
@@ -43,64 +17,54 @@ TEST(DataFolder, FreshFolderGetsDraftsAndThreeEmptyFiles)
         EXPECT_TRUE(FileExists(folder.file(name))) << name;
         EXPECT_EQ(FileBytes(folder.file(name)), "");
     }
-    /* A second start finds everything in place. */
+
+    /* A second start keeps what is there; "*.bak" goes from the draft
+     * folder alone, and only names that really end in ".bak". */
     ASSERT_TRUE(WriteFileBytes(folder.file(L"group.dat"), "# none yet\r\n"));
+    for (const wchar_t *name : {L"draft\\one.bak", L"draft\\two.BAK", L"draft\\keep.txt", L"draft\\keep.bakup",
+                                L"outside.bak"})
+        ASSERT_TRUE(WriteFileBytes(folder.file(name), "x"));
     ASSERT_TRUE(StartDataFolder(folder.path().c_str()));
     EXPECT_EQ(FileBytes(folder.file(L"group.dat")), "# none yet\r\n");
+    for (const wchar_t *name : {L"draft\\one.bak", L"draft\\two.BAK"})
+        EXPECT_FALSE(FileExists(folder.file(name))) << name;
+    for (const wchar_t *name : {L"draft\\keep.txt", L"draft\\keep.bakup", L"outside.bak"})
+        EXPECT_TRUE(FileExists(folder.file(name))) << name;
     EXPECT_TRUE(boxes.boxes().empty());
-}
-
-TEST(DataFolder, BackupsAreRemovedFromTheDraftFolderOnly)
-{
-    TempFolder folder;
-    ASSERT_TRUE(CreateDirectoryW(folder.file(L"draft").c_str(), nullptr));
-    ASSERT_TRUE(WriteFileBytes(folder.file(L"draft\\one.bak"), "1"));
-    ASSERT_TRUE(WriteFileBytes(folder.file(L"draft\\two.BAK"), "2"));
-    ASSERT_TRUE(WriteFileBytes(folder.file(L"draft\\keep.txt"), "3"));
-    ASSERT_TRUE(WriteFileBytes(folder.file(L"draft\\keep.bakup"), "5"));
-    ASSERT_TRUE(WriteFileBytes(folder.file(L"outside.bak"), "4"));
-    ASSERT_TRUE(StartDataFolder(folder.path().c_str()));
-    EXPECT_FALSE(FileExists(folder.file(L"draft\\one.bak")));
-    EXPECT_FALSE(FileExists(folder.file(L"draft\\two.BAK")));
-    EXPECT_TRUE(FileExists(folder.file(L"draft\\keep.txt")));
-    EXPECT_TRUE(FileExists(folder.file(L"draft\\keep.bakup")));
-    EXPECT_TRUE(FileExists(folder.file(L"outside.bak")));
 }
 
 TEST(DataFolder, EverySubscribedGroupGetsACurrentIndex)
 {
+    /* fj.new: neither file; fj.log: a log only; fj.ok: a current index, left
+     * alone. '#' lines and lines of two bytes or fewer name no group. */
     TempFolder folder;
-    /* fj.new: neither file; fj.log: a log only; fj.old: a version 2 index
-     * with its log; fj.ok: a current index, left alone. */
-    ASSERT_TRUE(WriteFileBytes(folder.file(L"group.dat"), "# mine\r\nfj.new\r\n\r\nfj.log\r\nfj.old\r\nfj.ok\r\n"));
-    ASSERT_TRUE(WriteFileBytes(folder.file(L"fj.log.log"), kArticle));
-    ASSERT_TRUE(WriteFileBytes(folder.file(L"fj.old.log"), kArticle));
-    std::string v2 = U32(2) + U32(5) + U32(9) + U32(0) + U32(1) + U32(0) + Padded("", 64) + U32(0) + U32(5) +
-                     U32(0) + U32((uint32_t)kArticle.size()) + Padded("", 48);
-    ASSERT_TRUE(WriteFileBytes(folder.file(L"fj.old.idx"), v2));
-    HeaderFields ok = Counts(0);
-    ok.last_fetched = 3;
+    ASSERT_TRUE(WriteFileBytes(folder.file(L"group.dat"), "# mine\r\nfj.new\r\n\r\nfj.log\r\n#x\r\nx\r\njapan." SJIS_NIHONGO
+                                                          "\r\nfj.ok\r\nab"));
+    const std::string article = ArticleBytes({"Subject: hi\r\n", "From: a@b\r\n"}, 5, {"x\r\n"});
+    ASSERT_TRUE(WriteFileBytes(folder.file(L"fj.log.log"), article));
+    HeaderFields ok{5, 3};
     ASSERT_TRUE(WriteFileBytes(folder.file(L"fj.ok.idx"), HeaderBytes(ok)));
 
     ModalWatcher boxes;
     ASSERT_TRUE(StartDataFolder(folder.path().c_str()));
     EXPECT_TRUE(boxes.boxes().empty());
-    EXPECT_EQ(FileBytes(folder.file(L"fj.new.idx")), HeaderBytes(Counts(0)));
+    EXPECT_EQ(FileBytes(folder.file(L"fj.new.idx")), HeaderBytes(HeaderFields()));
     EXPECT_FALSE(FileExists(folder.file(L"fj.new.log")));
-    EXPECT_EQ(FileBytes(folder.file(L"fj.log.idx")), HeaderBytes(Counts(1)) + OneRecord());
-    HeaderFields converted = Counts(1);
-    converted.last_fetched = 5;
-    converted.server_last = 9;
-    EXPECT_EQ(FileBytes(folder.file(L"fj.old.idx")), HeaderBytes(converted) + OneRecord());
+    EXPECT_EQ(FileBytes(folder.file(L"fj.log.idx")),
+              HeaderBytes(HeaderFields{5, 0, 0, 0, 1, 0, "", 1, 0, 0}) +
+                  RecordBytes(RecordFields{0, 5, 0, (uint32_t)article.size(), "hi", "0000", "a@b", 9, 2}));
     EXPECT_EQ(FileBytes(folder.file(L"fj.ok.idx")), HeaderBytes(ok));
-    EXPECT_FALSE(FileExists(folder.file(L"fj.old.idx~")));
+    EXPECT_TRUE(FileExists(folder.file(L"x.idx")));
+    EXPECT_TRUE(FileExists(folder.file(L"japan.日本語.idx")));
+    EXPECT_FALSE(FileExists(folder.file(L"#x.idx")));
+    EXPECT_FALSE(FileExists(folder.file(L"ab.idx")));
 }
 
 TEST(DataFolder, UnknownIndexVersionIsShownAndStopsTheStart)
 {
     TempFolder folder;
     ASSERT_TRUE(WriteFileBytes(folder.file(L"group.dat"), "fj.first\r\nfj.bad\r\nfj.after\r\n"));
-    std::string bad = U32(9) + std::string(96, '\0');
+    std::string bad = U32(6) + std::string(96, '\0');
     ASSERT_TRUE(WriteFileBytes(folder.file(L"fj.bad.idx"), bad));
     ModalWatcher boxes;
     SetLastError(0);
@@ -117,7 +81,7 @@ TEST(DataFolder, UnknownIndexVersionIsShownAndStopsTheStart)
     EXPECT_FALSE(FileExists(folder.file(L"fj.after.idx")));
 }
 
-TEST(DataFolder, GroupNameThatWouldLeaveTheFolderIsRefused)
+TEST(DataFolder, GroupNameThatCannotBeAFileNameIsRefused)
 {
     TempFolder outer;
     std::wstring inner = outer.file(L"data\\");
@@ -131,4 +95,12 @@ TEST(DataFolder, GroupNameThatWouldLeaveTheFolderIsRefused)
     EXPECT_TRUE(FileExists(inner + L"fj.fine.idx"));
     EXPECT_FALSE(FileExists(outer.file(L"evil.idx")));
     EXPECT_FALSE(FileExists(inner + L"fj.later.idx"));
+
+    for (const wchar_t *name : {L"", L"..", L"../evil", L"a..b", L".hidden", L"trailing.", L"a/b", L"c:evil", L"a*b",
+                                L"a?b", L"a\"b", L"a<b", L"a>b", L"a|b", L"a b", L"a\x7F", L"con", L"CON.test",
+                                L"Aux", L"prn.a.b", L"com1", L"LPT9.foo", L"conin$"})
+        EXPECT_FALSE(IsValidGroupName(name)) << name;
+    for (const wchar_t *name : {L"fj.comp.misc", L"japan.日本語", L"con2", L"console.x", L"x.con", L"a-b_c+d",
+                                L"com10"})
+        EXPECT_TRUE(IsValidGroupName(name)) << name;
 }

@@ -4,65 +4,34 @@
 #include <string>
 #include <vector>
 
+#include "store/index_file.h"
 #include "store/read_marks.h"
 #include "store_test_util.h"
 
 namespace {
 
-/* Four articles: normal, high, low, high; `read` says which are read. */
-SimpleGroup Four(const std::vector<bool> &read)
-{
-    const uint32_t priority[4] = {0, 2, 1, 2};
-    std::vector<uint32_t> flags;
-    for (int i = 0; i < 4; i++)
-        flags.push_back(priority[i] << 1 | (read[i] ? 1 : 0));
-    return SimpleGroup({"zero", "one", "two", "three"}, 70, flags);
-}
-
-HeaderFields FourHeader(const SimpleGroup &group)
-{
-    HeaderFields h;
-    h.last_fetched = 73;
-    h.server_last = 80;
-    h.record_count = 4;
-    h.saved_position = 3;
-    h.status = "four";
-    h.high = 2;
-    h.low = 1;
-    for (const RecordFields &r : group.records)
-        h.unread += (r.flags & 1) ? 0 : 1;
-    return h;
-}
-
 class ReadMarksTest : public GroupFixture {
 protected:
-    /* What must remain: the unread articles back to back, their records
-     * with new log offsets and the old subject-text offsets; record, high
-     * and low counts of the kept ones, saved position 0, unread unchanged. */
-    void ExpectKept(const SimpleGroup &group, const std::vector<int> &kept)
+    /* Four articles: normal, high, low, high; `read` says which are read.
+     * Every header field holds something. */
+    void WriteFour(const std::vector<bool> &read)
     {
-        std::string log, index;
-        HeaderFields h = FourHeader(group);
-        h.record_count = (uint32_t)kept.size();
-        h.saved_position = 0;
-        h.high = h.low = 0;
-        for (int i : kept) {
-            RecordFields r = group.records[i];
-            r.offset = (uint32_t)log.size();
-            log += group.articles[i];
-            index += RecordBytes(r);
-            h.high += (r.flags >> 1) == 2;
-            h.low += (r.flags >> 1) == 1;
+        const uint32_t priority[4] = {0, 2, 1, 2};
+        std::vector<uint32_t> flags;
+        header_ = HeaderFields{5, 73, 80, 0xDEADBEEF, 4, 3, "four", 0, 2, 1};
+        for (int i = 0; i < 4; i++) {
+            flags.push_back(priority[i] << 1 | (read[i] ? 1 : 0));
+            header_.unread += read[i] ? 0 : 1;
         }
-        EXPECT_EQ(FileBytes(LogPath()), log);
-        EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(h) + index);
-        ExpectNoTemporaries();
+        group_ = SimpleGroup({"zero", "one", "two", "three"}, 70, flags);
+        WriteGroup(group_, header_);
     }
     void ExpectNoTemporaries()
     {
-        EXPECT_FALSE(FileExists(folder_.file(L"fj.test.id~")));
-        EXPECT_FALSE(FileExists(folder_.file(L"fj.test.lo~")));
+        EXPECT_FALSE(FileExists(folder_.file(L"fj.test.id~")) || FileExists(folder_.file(L"fj.test.lo~")));
     }
+    SimpleGroup group_{{}, 0, {}};
+    HeaderFields header_;
 };
 
 } // namespace
@@ -72,52 +41,49 @@ TEST_F(ReadMarksTest, DeletionKeepsTheUnreadArticles)
     const std::vector<std::vector<bool>> cases = {
         {false, false, false, false}, /* nothing read: both files copied whole */
         {false, true, false, true},
-        {true, true, true, true},     /* a header and an empty log remain */
+        {true, true, true, true}, /* a header and an empty log remain */
     };
     for (const auto &read : cases) {
-        SimpleGroup group = Four(read);
-        WriteGroup(group, FourHeader(group));
+        WriteFour(read);
         ASSERT_TRUE(DeleteReadArticles(&store_));
-        std::vector<int> kept;
-        for (int i = 0; i < 4; i++)
-            if (!read[i])
-                kept.push_back(i);
-        ExpectKept(group, kept);
+        /* The unread articles back to back; their records with new log
+         * offsets but the old subject-text offsets; counts of the kept ones,
+         * saved position 0, unread unchanged. */
+        std::string log, records;
+        HeaderFields h = header_;
+        h.record_count = h.saved_position = h.high = h.low = 0;
+        for (int i = 0; i < 4; i++) {
+            if (read[i])
+                continue;
+            RecordFields r = group_.records[i];
+            r.offset = (uint32_t)log.size();
+            log += group_.articles[i];
+            records += RecordBytes(r);
+            h.record_count++;
+            h.high += (r.flags >> 1) == 2;
+            h.low += (r.flags >> 1) == 1;
+        }
+        EXPECT_EQ(FileBytes(LogPath()), log);
+        EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(h) + records);
+        ExpectNoTemporaries();
     }
-    EXPECT_TRUE(FileExists(LogPath()));
-}
 
-TEST_F(ReadMarksTest, SubjectTextOffsetsAreKeptAsTheyWere)
-{
-    SimpleGroup group = Four({true, false, false, false});
-    WriteGroup(group, FourHeader(group));
-    ASSERT_TRUE(DeleteReadArticles(&store_));
-    std::string index = FileBytes(IndexPath());
-    EXPECT_EQ(ReadU32(index, 100 + 8), 0u);
-    EXPECT_EQ(ReadU32(index, 100 + 84), group.records[1].subject_offset);
-    EXPECT_NE(ReadU32(index, 100 + 84), 9u);
-}
-
-TEST_F(ReadMarksTest, GroupWithoutRecordsIsRewrittenToo)
-{
-    HeaderFields h;
-    h.saved_position = 9;
-    ASSERT_TRUE(WriteFileBytes(IndexPath(), HeaderBytes(h)));
+    /* A group without records is rewritten too. */
+    ASSERT_TRUE(WriteFileBytes(IndexPath(), HeaderBytes(HeaderFields{5, 0, 0, 0, 0, 9})));
     ASSERT_TRUE(WriteFileBytes(LogPath(), "stray bytes"));
     ASSERT_TRUE(DeleteReadArticles(&store_));
-    h.saved_position = 0;
-    EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(h));
+    EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(HeaderFields()));
     EXPECT_EQ(FileBytes(LogPath()), "");
     ExpectNoTemporaries();
 }
 
-TEST_F(ReadMarksTest, FailureLeavesBothFilesUntouched)
+TEST_F(ReadMarksTest, FailedDeletionLeavesBothFilesUntouched)
 {
-    SimpleGroup group = Four({false, true, false, false});
+    WriteFour({false, true, false, false});
     /* Record 2 claims more bytes than the log holds: copying it fails after
      * record 0 has been copied. */
-    group.records[2].length = 100000;
-    std::string index = group.Index(FourHeader(group));
+    group_.records[2].length = 100000;
+    std::string index = group_.Index(header_);
     const std::string broken[] = {
         index,
         index.substr(0, 100 + 92 * 3 + 10), /* fewer records than the header says */
@@ -126,26 +92,82 @@ TEST_F(ReadMarksTest, FailureLeavesBothFilesUntouched)
     const DWORD errors[] = {ERROR_HANDLE_EOF, ERROR_HANDLE_EOF, ERROR_INVALID_DATA};
     for (int i = 0; i < 3; i++) {
         ASSERT_TRUE(WriteFileBytes(IndexPath(), broken[i]));
-        ASSERT_TRUE(WriteFileBytes(LogPath(), group.log));
         EXPECT_FALSE(DeleteReadArticles(&store_));
         EXPECT_EQ(GetLastError(), errors[i]);
         EXPECT_EQ(FileBytes(IndexPath()), broken[i]);
-        EXPECT_EQ(FileBytes(LogPath()), group.log);
+        EXPECT_EQ(FileBytes(LogPath()), group_.log);
         ExpectNoTemporaries();
     }
-    /* A missing log fails at once. */
     ASSERT_TRUE(DeleteFileW(LogPath().c_str()));
     EXPECT_FALSE(DeleteReadArticles(&store_));
     EXPECT_EQ(GetLastError(), (DWORD)ERROR_FILE_NOT_FOUND);
     ExpectNoTemporaries();
 }
 
-TEST_F(ReadMarksTest, CatchUpOnTheServerSetsLastFetchedToAllOnes)
+TEST_F(ReadMarksTest, MarkAllReadAndCatchUpOnTheServer)
 {
-    SimpleGroup group = Four({false, true, false, false});
-    WriteGroup(group, FourHeader(group));
+    WriteFour({false, true, false, false});
     ASSERT_TRUE(CatchUpServer(&store_));
-    HeaderFields h = FourHeader(group);
-    h.last_fetched = 0xFFFFFFFFu;
-    EXPECT_EQ(FileBytes(IndexPath()), group.Index(h));
+    header_.last_fetched = 0xFFFFFFFFu;
+    EXPECT_EQ(FileBytes(IndexPath()), group_.Index(header_));
+
+    ASSERT_TRUE(IndexMarkAllRead(&store_));
+    for (RecordFields &r : group_.records)
+        r.flags |= 1;
+    header_.unread = 0;
+    std::string all_read = group_.Index(header_);
+    EXPECT_EQ(FileBytes(IndexPath()), all_read);
+
+    /* A header claiming a record the file lacks: nothing is marked, 38. */
+    header_.record_count = 5;
+    header_.unread = 2;
+    std::string short_index = HeaderBytes(header_) + all_read.substr(100);
+    ASSERT_TRUE(WriteFileBytes(IndexPath(), short_index));
+    EXPECT_FALSE(IndexMarkAllRead(&store_));
+    EXPECT_EQ(GetLastError(), (DWORD)ERROR_HANDLE_EOF);
+    EXPECT_EQ(FileBytes(IndexPath()), short_index);
+
+    /* No records: only the header, with unread put to 0. */
+    ASSERT_TRUE(WriteFileBytes(IndexPath(), HeaderBytes(HeaderFields{5, 0, 0, 0, 0, 0, "", 5})));
+    ASSERT_TRUE(IndexMarkAllRead(&store_));
+    EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(HeaderFields()));
+}
+
+TEST_F(ReadMarksTest, RefilterRewritesOnlyThePriorityBits)
+{
+    /* The subject fields are stale: the text matched is the log's. */
+    group_ = SimpleGroup({"apple pie", "banana split", "cherry"}, 10, {4, 1 | 2, 2});
+    for (RecordFields &r : group_.records) {
+        r.subject = "stale";
+        r.date = "9999";
+    }
+    HeaderFields h{5, 0, 0, 0, 3, 0, "", 0, 1, 1};
+    WriteGroup(group_, h);
+    ASSERT_TRUE(WriteFileBytes(FilterPath(), "- cherry pie\r\n+ split\r\n"));
+    ASSERT_TRUE(IndexReadHeader(&store_));
+    store_.unread_count = 1; /* the list's own count, saved as it is */
+    ASSERT_TRUE(IndexRefilter(&store_));
+    /* "apple pie": no keyword; "banana split" holds "split"; "cherry" is
+     * within "cherry pie" and stays low. */
+    group_.records[0].flags = 0;
+    group_.records[1].flags = 1 | 4;
+    h.unread = 1;
+    EXPECT_EQ(FileBytes(IndexPath()), group_.Index(h));
+
+    /* The text is read wherever the range points (after a deletion it may
+     * be another article's); beyond the log it is empty, which every
+     * keyword matches. */
+    group_.records[0].subject_offset = group_.records[2].subject_offset;
+    group_.records[0].subject_length = 6;
+    group_.records[2].subject_offset = 1000000;
+    WriteGroup(group_, h);
+    ASSERT_TRUE(WriteFileBytes(FilterPath(), "+ cherry\r\n"));
+    ASSERT_TRUE(IndexReadHeader(&store_));
+    ASSERT_TRUE(IndexRefilter(&store_));
+    group_.records[0].flags = 4;
+    group_.records[1].flags = 1;
+    group_.records[2].flags = 4;
+    h.high = 2;
+    h.low = 0;
+    EXPECT_EQ(FileBytes(IndexPath()), group_.Index(h));
 }

@@ -1,103 +1,14 @@
-/*
- * Expected bytes of the index and log, built field by field from their
- * documented layouts (never from the code under test), and a data folder
- * to put them in.
- */
+/* A data folder holding the group "fj.test", and groups of simple articles. */
 #ifndef PELNOR_TEST_STORE_UTIL_H
 #define PELNOR_TEST_STORE_UTIL_H
-
-#include <stdint.h>
-
-#include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "sjis_samples.h"
 #include "store/group_store.h"
+#include "store/index_convert.h"
+#include "support/store_bytes.h"
 #include "support/temp_folder.h"
-
-/* Little-endian 32-bit word. */
-inline std::string U32(uint32_t v)
-{
-    std::string s(4, '\0');
-    for (int i = 0; i < 4; i++)
-        s[i] = (char)((v >> (8 * i)) & 0xFF);
-    return s;
-}
-
-/* `text` NUL-padded to `size` bytes (the text must fit). */
-inline std::string Padded(const std::string &text, size_t size)
-{
-    std::string s = text;
-    s.resize(size, '\0');
-    return s;
-}
-
-inline uint32_t ReadU32(const std::string &bytes, size_t at)
-{
-    uint32_t v = 0;
-    for (int i = 3; i >= 0; i--)
-        v = (v << 8) | (unsigned char)bytes[at + i];
-    return v;
-}
-
-struct HeaderFields {
-    uint32_t version = 5;
-    uint32_t last_fetched = 0;
-    uint32_t server_last = 0;
-    uint32_t reserved = 0;
-    uint32_t record_count = 0;
-    uint32_t saved_position = 0;
-    std::string status;
-    uint32_t unread = 0;
-    uint32_t high = 0;
-    uint32_t low = 0;
-};
-
-/* The 100-byte version 5 header: offsets 0..20 six words, 24 the 64-byte
- * status text, 88 unread, 92 high, 96 low. */
-inline std::string HeaderBytes(const HeaderFields &h)
-{
-    return U32(h.version) + U32(h.last_fetched) + U32(h.server_last) + U32(h.reserved) + U32(h.record_count) +
-           U32(h.saved_position) + Padded(h.status, 64) + U32(h.unread) + U32(h.high) + U32(h.low);
-}
-
-struct RecordFields {
-    uint32_t flags = 0;
-    uint32_t number = 0;
-    uint32_t offset = 0;
-    uint32_t length = 0;
-    std::string subject;
-    std::string date = "0000";
-    std::string from;
-    uint32_t subject_offset = 0;
-    uint32_t subject_length = 0;
-};
-
-/* The 92-byte version 5 record: four words, subject 48, date 4, from 16,
- * two words. */
-inline std::string RecordBytes(const RecordFields &r)
-{
-    return U32(r.flags) + U32(r.number) + U32(r.offset) + U32(r.length) + Padded(r.subject, 48) + r.date +
-           Padded(r.from, 16) + U32(r.subject_offset) + U32(r.subject_length);
-}
-
-/* One stored article: header lines (each given with its CR LF), the
- * sequence line, a blank line, the body lines, the separator. */
-inline std::string ArticleBytes(const std::vector<std::string> &head, uint32_t number,
-                                const std::vector<std::string> &body)
-{
-    std::string s;
-    for (const std::string &line : head)
-        s += line;
-    s += "X-Local-Seq: " + std::to_string(number) + "\r\n";
-    s += "\r\n";
-    for (const std::string &line : body)
-        s += line;
-    s += "================\r\n";
-    return s;
-}
 
 /* Articles whose head is one "Subject: " line, stored back to back from
  * article number `first`, with `flags[i]` in the i-th record; the records
@@ -109,21 +20,13 @@ struct SimpleGroup {
 
     SimpleGroup(const std::vector<std::string> &subjects, uint32_t first, const std::vector<uint32_t> &flags)
     {
-        for (size_t i = 0; i < subjects.size(); i++) {
-            std::string article = ArticleBytes({"Subject: " + subjects[i] + "\r\n"}, first + (uint32_t)i,
-                                               {"body " + std::to_string(i) + "\r\n"});
-            RecordFields r;
-            r.flags = flags[i];
-            r.number = first + (uint32_t)i;
-            r.offset = (uint32_t)log.size();
-            r.length = (uint32_t)article.size();
-            r.subject = subjects[i];
-            r.from = "(Unknown)";
-            r.subject_offset = r.offset + 9;
-            r.subject_length = (uint32_t)subjects[i].size();
-            records.push_back(r);
-            articles.push_back(article);
-            log += article;
+        for (uint32_t i = 0; i < subjects.size(); i++) {
+            articles.push_back(ArticleBytes({"Subject: " + subjects[i] + "\r\n"}, first + i,
+                                            {"body " + std::to_string(i) + "\r\n"}));
+            uint32_t offset = (uint32_t)log.size();
+            records.push_back({flags[i], first + i, offset, (uint32_t)articles[i].size(), subjects[i], "0000",
+                               "(Unknown)", offset + 9, (uint32_t)subjects[i].size()});
+            log += articles[i];
         }
     }
     std::string Index(const HeaderFields &header) const
@@ -135,7 +38,6 @@ struct SimpleGroup {
     }
 };
 
-/* A data folder with one group, "fj.test", whose store has its names set. */
 class GroupFixture : public testing::Test {
 protected:
     void SetUp() override
@@ -153,8 +55,14 @@ protected:
         ASSERT_TRUE(WriteFileBytes(IndexPath(), group.Index(header)));
         ASSERT_TRUE(WriteFileBytes(LogPath(), group.log));
     }
+    int BringUp()
+    {
+        unknown_ = -1;
+        return IndexBringUpToDate(&store_, &unknown_);
+    }
 
     TempFolder folder_;
     GroupStore store_;
+    int unknown_ = -1;
 };
 #endif

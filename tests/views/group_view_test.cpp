@@ -4,9 +4,9 @@
 #include <commctrl.h>
 
 #include "resources/resource.h"
-#include "store/store_test_util.h"
 #include "support/gui_helper.h"
 #include "support/registry_fixture.h"
+#include "support/store_bytes.h"
 #include "support/temp_folder.h"
 #include "views/group_view.h"
 
