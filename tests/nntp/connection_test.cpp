@@ -4,7 +4,7 @@
 
 #include "nntp/connection.h"
 #include "nntp/reply_parse.h"
-#include "script_client.h"
+#include "support/script_client.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 
 #include "nntp/progress.h"
 #include "resources/resource.h"
-#include "script_client.h"
+#include "support/script_client.h"
 #include "session_fixture.h"
 #include "support/gui_helper.h"
 #include "support/temp_folder.h"

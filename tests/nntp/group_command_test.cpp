@@ -4,7 +4,7 @@
 
 #include "nntp/article_download.h"
 #include "nntp/connection.h"
-#include "script_client.h"
+#include "support/script_client.h"
 
 namespace {
 

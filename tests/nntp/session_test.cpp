@@ -4,7 +4,7 @@
 
 #include "nntp/connection.h"
 #include "nntp/group_cursor.h"
-#include "script_client.h"
+#include "support/script_client.h"
 #include "session_fixture.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "nntp/connection.h"
-#include "nntp/script_client.h"
+#include "support/script_client.h"
 #include "resources/resource.h"
 #include "subscribe/group_list.h"
 #include "support/gui_helper.h"
