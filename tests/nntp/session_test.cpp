@@ -3,167 +3,81 @@
 #include <string>
 
 #include "nntp/connection.h"
-#include "nntp/group_cursor.h"
-#include "script_client.h"
 #include "session_fixture.h"
+#include "support/script_client.h"
 
 namespace {
 
 const std::wstring kNoConnect = L"サーバに接続できませんでした";
 const std::wstring kNoGreeting = L"サーバからの応答がありません";
+const std::string kReady = "200 ready\r\n";
 
 } // namespace
 
-TEST(GroupCursor, ReadsRowsUntilTheListHasNoMore)
+TEST(Session, GreetingAndAuthenticationOutcomes)
 {
-    GroupList list({L"fj.comp.misc", L"japan.test"});
-    GroupCursor cursor;
-    GroupCursorInit(&cursor, list.window());
-    GroupCursorReset(&cursor);
-    EXPECT_EQ(cursor.row_count, 2u);
-    EXPECT_EQ(cursor.row, 0u);
-    ASSERT_TRUE(GroupCursorFetch(&cursor));
-    EXPECT_STREQ(cursor.name, L"fj.comp.misc");
-    GroupCursorAdvance(&cursor);
-    ASSERT_TRUE(GroupCursorFetch(&cursor));
-    EXPECT_STREQ(cursor.name, L"japan.test");
-    GroupCursorAdvance(&cursor);
-    EXPECT_FALSE(GroupCursorFetch(&cursor));
-}
-
-TEST(Session, GreetingOf200Or201WithNoGroupsSendsQuitAndSucceeds)
-{
-    for (const char *greeting : {"200 news ready\r\n", "201 no posting\r\n"}) {
+    struct Case {
         NntpScript script;
-        script.Send(greeting);
-        SessionRun run = RunScriptedSession(script.Start(), {});
-        EXPECT_EQ(run.ok, 1) << greeting;
-        EXPECT_EQ(run.result.severity, 0u);
-        EXPECT_EQ(script.Transcript(), "QUIT\r\n");
+        const char *user, *password;
+        DWORD error; /* 0: the run succeeds */
+        std::wstring title, text;
+        std::string sent;
+    };
+    std::string long_text(4090, 'u');
+    Case cases[] = {
+        {NntpScript().Send("201 no posting\r\n"), nullptr, nullptr, 0, L"", L"", "QUIT\r\n"},
+        {NntpScript().Send(kReady), nullptr, "himitsu", 0, L"", L"", "QUIT\r\n"},
+        {NntpScript().Send(kReady), "taro", nullptr, 0, L"", L"", "QUIT\r\n"},
+        {NntpScript().Send(kReady).Reply("381 more\r\n").Reply("281 ok\r\n"), "taro", "himitsu", 0, L"", L"",
+         "authinfo user taro\r\nauthinfo pass himitsu\r\nQUIT\r\n"},
+        {NntpScript().Send("502 no permission\r\n"), nullptr, nullptr, 13, L"接続を拒否されました",
+         L"502 no permission\r\n", "QUIT\r\n"},
+        {NntpScript().Close(), nullptr, nullptr, 38, L"127.0.0.1", kNoGreeting, "QUIT\r\n"},
+        {NntpScript().Send(kReady).Reply("281 Authentication accepted\r\n"), "taro", "himitsu", 13,
+         L"ユーザ名が不正です", L"281 Authentication accepted\r\n", "authinfo user taro\r\nQUIT\r\n"},
+        {NntpScript().Send(kReady).Reply("381 more\r\n").Reply("481 rejected\r\n"), "taro", "wrong", 13,
+         L"パスワードが不正です", L"481 rejected\r\n", "authinfo user taro\r\nauthinfo pass wrong\r\nQUIT\r\n"},
+        /* Receive and send failures: the user's under "PELNOR", the password's under "Socket Error". */
+        {NntpScript().Send(kReady).Recv().Close(), "taro", "himitsu", 38, L"PELNOR", L"受信に失敗しました(38).",
+         "authinfo user taro\r\nQUIT\r\n"},
+        {NntpScript().Send(kReady).Reply("381 more\r\n").Recv().Close(), "taro", "himitsu", 38, L"Socket Error",
+         L"受信に失敗しました(38).", "authinfo user taro\r\nauthinfo pass himitsu\r\nQUIT\r\n"},
+        {NntpScript().Send(kReady), long_text.c_str(), "p", 234, L"PELNOR", L"送信に失敗しました(234).", "QUIT\r\n"},
+        {NntpScript().Send(kReady).Reply("381 more\r\n"), "taro", long_text.c_str(), 234, L"Socket Error",
+         L"送信に失敗しました(234).", "authinfo user taro\r\nQUIT\r\n"},
+    };
+    for (Case &c : cases) {
+        /* A failing run must stop before its group. */
+        std::vector<std::wstring> groups(c.error ? 1 : 0, L"fj.test");
+        SessionRun run = RunScriptedSession(c.script.Start(), groups, c.user, c.password);
+        EXPECT_EQ(run.ok, c.error == 0) << c.sent;
+        EXPECT_EQ(run.error, c.error);
+        EXPECT_EQ(run.result.title, c.title);
+        EXPECT_EQ(run.result.text, c.text);
+        EXPECT_EQ(run.result.severity, c.error ? 2u : 0u);
+        EXPECT_EQ(c.script.Transcript(), c.sent);
     }
 }
 
-TEST(Session, RefusedGreetingIsShownAsReceived)
+TEST(Session, ConnectFailuresAndTimeOuts)
 {
-    NntpScript script;
-    script.Send("502 no permission\r\n");
-    SessionRun run = RunScriptedSession(script.Start(), {L"fj.test"});
-    EXPECT_EQ(run.ok, 0);
-    EXPECT_STREQ(run.result.title, L"接続を拒否されました");
-    EXPECT_STREQ(run.result.text, L"502 no permission\r\n");
-    EXPECT_EQ(run.result.severity, 2u);
-    EXPECT_EQ(script.Transcript(), "QUIT\r\n");
-}
+    SessionRun refused = RunScriptedSession(FreeLoopbackPort(), {L"fj.test"}, nullptr, nullptr, L"", 100, L"localhost");
+    EXPECT_EQ(refused.ok, 0);
+    EXPECT_EQ(refused.error, (DWORD)WSAECONNREFUSED);
+    EXPECT_STREQ(refused.result.title, L"localhost");
+    EXPECT_EQ(refused.result.text, kNoConnect);
+    EXPECT_EQ(refused.result.severity, 2u);
 
-TEST(Session, NoGreetingAndNoConnection)
-{
-    NntpScript closing;
-    closing.Close();
-    SessionRun run = RunScriptedSession(closing.Start(), {L"fj.test"});
-    EXPECT_EQ(run.ok, 0);
-    EXPECT_EQ(run.error, 38u);
-    EXPECT_STREQ(run.result.title, L"127.0.0.1");
-    EXPECT_EQ(run.result.text, kNoGreeting);
-    EXPECT_EQ(run.result.severity, 2u);
-    EXPECT_EQ(closing.Transcript(), "QUIT\r\n");
-
-    run = RunScriptedSession(FreeLoopbackPort(), {L"fj.test"}, nullptr, nullptr, L"", 100, L"localhost");
-    EXPECT_EQ(run.ok, 0);
-    EXPECT_EQ(run.error, (DWORD)WSAECONNREFUSED);
-    EXPECT_STREQ(run.result.title, L"localhost");
-    EXPECT_EQ(run.result.text, kNoConnect);
-    EXPECT_EQ(run.result.severity, 2u);
-}
-
-TEST(Session, StalledGreetingTimesOut)
-{
-    NntpSetTimeouts(0, 700);
-    NntpScript script;
-    script.Stall();
-    SessionRun run = RunScriptedSession(script.Start(), {L"fj.test"});
-    NntpSetTimeouts(0, kNntpDefaultReceiveTimeoutMs);
-    EXPECT_EQ(run.ok, 0);
-    EXPECT_EQ(run.error, (DWORD)WSAETIMEDOUT);
-    EXPECT_EQ(run.result.text, kNoGreeting);
-    EXPECT_EQ(script.Transcript(), "QUIT\r\n");
-}
-
-TEST(Session, AuthenticatesWithUserThenPassword)
-{
-    NntpScript script;
-    script.Send("200 ready\r\n").Reply("381 more\r\n").Reply("281 ok\r\n");
-    SessionRun run = RunScriptedSession(script.Start(), {}, "taro", "himitsu");
-    EXPECT_EQ(run.ok, 1);
-    EXPECT_EQ(script.Transcript(), "authinfo user taro\r\nauthinfo pass himitsu\r\nQUIT\r\n");
-}
-
-TEST(Session, AuthenticationOnlyWithBothUserAndPassword)
-{
-    NntpScript no_user, no_password;
-    no_user.Send("200 ready\r\n");
-    no_password.Send("200 ready\r\n");
-    EXPECT_EQ(RunScriptedSession(no_user.Start(), {}, nullptr, "himitsu").ok, 1);
-    EXPECT_EQ(RunScriptedSession(no_password.Start(), {}, "taro", nullptr).ok, 1);
-    EXPECT_EQ(no_user.Transcript(), "QUIT\r\n");
-    EXPECT_EQ(no_password.Transcript(), "QUIT\r\n");
-}
-
-TEST(Session, UserAcceptedWithoutPasswordIsAWrongUserName)
-{
-    NntpScript script;
-    script.Send("200 ready\r\n").Reply("281 Authentication accepted\r\n");
-    SessionRun run = RunScriptedSession(script.Start(), {L"fj.test"}, "taro", "himitsu");
-    EXPECT_EQ(run.ok, 0);
-    EXPECT_STREQ(run.result.title, L"ユーザ名が不正です");
-    EXPECT_STREQ(run.result.text, L"281 Authentication accepted\r\n");
-    EXPECT_EQ(run.result.severity, 2u);
-    EXPECT_EQ(script.Transcript(), "authinfo user taro\r\nQUIT\r\n");
-}
-
-TEST(Session, WrongPassword)
-{
-    NntpScript script;
-    script.Send("200 ready\r\n").Reply("381 more\r\n").Reply("481 rejected\r\n");
-    SessionRun run = RunScriptedSession(script.Start(), {L"fj.test"}, "taro", "wrong");
-    EXPECT_EQ(run.ok, 0);
-    EXPECT_STREQ(run.result.title, L"パスワードが不正です");
-    EXPECT_STREQ(run.result.text, L"481 rejected\r\n");
-    EXPECT_EQ(script.Transcript(), "authinfo user taro\r\nauthinfo pass wrong\r\nQUIT\r\n");
-}
-
-TEST(Session, AuthenticationSendAndReceiveFailures)
-{
-    /* Receive failures: after the user command under "PELNOR", after the
-     * password under "Socket Error". */
-    NntpScript after_user;
-    after_user.Send("200 ready\r\n").Recv().Close();
-    SessionRun run = RunScriptedSession(after_user.Start(), {}, "taro", "himitsu");
-    EXPECT_STREQ(run.result.title, L"PELNOR");
-    EXPECT_STREQ(run.result.text, L"受信に失敗しました(38).");
-    EXPECT_EQ(run.result.severity, 2u);
-    EXPECT_EQ(after_user.Transcript(), "authinfo user taro\r\nQUIT\r\n");
-
-    NntpScript after_pass;
-    after_pass.Send("200 ready\r\n").Reply("381 more\r\n").Recv().Close();
-    run = RunScriptedSession(after_pass.Start(), {}, "taro", "himitsu");
-    EXPECT_STREQ(run.result.title, L"Socket Error");
-    EXPECT_STREQ(run.result.text, L"受信に失敗しました(38).");
-    EXPECT_EQ(run.error, 38u);
-
-    /* Send refused: a line of 4095 bytes or more. */
-    std::string long_user(4090, 'u');
-    NntpScript long_name;
-    long_name.Send("200 ready\r\n");
-    run = RunScriptedSession(long_name.Start(), {}, long_user.c_str(), "p");
-    EXPECT_STREQ(run.result.title, L"PELNOR");
-    EXPECT_STREQ(run.result.text, L"送信に失敗しました(234).");
-    EXPECT_EQ(long_name.Transcript(), "QUIT\r\n");
-
-    std::string long_password(4090, 'p');
-    NntpScript long_pass;
-    long_pass.Send("200 ready\r\n").Reply("381 more\r\n");
-    run = RunScriptedSession(long_pass.Start(), {}, "taro", long_password.c_str());
-    EXPECT_STREQ(run.result.title, L"Socket Error");
-    EXPECT_STREQ(run.result.text, L"送信に失敗しました(234).");
-    EXPECT_EQ(long_pass.Transcript(), "authinfo user taro\r\nQUIT\r\n");
+    /* A server that stops answering and a connect that never completes. */
+    NntpSetTimeouts(700, 700);
+    NntpScript stalled;
+    stalled.Stall();
+    SessionRun silent = RunScriptedSession(stalled.Start(), {L"fj.test"});
+    SessionRun waiting = RunScriptedSession(BusyLoopbackPort(), {L"fj.test"});
+    NntpSetTimeouts(kNntpDefaultConnectTimeoutMs, kNntpDefaultReceiveTimeoutMs);
+    EXPECT_EQ(silent.error, (DWORD)WSAETIMEDOUT);
+    EXPECT_EQ(silent.result.text, kNoGreeting);
+    EXPECT_EQ(stalled.Transcript(), "QUIT\r\n");
+    EXPECT_EQ(waiting.error, (DWORD)WSAETIMEDOUT);
+    EXPECT_EQ(waiting.result.text, kNoConnect);
 }

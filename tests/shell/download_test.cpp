@@ -4,7 +4,7 @@
 #include <commctrl.h>
 
 #include "dialup/dialup_fixture.h"
-#include "nntp/script_client.h"
+#include "support/script_client.h"
 #include "resources/resource.h"
 #include "support/frame_fixture.h"
 #include "support/registry_fixture.h"

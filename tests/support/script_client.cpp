@@ -11,18 +11,6 @@
 
 namespace {
 
-/* Winsock for the whole test program. */
-class WinsockEnvironment : public testing::Environment {
-public:
-    void SetUp() override
-    {
-        WSADATA data;
-        WSAStartup(MAKEWORD(1, 1), &data);
-    }
-    void TearDown() override { WSACleanup(); }
-};
-testing::Environment *const g_winsock = testing::AddGlobalTestEnvironment(new WinsockEnvironment);
-
 int ControlPort()
 {
     static int port = 0;
