@@ -3,7 +3,7 @@
 #include <windows.h>
 #include <commctrl.h>
 
-#include "dialup/dialup_fixture.h"
+#include "support/scripted_ras.h"
 #include "nntp/script_client.h"
 #include "resources/resource.h"
 #include "store/store_test_util.h"
