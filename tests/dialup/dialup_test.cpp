@@ -74,7 +74,7 @@ public:
     HWND frame_ = CreateWindowExW(0, L"STATIC", L"Pelnor", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 240, 320, nullptr,
                                   nullptr, nullptr, nullptr);
     HWND dialog_ = nullptr;
-    HRASCONN connection_ = nullptr;
+    HRASCONN connection_ = (HRASCONN)(ULONG_PTR)0xBEEF;
     Log log_;
     std::function<void()> on_hang_up_ = [] {};
 };
@@ -104,6 +104,8 @@ TEST_F(DialupTest, FullDialShowsEveryStateThenStartsTheRun)
     EXPECT_EQ(ras_.dials[0].entry, L"会社のPPP");
     EXPECT_EQ(ras_.dials[0].user, L"taro"); /* the entry's stored login */
     EXPECT_EQ(ras_.dials[0].password, L"himitsu");
+    EXPECT_EQ(ras_.dials[0].notifier_type, 0xFFFFFFFFu); /* window messages */
+    EXPECT_TRUE(ras_.dials[0].handle_was_null);          /* not the stale one */
     EXPECT_EQ(GetWindow(dialog_, GW_OWNER), frame_);
     EXPECT_FALSE(IsWindowEnabled(frame_));
     EXPECT_EQ(WindowText(dialog_), L"会社のPPPに接続中...");
@@ -153,13 +155,12 @@ TEST_F(DialupTest, RefusedOrCancelledDialHangsUpAndStartsNoRun)
     EXPECT_EQ(log_.size(), 2u); /* and no run */
 }
 
-/* The dialog's opening is logged beside the frame's messages. */
 TEST_F(DialupTest, DisconnectDialogHangsUpAfterTheWaitUnlessCancelled)
 {
     connection_ = ras_.handle;
     std::function<void()> on_open = [] {};
     watcher_.SetDialogHandler([&](HWND dialog) {
-        dialog_ = dialog;
+        dialog_ = dialog; /* its opening is logged beside the frame's messages */
         EXPECT_EQ(GetWindow(dialog, GW_OWNER), frame_);
         log_.push_back(L"open " + WindowText(dialog) + L" at " + StatusOf(dialog) +
                        (IsWindowEnabled(GetDlgItem(dialog, IDCANCEL)) ? L"" : L", Cancel disabled"));

@@ -77,8 +77,7 @@ protected:
     void TearDown() override { DeletePelnorKey(); }
 };
 
-/* Every value as the defaults save it, and as a full set comes back from a
- * load and a save; the defaults are checked in their saved form. */
+/* Each value as the defaults save it, and as a full set comes back from a load and a save. */
 TEST_F(SettingsTest, DefaultsAndFullRoundTripInEachValuesType)
 {
     const struct { const wchar_t *name; DWORD type; std::string defaults, full; } values[] = {
