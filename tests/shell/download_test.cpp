@@ -3,8 +3,8 @@
 #include <windows.h>
 #include <commctrl.h>
 
-#include "dialup/dialup_fixture.h"
 #include "support/script_client.h"
+#include "support/scripted_ras.h"
 #include "resources/resource.h"
 #include "support/frame_fixture.h"
 #include "support/registry_fixture.h"
