@@ -26,11 +26,16 @@ function(pelnor_native_test name)
   set_tests_properties(${name} PROPERTIES TIMEOUT 600)
 endfunction()
 
-# pelnor_fuzz_test(NAME)
+# pelnor_fuzz_test(NAME [RUNS count])
 #   A short, repeatable run of a libFuzzer target of the native build, seeded
-#   from tests/native/corpus/NAME. New inputs are kept in memory only; a
-#   crashing input is written to the build folder.
+#   from tests/native/corpus/NAME, of 200000 inputs unless RUNS says. New
+#   inputs are kept in memory only; a crashing input is written to the build
+#   folder.
 function(pelnor_fuzz_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 FUZZ "" "RUNS" "")
+  if(NOT FUZZ_RUNS)
+    set(FUZZ_RUNS 200000)
+  endif()
   file(GLOB seeds CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/native/corpus/${name}/*)
   list(JOIN seeds "," seed_list)
   set(seed_arguments)
@@ -39,7 +44,7 @@ function(pelnor_fuzz_test name)
   endif()
   add_test(NAME ${name}
            COMMAND ${CMAKE_BINARY_DIR}/native/${name}
-                   -runs=200000 -seed=1 -max_len=1024
+                   -runs=${FUZZ_RUNS} -seed=1 -max_len=1024
                    ${seed_arguments}
                    -artifact_prefix=${CMAKE_BINARY_DIR}/native/${name}-)
   set_tests_properties(${name} PROPERTIES TIMEOUT 600)

@@ -1,5 +1,4 @@
-/* The thread's last error for the native build, where there is no
- * SetLastError. */
+/* The thread's last error for the native build, which has no SetLastError. */
 #include "text/byte_error.h"
 
 static thread_local unsigned long last_error;
