@@ -1,5 +1,7 @@
 #include "article_list.h"
 
+#include <stddef.h>
+
 #include <string.h>
 
 #include "shell/scoped_win.h"
@@ -125,7 +127,7 @@ int ArticleListBuild(ArticleList *list, DWORD page_size)
         DropPages(list);
         return 0;
     }
-    DWORD unread = 0, high = 0, low = 0;
+    RecordCounts counts = {0, 0, 0, 0};
     {
         ScopedFile index(OpenForReading(list->store.index_path));
         if (!index.valid() || !SeekFile(index.get(), kIndexHeaderSize)) {
@@ -142,18 +144,13 @@ int ArticleListBuild(ArticleList *list, DWORD page_size)
                 return 0;
             }
             runs[number] = RunOf(list, &record);
-            if (!(record.flags & kRecordRead))
-                unread++;
-            if (RecordPriority(&record) == kPriorityHigh)
-                high++;
-            else if (RecordPriority(&record) == kPriorityLow)
-                low++;
+            CountRecord(&counts, &record);
         }
     }
     /* The counts follow the records, whatever the header said. */
-    list->store.unread_count = unread;
-    list->store.high_count = high;
-    list->store.low_count = low;
+    list->store.unread_count = counts.unread;
+    list->store.high_count = counts.high;
+    list->store.low_count = counts.low;
 
     DWORD rows = 0;
     for (unsigned char run = kRunHigh; run <= kRunLow; run++)
@@ -247,26 +244,26 @@ wchar_t *ArticleListReadSubject(ArticleList *list)
     return ReadSubjectText(&list->store, &list->page[list->current_in_page]);
 }
 
-DWORD ArticleListLongestSubject(const ArticleList *list)
+/* The longest text of one field (at `offset`, `size` bytes) on the page. */
+static DWORD LongestField(const ArticleList *list, size_t offset, DWORD size)
 {
     DWORD longest = 0;
     for (DWORD i = 0; i < list->rows_in_page; i++) {
-        DWORD length = FieldLength(list->page[i].subject, sizeof list->page[i].subject);
+        DWORD length = FieldLength((const char *)&list->page[i] + offset, size);
         if (length > longest)
             longest = length;
     }
     return longest;
 }
 
+DWORD ArticleListLongestSubject(const ArticleList *list)
+{
+    return LongestField(list, offsetof(IndexRecord, subject), sizeof(IndexRecord::subject));
+}
+
 DWORD ArticleListLongestFrom(const ArticleList *list)
 {
-    DWORD longest = 0;
-    for (DWORD i = 0; i < list->rows_in_page; i++) {
-        DWORD length = FieldLength(list->page[i].from, sizeof list->page[i].from);
-        if (length > longest)
-            longest = length;
-    }
-    return longest;
+    return LongestField(list, offsetof(IndexRecord, from), sizeof(IndexRecord::from));
 }
 
 int ArticleListClose(ArticleList *list)

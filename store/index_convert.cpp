@@ -99,7 +99,8 @@ int WriteNextVersion(GroupStore *store, DWORD version, HANDLE from, HANDLE to)
     }
 
     int ok = 1;
-    DWORD written = 0, unread = 0, high = 0, low = 0;
+    DWORD written = 0;
+    RecordCounts counts = {0, 0, 0, 0};
     for (; written < header.record_count; written++) {
         IndexRecord record;
         memset(&record, 0, sizeof record);
@@ -133,12 +134,7 @@ int WriteNextVersion(GroupStore *store, DWORD version, HANDLE from, HANDLE to)
                 }
             }
         }
-        if (!(record.flags & kRecordRead))
-            unread++;
-        if (RecordPriority(&record) == kPriorityHigh)
-            high++;
-        else if (RecordPriority(&record) == kPriorityLow)
-            low++;
+        CountRecord(&counts, &record);
         if (!WriteBytes(to, &record, new_record)) {
             ok = 0;
             break;
@@ -156,10 +152,10 @@ int WriteNextVersion(GroupStore *store, DWORD version, HANDLE from, HANDLE to)
     header.version = version + 1;
     header.record_count = written;
     if (version == 2)
-        header.unread_count = unread;
+        header.unread_count = counts.unread;
     if (version == 4) {
-        header.high_count = high;
-        header.low_count = low;
+        header.high_count = counts.high;
+        header.low_count = counts.low;
     }
     return SeekFile(to, 0) && WriteBytes(to, &header, new_header);
 }

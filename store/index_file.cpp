@@ -103,19 +103,30 @@ int MatchSubject(const HeaderBlock *block, DWORD start, const KeywordFilter *fil
     return 1;
 }
 
-void CountRecord(GroupStore *store, const IndexRecord *record)
+/* Raises the store's header counts by one record. */
+void CountStoreRecord(GroupStore *store, const IndexRecord *record)
 {
-    store->record_count++;
-    if (!(record->flags & kRecordRead))
-        store->unread_count++;
-    DWORD priority = RecordPriority(record);
-    if (priority == kPriorityHigh)
-        store->high_count++;
-    else if (priority == kPriorityLow)
-        store->low_count++;
+    RecordCounts counts = {store->record_count, store->unread_count, store->high_count, store->low_count};
+    CountRecord(&counts, record);
+    store->record_count = counts.records;
+    store->unread_count = counts.unread;
+    store->high_count = counts.high;
+    store->low_count = counts.low;
 }
 
 } // namespace
+
+void CountRecord(RecordCounts *counts, const IndexRecord *record)
+{
+    counts->records++;
+    if (!(record->flags & kRecordRead))
+        counts->unread++;
+    DWORD priority = RecordPriority(record);
+    if (priority == kPriorityHigh)
+        counts->high++;
+    else if (priority == kPriorityLow)
+        counts->low++;
+}
 
 int IndexReadHeader(GroupStore *store)
 {
@@ -240,7 +251,7 @@ int IndexAppend(GroupStore *store, DWORD start, DWORD end, const HeaderBlock *bl
     if (!IndexFillRecord(&record, start, end, block, filter, INVALID_HANDLE_VALUE) ||
         !IndexWriteRecord(store, &record, store->record_count))
         return 0;
-    CountRecord(store, &record);
+    CountStoreRecord(store, &record);
     return 1;
 }
 
@@ -299,7 +310,7 @@ int IndexRebuild(GroupStore *store)
                     break;
                 }
                 for (DWORD i = 0; i < pending; i++)
-                    CountRecord(store, &batch[i]);
+                    CountStoreRecord(store, &batch[i]);
                 pending = 0;
                 SetLastError(kept);
             }

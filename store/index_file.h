@@ -68,6 +68,17 @@ inline DWORD RecordPriority(const IndexRecord *record)
     return (record->flags & kRecordPriorityMask) >> kRecordPriorityShift;
 }
 
+/* What a header counts of its records. */
+struct RecordCounts {
+    DWORD records;
+    DWORD unread;
+    DWORD high;
+    DWORD low;
+};
+
+/* Adds one record to the counts. */
+void CountRecord(RecordCounts *counts, const IndexRecord *record);
+
 /* Resets the store and loads the header: the index is opened read-only
  * with read sharing and closed again. 13 when the file holds fewer than 100
  * bytes or is not version 5, 87 when the names are not set, 8 when the

@@ -117,7 +117,7 @@ int WriteKept(GroupStore *store, HANDLE old_log, HANDLE new_index, HANDLE new_lo
     LogWindow window = {old_log, log_data, 0, 0};
     BufferedOutput articles = {new_log, log_out, 0, 0};
     BufferedOutput kept_records = {new_index, index_out, 0, 0};
-    DWORD kept = 0, high = 0, low = 0;
+    RecordCounts kept = {0, 0, 0, 0};
     HANDLE old_index = store->index_file;
     if (ok)
         ok = SeekFile(old_index, kIndexHeaderSize) && SeekFile(new_index, kIndexHeaderSize);
@@ -143,11 +143,7 @@ int WriteKept(GroupStore *store, HANDLE old_log, HANDLE new_index, HANDLE new_lo
                  Put(&kept_records, &record, sizeof record);
             if (!ok)
                 break;
-            kept++;
-            if (RecordPriority(&record) == kPriorityHigh)
-                high++;
-            else if (RecordPriority(&record) == kPriorityLow)
-                low++;
+            CountRecord(&kept, &record);
         }
     }
     if (ok)
@@ -163,9 +159,9 @@ int WriteKept(GroupStore *store, HANDLE old_log, HANDLE new_index, HANDLE new_lo
         return 0;
     }
     /* Only read records were dropped: the unread count stays. */
-    store->record_count = kept;
-    store->high_count = high;
-    store->low_count = low;
+    store->record_count = kept.records;
+    store->high_count = kept.high;
+    store->low_count = kept.low;
     store->saved_position = 0;
     return IndexWriteHeader(store, new_index);
 }
