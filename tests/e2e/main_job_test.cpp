@@ -16,6 +16,7 @@
 #include "resources/resource.h"
 #include "support/frame_fixture.h"
 #include "support/registry_fixture.h"
+#include "support/store_bytes.h"
 
 namespace {
 
@@ -30,14 +31,6 @@ int OpenReaderPort()
     int open_port = 0;
     ports >> open_port;
     return open_port;
-}
-
-uint32_t Word(const std::string &bytes, size_t at)
-{
-    uint32_t v = 0;
-    for (int i = 3; i >= 0; i--)
-        v = (v << 8) | (unsigned char)bytes[at + i];
-    return v;
 }
 
 int Row(HWND list, const wchar_t *text)
@@ -127,13 +120,13 @@ TEST_F(MainJobTest, SubscribeFromTheServerListThenDownloadIntoTheGroupView)
         ASSERT_GE(row, 0);
         std::string expected = FileBytes(InnFolder() + L"\\expected\\" + group + L".idx");
         ASSERT_GE(expected.size(), 100u) << "expected index of the corpus";
-        uint32_t records = Word(expected, 16);
+        uint32_t records = ReadU32(expected, 16);
         EXPECT_GT(records, 0u);
         EXPECT_EQ(ListViewText(view, row, 2), std::to_wstring(records));
-        EXPECT_EQ(ListViewText(view, row, 1), std::to_wstring(Word(expected, 88)));
+        EXPECT_EQ(ListViewText(view, row, 1), std::to_wstring(ReadU32(expected, 88)));
         EXPECT_EQ(ListViewText(view, row, 3), std::to_wstring(records) + L"件の記事を取得しました。");
-        EXPECT_EQ(ListViewText(view, row, 4), std::to_wstring(Word(expected, 4)));
-        EXPECT_EQ(ListViewText(view, row, 5), std::to_wstring(Word(expected, 8)));
+        EXPECT_EQ(ListViewText(view, row, 4), std::to_wstring(ReadU32(expected, 4)));
+        EXPECT_EQ(ListViewText(view, row, 5), std::to_wstring(ReadU32(expected, 8)));
     }
     EXPECT_FALSE(SaveScreenshot(frame_.mainWindow, L"group-view-after-run").empty());
 }

@@ -1,0 +1,75 @@
+/*
+ * Pelnor started, as a user starts it, on a data folder that older versions
+ * of the program wrote: every index is brought to the current version before
+ * the group view shows them.
+ */
+#include <gtest/gtest.h>
+
+#include <windows.h>
+#include <commctrl.h>
+
+#include <string>
+
+#include "store/sjis_samples.h"
+#include "support/gui_helper.h"
+#include "support/old_indexes.h"
+#include "support/pelnor_process.h"
+#include "support/registry_fixture.h"
+#include "support/temp_folder.h"
+
+TEST(OldDataFolder, StartConvertsEveryIndexAndTheViewShowsThem)
+{
+    ASSERT_EQ(PelnorFrames().count, 0) << "another frame is open";
+    DeletePelnorKey();
+    TempFolder data;
+    SeedCompleteSettings(data.path());
+    ASSERT_TRUE(WriteFileBytes(data.file(L"group.dat"), "fj.v1\r\nfj.v2\r\nfj.v3\r\nfj.v4\r\nfj.lost\r\n"));
+    for (const wchar_t *group : {L"fj.v1", L"fj.v2", L"fj.v3", L"fj.v4", L"fj.lost"})
+        ASSERT_TRUE(WriteFileBytes(data.file(std::wstring(group) + L".log"), OldLog()));
+    ASSERT_TRUE(WriteFileBytes(data.file(L"fj.v1.idx"), OldTextIndex(SJIS_NIHONGO " ok")));
+    for (uint32_t version = 2; version <= 4; version++)
+        ASSERT_TRUE(WriteFileBytes(data.file(L"fj.v" + std::to_wstring(version) + L".idx"), OldIndex(version)));
+    /* fj.lost has its log but lost its index: the records come back from
+     * the log, the position on the server does not. */
+
+    PelnorProcess pelnor = StartPelnor();
+    ASSERT_NE(pelnor.handle, nullptr);
+    ASSERT_EQ(WaitForInputIdle(pelnor.handle, 30000), 0u);
+    ASSERT_TRUE(PumpUntil([] { return PelnorFrames().count == 1; }, 30000));
+    HWND frame = PelnorFrames().last;
+    HWND list = FindWindowExW(frame, nullptr, WC_LISTVIEWW, nullptr);
+    ASSERT_NE(list, nullptr);
+
+    /* Rows in group.dat's order: name, unread, articles, status, last
+     * fetched, server's last. */
+    const wchar_t *rows[5][6] = {
+        {L"fj.v1", L"3", L"3", L"日本語 ok", L"34", L"40"}, {L"fj.v2", L"1", L"3", L"old", L"34", L"40"},
+        {L"fj.v3", L"1", L"3", L"old", L"34", L"40"},       {L"fj.v4", L"1", L"3", L"old", L"34", L"40"},
+        {L"fj.lost", L"3", L"3", L"", L"0", L"0"},
+    };
+    ASSERT_EQ(ListViewRowCount(list), 5);
+    for (int row = 0; row < 5; row++)
+        for (int column = 0; column < 6; column++)
+            EXPECT_EQ(RemoteListViewText(pelnor.handle, list, row, column), rows[row][column])
+                << "row " << row << " column " << column;
+    EXPECT_FALSE(SaveScreenshot(frame, L"old-folder-started").empty());
+
+    PostMessageW(frame, WM_CLOSE, 0, 0);
+    EXPECT_EQ(ExitCodeAfter(pelnor.handle, 30000), 0u);
+    CloseHandle(pelnor.handle);
+
+    /* On disk: version 5 throughout, the old records kept where the old
+     * index had them, rebuilt from the log where it did not. */
+    HeaderFields converted{5, 34, 40, 77, 3, 2, "old", 1, 1, 1};
+    for (const wchar_t *group : {L"fj.v2", L"fj.v3", L"fj.v4"})
+        EXPECT_EQ(FileBytes(data.file(std::wstring(group) + L".idx")),
+                  HeaderBytes(converted) + CurrentRecords(false))
+            << group;
+    EXPECT_EQ(FileBytes(data.file(L"fj.v1.idx")),
+              HeaderBytes(HeaderFields{5, 34, 40, 77, 3, 0, SJIS_NIHONGO " ok", 3}) + CurrentRecords(true));
+    EXPECT_EQ(FileBytes(data.file(L"fj.lost.idx")),
+              HeaderBytes(HeaderFields{5, 0, 0, 0, 3, 0, "", 3}) + CurrentRecords(true));
+    for (const wchar_t *group : {L"fj.v1", L"fj.v2", L"fj.v3", L"fj.v4", L"fj.lost"})
+        EXPECT_EQ(FileBytes(data.file(std::wstring(group) + L".log")), OldLog()) << group;
+    DeletePelnorKey();
+}
