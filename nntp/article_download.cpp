@@ -134,7 +134,7 @@ int IsKeptHeader(const char *line)
  * Shift_JIS. Neither step makes the line longer. */
 void DecodeHeaderLine(const char *line, char *decoded, char *converted)
 {
-    DecodeEncodedWords(line, decoded);
+    DecodeEncodedWords(decoded, line);
     JisLineToSjis(decoded, converted);
 }
 

@@ -268,6 +268,7 @@ int IndexRebuild(GroupStore *store)
     KeywordFilter filter;
     KeywordFilterInit(&filter);
     if (!LoadKeywordFilter(&filter, store->filter_path)) {
+        ClearKeywordFilter(&filter); /* a load cut short keeps what it read */
         GroupStoreCloseIndex(store);
         return 0;
     }
@@ -344,8 +345,10 @@ int IndexRefilter(GroupStore *store)
 {
     KeywordFilter filter;
     KeywordFilterInit(&filter);
-    if (!LoadKeywordFilter(&filter, store->filter_path))
+    if (!LoadKeywordFilter(&filter, store->filter_path)) {
+        ClearKeywordFilter(&filter);
         return 0;
+    }
     IndexHandle index(store, GENERIC_READ | GENERIC_WRITE);
     if (!index.valid()) {
         ClearKeywordFilter(&filter);

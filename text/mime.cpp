@@ -165,7 +165,7 @@ size_t CutPiece(const unsigned char **text, bool *two_byte, unsigned char piece[
 
 } // namespace
 
-void DecodeEncodedWords(const char *src, char *dst)
+void DecodeEncodedWords(char *dst, const char *src)
 {
     const unsigned char *s = (const unsigned char *)src;
     unsigned char *d = (unsigned char *)dst;

@@ -20,12 +20,12 @@ struct EncodedWord {
     char text[kEncodedWordSize];
 };
 
-/* Decodes the ISO-2022-JP B words of one NUL-terminated line into `dst`,
- * which must hold strlen(src) + 1 bytes (it may be `src` itself); the
+/* Decodes the ISO-2022-JP B words of the NUL-terminated line `src` into
+ * `dst`, which must hold strlen(src) + 1 bytes (it may be `src` itself); the
  * result is never longer than the source and still ISO-2022-JP. Always
  * succeeds: other text is copied, and a word followed by anything but "?="
  * ends the line there. */
-void DecodeEncodedWords(const char *src, char *dst);
+void DecodeEncodedWords(char *dst, const char *src);
 
 /* Turns ISO-2022-JP text into encoded words of at most 25 raw bytes each,
  * appended to the list at *list (null for a new list). Pairs are never
