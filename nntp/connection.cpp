@@ -177,7 +177,7 @@ int NntpSendLine(NntpConnection *c, const char *line)
 int NntpReadLine(NntpConnection *c, char *line, int capacity, int strip)
 {
     int stored = 0;
-    int cr_seen = 0;
+    int cr_at = -1; /* where the CR that lets an LF end the line was stored */
     for (;;) {
         if (stored >= capacity) {
             SetLastError(kErrorMoreData);
@@ -189,11 +189,11 @@ int NntpReadLine(NntpConnection *c, char *line, int capacity, int strip)
         if (byte == 0)
             return 0;
         if (byte == '\r') {
-            cr_seen = 1;
-        } else if (byte == '\n' && cr_seen) {
+            if (cr_at < 0)
+                cr_at = stored;
+        } else if (byte == '\n' && cr_at >= 0) {
             if (strip) {
-                if (stored > 0)
-                    line[stored - 1] = '\0';
+                line[cr_at] = '\0';
                 line[stored] = '\0';
             } else {
                 line[stored++] = (char)byte;

@@ -181,10 +181,13 @@ void TransferList(GroupListJob *job, HANDLE active, HANDLE category)
     }
 
     for (;;) {
+        SetLastError(0);
         if (!NntpReadLine(c, job->line, kNntpLineCapacity, 1)) {
-            /* A NUL ends the read without an error of its own. */
-            DWORD error = GetLastError();
-            SetJobResError(job, IDS_GL_INCOMPLETE, error != 0 ? error : kErrorInvalidData);
+            /* A NUL ends the list without an error of its own: what came
+             * before it is the list. */
+            if (GetLastError() == 0)
+                break;
+            SetJobResError(job, IDS_GL_INCOMPLETE, GetLastError());
             goto done;
         }
         char *name = job->line;

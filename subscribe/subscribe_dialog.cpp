@@ -13,7 +13,7 @@
 
 namespace {
 
-enum { kLineCapacity = 1024 + 1, kReadBuffer = 4096, kItemText = 1024 };
+enum { kLineCapacity = 1024, kReadBuffer = 4096, kItemText = 1024 };
 
 SubscribeState *StateOf(HWND dialog)
 {

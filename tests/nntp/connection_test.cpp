@@ -21,10 +21,10 @@ struct Connected {
         ok = port != 0 && NntpConnect(&c, host, (unsigned short)port);
     }
     ~Connected() { NntpClose(&c); }
-    std::string Line()
+    std::string Line(int strip = 0)
     {
         char line[kNntpLineBufferSize];
-        return NntpReadLine(&c, line, kNntpLineCapacity, 0) ? line : "<fail>";
+        return NntpReadLine(&c, line, kNntpLineCapacity, strip) ? line : "<fail>";
     }
 };
 
@@ -82,6 +82,7 @@ TEST(NntpConnection, ReadsLinesUpToTheBufferCapacity)
         .Send(fits + "\r\n")
         .Send("abc\rdef\n") /* the CR seen earlier lets the LF end the line */
         .Send("ab\ncd\r\n") /* a lone LF is an ordinary byte */
+        .Send("abc\rdef\nghi\r\n")
         .Send(std::string("211 1 1 1 g\0x\r\n", 15))
         .Send(over + "\r\n")
         .Close();
@@ -91,6 +92,9 @@ TEST(NntpConnection, ReadsLinesUpToTheBufferCapacity)
     EXPECT_EQ(conn.Line(), fits + "\r\n");
     EXPECT_EQ(conn.Line(), "abc\rdef\n");
     EXPECT_EQ(conn.Line(), "ab\ncd\r\n");
+    /* Stripped, the line ends at its CR, wherever that stands. */
+    EXPECT_EQ(conn.Line(1), "abc");
+    EXPECT_EQ(conn.Line(1), "ghi");
     /* A NUL fails the line without an error of its own; the rest stays. */
     SetLastError(4242);
     EXPECT_EQ(conn.Line(), "<fail>");

@@ -65,6 +65,9 @@ TEST(GroupList, WritesActiveAndCategoryFiles)
          "authinfo user taro\r\n\r\nauthinfo pass himitsu\r\n\r\nLIST active\r\nLIST\r\n", "fj.test\r\n", "fj\r\n"},
         /* A password without a user logs in with neither. */
         {NntpScript().Send(kGreeting).Reply("215 list\r\n.\r\n"), nullptr, "himitsu", "LIST active\r\n", "", ""},
+        /* A NUL byte ends the list there, without an error. */
+        {NntpScript().Send(kGreeting).Reply(std::string("215 list\r\nfj.test 3 1 y\r\nalt.te\0st 2 1 y\r\n", 42)),
+         nullptr, nullptr, "LIST active\r\n", "fj.test\r\n", "fj\r\n"},
     };
     for (Case &c : cases) {
         DialogRun run;
