@@ -202,7 +202,6 @@
 #define IDS_FETCHED_COUNT       255
 #define IDS_DOWNLOAD_DONE       256
 #define IDS_THREAD_FAILED       257
-#define IDS_TIMED_OUT           258
 
 /* ---- group view ---- */
 #define IDS_INDEX_FILE_INIT_FAILED 270
