@@ -217,22 +217,26 @@ FetchOutcome FetchArticle(GroupDownload *d, DWORD number)
     FetchOutcome outcome;
     if (!RequestArticlePart(d, "HEAD ", number, &outcome))
         return outcome; /* nothing of the article is in the log yet */
+    /* From here a failure leaves in the log whatever was written: the
+     * article never gets its index record, so it is not shown, and the
+     * next one is appended after it. */
     if (!ReadHead(d)) {
         Fail(d, IDS_RECV_INCOMPLETE);
-        ArticleWriterAbandon(&d->writer);
         return kFetchFailed;
     }
     if (!ArticleWriterFinishHead(&d->writer)) {
         Fail(d, IDS_INDEX_WRITE_FAILED);
-        ArticleWriterAbandon(&d->writer);
         return kFetchFailed;
     }
 
     if (!RequestArticlePart(d, "BODY ", number, &outcome)) {
-        /* No unfinished article stays in the log: cut it back. */
-        DWORD error = GetLastError();
-        ArticleWriterAbandon(&d->writer);
-        SetLastError(error);
+        if (outcome == kFetchSkipped) {
+            /* A refused body is no failure: its head is cut back out of
+             * the log, as if the article had never been there. */
+            DWORD error = GetLastError();
+            ArticleWriterAbandon(&d->writer);
+            SetLastError(error);
+        }
         return outcome;
     }
     for (;;) {
@@ -242,7 +246,6 @@ FetchOutcome FetchArticle(GroupDownload *d, DWORD number)
             if (GetLastError() == 0)
                 break;
             Fail(d, IDS_RECV_INCOMPLETE);
-            ArticleWriterAbandon(&d->writer);
             return kFetchFailed;
         }
         const char *text = d->line;
@@ -254,13 +257,11 @@ FetchOutcome FetchArticle(GroupDownload *d, DWORD number)
         JisLineToSjis(text, d->converted);
         if (!ArticleWriterBodyLine(&d->writer, d->converted)) {
             Fail(d, IDS_LOG_WRITE_FAILED);
-            ArticleWriterAbandon(&d->writer);
             return kFetchFailed;
         }
     }
     if (!ArticleWriterFinishArticle(&d->writer)) {
         Fail(d, IDS_INDEX_WRITE_FAILED);
-        ArticleWriterAbandon(&d->writer);
         return kFetchFailed;
     }
     return kFetchStored;

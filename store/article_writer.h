@@ -66,9 +66,9 @@ int ArticleWriterBodyLine(ArticleWriter *writer, const char *text);
 /* Writes the separator and appends the article's index record. */
 int ArticleWriterFinishArticle(ArticleWriter *writer);
 
-/* Gives up the article begun last (for instance when its body is refused
- * after the head was written): the log is cut back to where the article
- * started, so that no unfinished article stays in it. */
+/* Gives up the article begun last when its body is refused after the head
+ * was written: the log is cut back to where the article started. Failures
+ * never come here; they leave what was written. */
 int ArticleWriterAbandon(ArticleWriter *writer);
 
 /* Frees the header block and the filter. The store stays open. */
