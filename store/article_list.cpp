@@ -127,7 +127,6 @@ int ArticleListBuild(ArticleList *list, DWORD page_size)
         DropPages(list);
         return 0;
     }
-    RecordCounts counts = {0, 0, 0, 0};
     {
         ScopedFile index(OpenForReading(list->store.index_path));
         if (!index.valid() || !SeekFile(index.get(), kIndexHeaderSize)) {
@@ -144,14 +143,10 @@ int ArticleListBuild(ArticleList *list, DWORD page_size)
                 return 0;
             }
             runs[number] = RunOf(list, &record);
-            CountRecord(&counts, &record);
         }
     }
-    /* The counts follow the records, whatever the header said. */
-    list->store.unread_count = counts.unread;
-    list->store.high_count = counts.high;
-    list->store.low_count = counts.low;
-
+    /* The header's counts are taken as they stand; toggles move the
+     * unread count from there. */
     DWORD rows = 0;
     for (unsigned char run = kRunHigh; run <= kRunLow; run++)
         for (DWORD number = 0; number < count; number++)
