@@ -404,39 +404,27 @@ int IndexMarkAllRead(GroupStore *store)
     if (!IndexReadHeader(store) || !GroupStoreOpenIndex(store))
         return 0;
     HANDLE index = store->index_file;
-    int ok = 1;
-    IndexRecord *batch = (IndexRecord *)malloc(kRecordBatch * sizeof(IndexRecord));
-    if (!batch) {
-        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-        ok = 0;
-    }
-    for (DWORD first = 0; ok && first < store->record_count; first += kRecordBatch) {
-        DWORD count = store->record_count - first < kRecordBatch ? store->record_count - first : kRecordBatch;
+    /* Record by record, so that a failure leaves every record before it
+     * read and the header's count says how far the marking got. */
+    int ok = SeekFile(index, kIndexHeaderSize);
+    for (DWORD number = 0; ok && number < store->record_count; number++) {
+        IndexRecord record;
         DWORD got = 0;
-        if (!ReadBytesAt(index, RecordOffset(first), batch, count * kIndexRecordSize, &got) ||
-            got < count * kIndexRecordSize) {
-            if (got < count * kIndexRecordSize)
+        if (!ReadBytes(index, &record, sizeof record, &got) || got < sizeof record) {
+            if (got < sizeof record)
                 SetLastError(ERROR_HANDLE_EOF);
             ok = 0;
             break;
         }
-        DWORD newly_read = 0;
-        for (DWORD i = 0; i < count; i++) {
-            if (!(batch[i].flags & kRecordRead)) {
-                batch[i].flags |= kRecordRead;
-                newly_read++;
-            }
-        }
-        if (newly_read == 0)
-            continue;
-        if (!SeekFile(index, RecordOffset(first)) || !WriteBytes(index, batch, count * kIndexRecordSize)) {
+        record.flags |= kRecordRead;
+        if (!SeekFile(index, RecordOffset(number)) || !WriteBytes(index, &record, sizeof record)) {
             ok = 0;
             break;
         }
-        store->unread_count = store->unread_count > newly_read ? store->unread_count - newly_read : 0;
+        if (store->unread_count > 0)
+            store->unread_count--;
     }
     DWORD error = GetLastError();
-    free(batch);
     if (ok)
         store->unread_count = 0;
     int written = IndexWriteHeader(store, index);
