@@ -99,7 +99,7 @@ void SetFrameIcon(AppFrame *frame)
 bool OnCreate(AppFrame *frame)
 {
     if (!CreateMenuBars(frame)) {
-        ShowResBox(nullptr, IDS_MENUBAR_FAILED, IDS_CAPTION_DEBUG, MB_OK);
+        ShowResBox(nullptr, IDS_MENUBAR_FAILED, IDS_CAPTION_DEBUG, MB_OK | MB_ICONERROR);
         PostQuitMessage(0);
         return false;
     }
