@@ -53,33 +53,46 @@ void *HeapBytes(HANDLE heap, SIZE_T size)
     return bytes;
 }
 
-/* Changes the flags of one row and writes its record back. */
-int ChangeFlags(ArticleList *list, DWORD row, DWORD set, DWORD clear)
+bool RowOnPage(const ArticleList *list, DWORD row)
+{
+    return row >= list->first_row && row - list->first_row < list->rows_in_page;
+}
+
+/* The record shown at `row`: from the page when it is there, else from the
+ * index. */
+int ReadRowRecord(ArticleList *list, DWORD row, IndexRecord *record)
 {
     if (row >= list->visible_count) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return 0;
     }
-    DWORD number = list->row_map[row];
-    bool on_page = row >= list->first_row && row - list->first_row < list->rows_in_page;
-    IndexRecord record;
-    if (on_page) {
-        record = list->page[row - list->first_row];
-    } else {
-        DWORD count = 1;
-        if (!IndexReadRecords(&list->store, &record, number, &count))
-            return 0;
-        if (count != 1) {
-            SetLastError(ERROR_HANDLE_EOF);
-            return 0;
-        }
+    if (RowOnPage(list, row)) {
+        *record = list->page[row - list->first_row];
+        return 1;
     }
+    DWORD count = 1;
+    if (!IndexReadRecords(&list->store, record, list->row_map[row], &count))
+        return 0;
+    if (count != 1) {
+        SetLastError(ERROR_HANDLE_EOF);
+        return 0;
+    }
+    return 1;
+}
+
+/* Changes the flags of one row and writes its record back. */
+int ChangeFlags(ArticleList *list, DWORD row, DWORD set, DWORD clear)
+{
+    IndexRecord record;
+    if (!ReadRowRecord(list, row, &record))
+        return 0;
+    DWORD number = list->row_map[row];
     DWORD was_read = record.flags & kRecordRead;
     record.flags = (record.flags | set) & ~clear;
     DWORD now_read = record.flags & kRecordRead;
     if (!IndexWriteRecord(&list->store, &record, number))
         return 0;
-    if (on_page)
+    if (RowOnPage(list, row))
         list->page[row - list->first_row] = record;
     if (!was_read && now_read && list->store.unread_count > 0)
         list->store.unread_count--;
@@ -208,19 +221,9 @@ int ArticleListClearFlags(ArticleList *list, DWORD row, DWORD bits)
 
 int ArticleListToggleRead(ArticleList *list, DWORD row)
 {
-    if (row >= list->visible_count) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return 0;
-    }
-    bool on_page = row >= list->first_row && row - list->first_row < list->rows_in_page;
     IndexRecord record;
-    if (on_page) {
-        record = list->page[row - list->first_row];
-    } else {
-        DWORD count = 1;
-        if (!IndexReadRecords(&list->store, &record, list->row_map[row], &count))
-            return 0;
-    }
+    if (!ReadRowRecord(list, row, &record))
+        return 0;
     return record.flags & kRecordRead ? ArticleListClearFlags(list, row, kRecordRead)
                                       : ArticleListSetFlags(list, row, kRecordRead);
 }
