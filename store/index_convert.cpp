@@ -17,7 +17,9 @@ namespace {
 const DWORD kHeaderSizes[6] = {0, 0, 88, 92, 92, 100};
 const DWORD kRecordSizes[6] = {0, 0, 64, 64, 84, 92};
 
-DWORD ParseDecimal(const char *text, DWORD length)
+/* A number line of the old text header: leading blanks, then digits up to
+ * the first other byte. */
+DWORD TextHeaderNumber(const char *text, DWORD length)
 {
     DWORD i = 0, value = 0;
     while (i < length && (text[i] == ' ' || text[i] == '\t'))
@@ -232,7 +234,7 @@ int IndexConvertFromText(GroupStore *store)
                 memcpy(status, line, length);
                 status[length] = '\0';
             } else {
-                numbers[n == 0 ? 0 : n - 1] = ParseDecimal(line, length);
+                numbers[n == 0 ? 0 : n - 1] = TextHeaderNumber(line, length);
             }
         }
         LineReaderFree(&reader);
