@@ -14,7 +14,7 @@
 #include <wchar.h>
 
 #include "nntp/session.h"
-#include "shell/res_text.h"
+#include "base/res_text.h"
 
 int wmain(int argc, wchar_t **argv)
 {

@@ -4,8 +4,8 @@
 
 #include "platform/ras.h"
 #include "resources/resource.h"
-#include "shell/app_frame.h"
-#include "shell/res_text.h"
+#include "base/frame_messages.h"
+#include "base/res_text.h"
 #include "text/widestr.h"
 
 namespace {

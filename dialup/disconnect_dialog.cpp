@@ -1,8 +1,8 @@
 #include "dialup.h"
 
 #include "resources/resource.h"
-#include "shell/app_frame.h"
-#include "shell/res_text.h"
+#include "base/frame_messages.h"
+#include "base/res_text.h"
 
 namespace {
 

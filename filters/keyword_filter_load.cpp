@@ -4,8 +4,8 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "shell/scoped_win.h"
-#include "store/line_reader.h"
+#include "base/scoped_win.h"
+#include "base/line_reader.h"
 
 namespace {
 

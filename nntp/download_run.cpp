@@ -5,8 +5,9 @@
 #include "nntp/password_prompt.h"
 #include "nntp/session.h"
 #include "resources/resource.h"
-#include "shell/app_frame.h"
-#include "shell/res_text.h"
+#include "base/frame_messages.h"
+#include "base/message_box.h"
+#include "base/res_text.h"
 
 namespace {
 

@@ -2,7 +2,6 @@
 
 #include <wchar.h>
 
-#include "shell/res_text.h"
 #include "text/widestr.h"
 
 void RunResultClear(RunResult *r)
@@ -31,26 +30,4 @@ void RunResultSetError(RunResult *r, const wchar_t *title, UINT text_id, DWORD e
     wchar_t text[kRunResultChars];
     FormatResError(text_id, error, text, kRunResultChars);
     RunResultSet(r, title, text, severity);
-}
-
-void LoadResText(UINT id, wchar_t *out, int out_chars)
-{
-    if (LoadStringW(ResourceInstance(), id, out, out_chars) < 1)
-        out[0] = L'\0';
-}
-
-void FormatResError(UINT id, DWORD error, wchar_t *out, int out_chars)
-{
-    wchar_t format[kRunResultChars];
-    LoadResText(id, format, kRunResultChars);
-    _snwprintf(out, out_chars - 1, format, (int)error);
-    out[out_chars - 1] = L'\0';
-}
-
-void FormatResText(UINT id, const wchar_t *argument, wchar_t *out, int out_chars)
-{
-    wchar_t format[kRunResultChars];
-    LoadResText(id, format, kRunResultChars);
-    _snwprintf(out, out_chars - 1, format, argument ? argument : L"");
-    out[out_chars - 1] = L'\0';
 }

@@ -1,13 +1,14 @@
 /*
- * The outcome of a download run or of one group in it, and the string-table
- * helpers the worker threads fill it with. The helpers load into the
- * caller's buffers, so a worker never shares a text buffer with the
+ * The outcome of a download run or of one group in it. The texts are loaded
+ * into the record itself, so a worker never shares a text buffer with the
  * user-interface thread.
  */
 #ifndef PELNOR_RUN_RESULT_H
 #define PELNOR_RUN_RESULT_H
 
 #include <windows.h>
+
+#include "base/res_text.h"
 
 enum {
     kRunResultChars = 1024,
@@ -32,14 +33,5 @@ void RunResultSetRes(RunResult *r, const wchar_t *title, UINT text_id, DWORD sev
 
 /* Title, string `text_id` with its %d filled with `error`, and severity. */
 void RunResultSetError(RunResult *r, const wchar_t *title, UINT text_id, DWORD error, DWORD severity);
-
-/* String `id` into `out` (the empty text when missing). */
-void LoadResText(UINT id, wchar_t *out, int out_chars);
-
-/* String `id` with its one %d filled with `error`. */
-void FormatResError(UINT id, DWORD error, wchar_t *out, int out_chars);
-
-/* String `id` with its one %s filled with `argument`. */
-void FormatResText(UINT id, const wchar_t *argument, wchar_t *out, int out_chars);
 
 #endif

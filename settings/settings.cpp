@@ -5,7 +5,7 @@
 #include <wchar.h>
 
 #include "settings/reg_value.h"
-#include "shell/scoped_win.h"
+#include "base/scoped_win.h"
 #include "text/widestr.h"
 
 /*

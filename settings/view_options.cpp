@@ -1,7 +1,7 @@
 #include "settings.h"
 
 #include "settings/reg_value.h"
-#include "shell/scoped_win.h"
+#include "base/scoped_win.h"
 
 namespace {
 

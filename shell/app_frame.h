@@ -7,19 +7,10 @@
 
 #include <windows.h>
 
+#include "base/frame_messages.h"
 #include "platform/ras.h"
 #include "settings/settings.h"
 #include "views/group_view.h"
-
-#define PELNOR_FRAME_CLASS L"PelnorMainFrmWnd"
-
-/* Messages the frame accepts from other threads and windows. */
-enum : UINT {
-    WM_PELNOR_START_RUN = 0x0400,    /* the dial-up line is up: start the run */
-    WM_PELNOR_HANG_UP = 0x0401,      /* enable the frame and hang up */
-    WM_PELNOR_RUN_FINISHED = 0x8001, /* lParam: the finished download job */
-    WM_PELNOR_ACTIVATE = 0x8002,     /* posted by a second instance */
-};
 
 enum ViewKind { kGroupView = 0, kSubjectView = 1, kArticleView = 2, kDraftsView = 3 };
 

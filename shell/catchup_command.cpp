@@ -1,7 +1,8 @@
 #include "catchup_command.h"
 
 #include "resources/resource.h"
-#include "shell/res_text.h"
+#include "base/message_box.h"
+#include "base/res_text.h"
 #include "store/group_store.h"
 #include "store/index_file.h"
 #include "store/read_marks.h"

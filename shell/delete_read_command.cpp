@@ -1,7 +1,8 @@
 #include "delete_read_command.h"
 
 #include "resources/resource.h"
-#include "shell/res_text.h"
+#include "base/message_box.h"
+#include "base/res_text.h"
 #include "store/group_file.h"
 #include "store/group_store.h"
 #include "store/read_marks.h"

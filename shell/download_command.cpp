@@ -2,7 +2,8 @@
 
 #include "dialup/dialup.h"
 #include "resources/resource.h"
-#include "shell/res_text.h"
+#include "base/message_box.h"
+#include "base/res_text.h"
 
 namespace {
 

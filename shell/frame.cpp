@@ -3,7 +3,8 @@
 #include <stdlib.h>
 
 #include "resources/resource.h"
-#include "shell/res_text.h"
+#include "base/message_box.h"
+#include "base/res_text.h"
 #include "store/data_folder.h"
 
 void AppFrameInit(AppFrame *frame, HINSTANCE instance)
@@ -31,7 +32,13 @@ void AppFrameDestroy(AppFrame *frame)
 
 int ReloadData(AppFrame *frame)
 {
-    if (!StartDataFolder(frame->settings.DataPath)) {
+    int unknown_version;
+    if (!StartDataFolder(frame->settings.DataPath, &unknown_version)) {
+        if (unknown_version) {
+            DWORD error = GetLastError();
+            ShowResBox(nullptr, IDS_INDEX_INVALID, IDS_CAPTION_PELNOR, MB_OK | MB_ICONEXCLAMATION);
+            SetLastError(error);
+        }
         ShowLastErrorBoxRes(IDS_DATA_INIT_FAILED, IDS_CAPTION_PELNOR, MB_ICONERROR);
         return 0;
     }

@@ -4,8 +4,10 @@
 #include <stdlib.h>
 #include <wchar.h>
 
+#include "base/path.h"
 #include "resources/resource.h"
-#include "shell/res_text.h"
+#include "base/message_box.h"
+#include "base/res_text.h"
 #include "shell/about_box.h"
 #include "shell/catchup_command.h"
 #include "shell/delete_read_command.h"
@@ -28,16 +30,6 @@ void UpdateCheckMarks(AppFrame *frame)
 
 namespace {
 
-/* "%s%s" of the data folder and a file name; caller must free. */
-wchar_t *DataFile(const AppFrame *frame, const wchar_t *name)
-{
-    size_t size = wcslen(frame->settings.DataPath) + wcslen(name) + 1;
-    wchar_t *path = (wchar_t *)malloc(size * sizeof(wchar_t));
-    if (path)
-        _snwprintf(path, size, L"%s%s", frame->settings.DataPath, name);
-    return path;
-}
-
 /* A view option toggled by the user stays toggled even when it cannot be
  * stored; the user is told. */
 void StoreOption(int stored)
@@ -56,9 +48,9 @@ void SetPriorityLevel(AppFrame *frame, DWORD level)
 void SubscribeCommand(AppFrame *frame)
 {
     frame->busy = 1;
-    wchar_t *active = DataFile(frame, L"active.dat");
-    wchar_t *category = DataFile(frame, L"category.dat");
-    wchar_t *group = DataFile(frame, L"group.dat");
+    wchar_t *active = JoinPath(frame->settings.DataPath, L"active.dat");
+    wchar_t *category = JoinPath(frame->settings.DataPath, L"category.dat");
+    wchar_t *group = JoinPath(frame->settings.DataPath, L"group.dat");
     if (active && category && group) {
         SubscribeState state = {};
         state.active_path = active;

@@ -14,7 +14,8 @@
 #include "text/widestr.h"
 #include "shell/download_command.h"
 #include "shell/frame_commands.h"
-#include "shell/res_text.h"
+#include "base/message_box.h"
+#include "base/res_text.h"
 #include "shell/view_switch.h"
 
 namespace {

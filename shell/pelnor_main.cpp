@@ -7,7 +7,8 @@
 
 #include "resources/resource.h"
 #include "shell/app_frame.h"
-#include "shell/res_text.h"
+#include "base/message_box.h"
+#include "base/res_text.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <string.h>
 
-#include "shell/scoped_win.h"
+#include "base/scoped_win.h"
 #include "store/article_reader.h"
 #include "store/file_io.h"
 

@@ -2,7 +2,7 @@
 
 #include <stdlib.h>
 
-#include "shell/scoped_win.h"
+#include "base/scoped_win.h"
 #include "store/file_io.h"
 #include "text/widestr.h"
 

@@ -3,35 +3,20 @@
 #include <stdlib.h>
 #include <wchar.h>
 
-#include "resources/resource.h"
-#include "shell/res_text.h"
-#include "shell/scoped_win.h"
+#include "base/path.h"
+#include "base/scoped_win.h"
 #include "store/group_file.h"
 #include "store/group_store.h"
 #include "store/index_convert.h"
 
 namespace {
 
-/* "%s%s" into a new buffer; caller must free. */
-wchar_t *JoinPath(const wchar_t *folder, const wchar_t *name)
-{
-    size_t size = wcslen(folder) + wcslen(name) + 1;
-    wchar_t *path = (wchar_t *)malloc(size * sizeof(wchar_t));
-    if (!path) {
-        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-        return nullptr;
-    }
-    _snwprintf(path, size, L"%s%s", folder, name);
-    path[size - 1] = L'\0';
-    return path;
-}
-
 /* Removes every "*.bak" file of the draft folder; nothing is reported. */
 void DeleteDraftBackups(const wchar_t *draft_folder)
 {
     wchar_t pattern[MAX_PATH * 2];
-    _snwprintf(pattern, MAX_PATH * 2, L"%s\\*.bak", draft_folder);
-    pattern[MAX_PATH * 2 - 1] = L'\0';
+    if (!JoinPathInto(pattern, MAX_PATH * 2, draft_folder, L"*.bak"))
+        return;
     WIN32_FIND_DATAW found;
     ScopedFindFile find(FindFirstFileW(pattern, &found));
     if (!find.valid())
@@ -45,9 +30,8 @@ void DeleteDraftBackups(const wchar_t *draft_folder)
         if (length < 4 || _wcsicmp(found.cFileName + length - 4, L".bak") != 0)
             continue;
         wchar_t file[MAX_PATH * 2];
-        _snwprintf(file, MAX_PATH * 2, L"%s\\%s", draft_folder, found.cFileName);
-        file[MAX_PATH * 2 - 1] = L'\0';
-        DeleteFileW(file);
+        if (JoinPathInto(file, MAX_PATH * 2, draft_folder, found.cFileName))
+            DeleteFileW(file);
     } while (FindNextFileW(find.get(), &found));
 }
 
@@ -66,9 +50,9 @@ int TouchDataFile(const wchar_t *data_path, const wchar_t *name)
 }
 
 /* Brings every subscribed group's index up to the current version, in the
- * order of group.dat. An index of a version this program does not know is
- * shown to the user here, as start-up stops at it. */
-int PrepareGroupIndexes(const wchar_t *data_path)
+ * order of group.dat. Start-up stops at an index of a version this program
+ * does not know, with *unknown_version set. */
+int PrepareGroupIndexes(const wchar_t *data_path, int *unknown_version)
 {
     GroupFileReader *groups = GroupFileOpen(data_path);
     if (!groups)
@@ -78,15 +62,9 @@ int PrepareGroupIndexes(const wchar_t *data_path)
     int ok = 1;
     const wchar_t *name;
     while ((name = GroupFileNext(groups)) != nullptr) {
-        int unknown_version = 0;
         GroupStoreReset(&store);
-        if (!GroupStoreSetNames(&store, data_path, name) || !IndexBringUpToDate(&store, &unknown_version)) {
+        if (!GroupStoreSetNames(&store, data_path, name) || !IndexBringUpToDate(&store, unknown_version)) {
             ok = 0;
-            if (unknown_version) {
-                DWORD error = GetLastError();
-                ShowResBox(nullptr, IDS_INDEX_INVALID, IDS_CAPTION_PELNOR, MB_OK | MB_ICONEXCLAMATION);
-                SetLastError(error);
-            }
             break;
         }
     }
@@ -103,8 +81,9 @@ int PrepareGroupIndexes(const wchar_t *data_path)
 
 } // namespace
 
-int StartDataFolder(const wchar_t *data_path)
+int StartDataFolder(const wchar_t *data_path, int *unknown_version)
 {
+    *unknown_version = 0;
     HCURSOR previous = SetCursor(LoadCursorW(nullptr, IDC_WAIT));
 
     wchar_t *draft = JoinPath(data_path, L"draft");
@@ -131,7 +110,7 @@ int StartDataFolder(const wchar_t *data_path)
         }
     }
 
-    if (!PrepareGroupIndexes(data_path)) {
+    if (!PrepareGroupIndexes(data_path, unknown_version)) {
         DWORD error = GetLastError();
         SetCursor(previous);
         SetLastError(error);

@@ -8,9 +8,9 @@
 
 #include <windows.h>
 
-/* `data_path` is used as given: names are joined to it with "%s%s", so it
- * normally ends in a backslash. Shows the wait cursor while it works.
- * Returns 1, or 0 with the last error set. */
-int StartDataFolder(const wchar_t *data_path);
+/* Shows the wait cursor while it works. Returns 1, or 0 with the last error
+ * set; *unknown_version is 1 when it stopped at a group's index of a version
+ * this program does not know (error 13), which the caller tells the user. */
+int StartDataFolder(const wchar_t *data_path, int *unknown_version);
 
 #endif

@@ -4,6 +4,7 @@
 #include <string.h>
 #include <wchar.h>
 
+#include "base/path.h"
 #include "text/widestr.h"
 
 namespace {
@@ -14,10 +15,7 @@ enum : DWORD { kGroupFileReadBuffer = 4096, kGroupFileLineLimit = 1024 };
 
 GroupFileReader *GroupFileOpen(const wchar_t *data_folder)
 {
-    size_t folder_length = wcslen(data_folder);
-    bool has_separator = folder_length > 0 && data_folder[folder_length - 1] == L'\\';
-    size_t size = folder_length + 1 + wcslen(L"group.dat") + 1;
-    wchar_t *path = (wchar_t *)malloc(size * sizeof(wchar_t));
+    wchar_t *path = JoinPath(data_folder, L"group.dat");
     GroupFileReader *reader = (GroupFileReader *)malloc(sizeof(GroupFileReader));
     if (!path || !reader) {
         free(path);
@@ -25,8 +23,6 @@ GroupFileReader *GroupFileOpen(const wchar_t *data_folder)
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }
-    _snwprintf(path, size, has_separator ? L"%sgroup.dat" : L"%s\\group.dat", data_folder);
-    path[size - 1] = L'\0';
     reader->file = CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
                                nullptr);
     DWORD error = GetLastError();

@@ -9,7 +9,7 @@
 
 #include <windows.h>
 
-#include "store/line_reader.h"
+#include "base/line_reader.h"
 
 struct GroupFileReader {
     HANDLE file;

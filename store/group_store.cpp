@@ -4,20 +4,9 @@
 #include <string.h>
 #include <wchar.h>
 
-namespace {
+#include "base/path.h"
 
-/* "%s%s" + extension into a buffer sized for folder, name and five more
- * characters; caller must free. */
-wchar_t *GroupPath(const wchar_t *folder, const wchar_t *group, const wchar_t *extension)
-{
-    size_t size = wcslen(folder) + wcslen(group) + 5 + 1;
-    wchar_t *path = (wchar_t *)malloc(size * sizeof(wchar_t));
-    if (!path)
-        return nullptr;
-    _snwprintf(path, size, L"%s%s%s", folder, group, extension);
-    path[size - 1] = L'\0';
-    return path;
-}
+namespace {
 
 void FreePaths(GroupStore *store)
 {
@@ -123,9 +112,9 @@ int GroupStoreSetNames(GroupStore *store, const wchar_t *data_folder, const wcha
         SetLastError(kErrorBadGroupName);
         return 0;
     }
-    store->index_path = GroupPath(data_folder, group, L".idx");
-    store->log_path = GroupPath(data_folder, group, L".log");
-    store->filter_path = GroupPath(data_folder, group, L".flt");
+    store->index_path = JoinPath(data_folder, group, L".idx");
+    store->log_path = JoinPath(data_folder, group, L".log");
+    store->filter_path = JoinPath(data_folder, group, L".flt");
     if (!store->index_path || !store->log_path || !store->filter_path) {
         FreePaths(store);
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);

@@ -4,10 +4,10 @@
 #include <string.h>
 #include <wchar.h>
 
-#include "shell/scoped_win.h"
+#include "base/scoped_win.h"
 #include "store/file_io.h"
 #include "store/index_file.h"
-#include "store/line_reader.h"
+#include "base/line_reader.h"
 #include "store/log_scanner.h"
 #include "text/widestr.h"
 

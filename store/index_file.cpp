@@ -3,7 +3,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "shell/scoped_win.h"
+#include "base/scoped_win.h"
 #include "store/article_reader.h"
 #include "store/file_io.h"
 #include "store/header_fields.h"

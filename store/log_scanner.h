@@ -10,7 +10,7 @@
 #include <windows.h>
 
 #include "store/header_block.h"
-#include "store/line_reader.h"
+#include "base/line_reader.h"
 
 enum : DWORD {
     kLogLineLimit = 1024,        /* a log line and its NUL */

@@ -4,7 +4,7 @@
 #include <string.h>
 #include <wchar.h>
 
-#include "shell/scoped_win.h"
+#include "base/scoped_win.h"
 #include "store/file_io.h"
 #include "store/index_file.h"
 

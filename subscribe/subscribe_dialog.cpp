@@ -5,9 +5,10 @@
 
 #include "nntp/password_prompt.h"
 #include "resources/resource.h"
-#include "shell/res_text.h"
-#include "shell/scoped_win.h"
-#include "store/line_reader.h"
+#include "base/message_box.h"
+#include "base/res_text.h"
+#include "base/scoped_win.h"
+#include "base/line_reader.h"
 #include "subscribe/group_list.h"
 #include "text/widestr.h"
 

@@ -12,7 +12,7 @@ is looked up under that name.
 
 Usage: ce_import_check.py --objdump OBJDUMP --nm NM --exe pelnor.exe
          --baseline empty.exe --platform-lib libpelnor_platform.a
-         --core-lib libpelnor_core.a --ce-dir tools/ce-api
+         --program-libs libpelnor_base.a libpelnor_text.a ... --ce-dir tools/ce-api
 Exit status 1 when a function is missing on CE.
 """
 import argparse
@@ -86,13 +86,15 @@ def main():
     ap.add_argument('--exe', required=True)
     ap.add_argument('--baseline', required=True)
     ap.add_argument('--platform-lib', required=True)
-    ap.add_argument('--core-lib', required=True)
+    ap.add_argument('--program-libs', required=True, nargs='+')
     ap.add_argument('--ce-dir', required=True)
     args = ap.parse_args()
 
     program = imports_of(args.objdump, args.exe)
     baseline = imports_of(args.objdump, args.baseline)
-    platform_only = undefined_imports(args.nm, args.platform_lib) - undefined_imports(args.nm, args.core_lib)
+    platform_only = undefined_imports(args.nm, args.platform_lib)
+    for library in args.program_libs:
+        platform_only -= undefined_imports(args.nm, library)
     ce = ce_exports(args.ce_dir)
 
     checked = {n: d for n, d in program.items() if n not in baseline and n not in platform_only}

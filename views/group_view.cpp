@@ -4,8 +4,9 @@
 #include <stdio.h>
 
 #include "resources/resource.h"
-#include "shell/res_text.h"
-#include "shell/scoped_win.h"
+#include "base/message_box.h"
+#include "base/res_text.h"
+#include "base/scoped_win.h"
 #include "store/group_file.h"
 #include "store/group_store.h"
 #include "store/index_file.h"

@@ -121,14 +121,17 @@ TEST_F(FrameTest, StartUpPreparesTheDataFolderAndReloadsClearBackups)
     EXPECT_TRUE(watcher_.boxes().empty());
 }
 
-TEST_F(FrameTest, DataPathWithoutBackslashMakesPrefixedSiblings)
+TEST_F(FrameTest, DataPathWithoutBackslashKeepsEveryFileInsideTheFolder)
 {
     std::wstring news = data_.file(L"news");
     CreateDirectoryW(news.c_str(), nullptr);
+    ASSERT_TRUE(WriteFileBytes(news + L"\\group.dat", "fj.test\r\n"));
     ASSERT_NE(Start(news), nullptr);
-    EXPECT_TRUE(FolderExists(data_.file(L"newsdraft")));
-    EXPECT_TRUE(FileExists(data_.file(L"newsgroup.dat")));
-    EXPECT_FALSE(FileExists(data_.file(L"news\\group.dat")));
+    EXPECT_TRUE(FolderExists(news + L"\\draft"));
+    EXPECT_TRUE(FileExists(news + L"\\active.dat"));
+    EXPECT_TRUE(FileExists(news + L"\\fj.test.idx"));
+    EXPECT_FALSE(FileExists(data_.file(L"newsgroup.dat")));
+    EXPECT_FALSE(FolderExists(data_.file(L"newsdraft")));
 }
 
 TEST_F(FrameTest, FailedDataFolderStartUpIsReported)
@@ -139,6 +142,18 @@ TEST_F(FrameTest, FailedDataFolderStartUpIsReported)
     EXPECT_EQ(watcher_.boxes()[0].text, L"データファイルの初期化に失敗しました(3)"); /* path not found */
     EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONERROR);
     EXPECT_FALSE(watcher_.boxes()[0].has_owner);
+
+    /* An index of a version this program does not know is named first. */
+    watcher_.Clear();
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.bad\r\n"));
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"fj.bad.idx"), std::string("\x06\0\0\0", 4) + std::string(96, '\0')));
+    wcscpy(frame_.settings.DataPath, data_.path().c_str());
+    EXPECT_EQ(ReloadData(&frame_), 0);
+    ASSERT_EQ(watcher_.boxes().size(), 2u);
+    EXPECT_EQ(watcher_.boxes()[0].caption, L"PELNOR");
+    EXPECT_EQ(watcher_.boxes()[0].text, L"インデックスが不正です。");
+    EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONEXCLAMATION);
+    EXPECT_EQ(watcher_.boxes()[1].text, L"データファイルの初期化に失敗しました(13)");
 }
 
 TEST_F(FrameTest, IncompleteSettingsNameTheMissingValuesAndQuit)

@@ -3,7 +3,7 @@
 #include <windows.h>
 
 #include "resources/resource.h"
-#include "shell/res_text.h"
+#include "base/res_text.h"
 
 namespace {
 

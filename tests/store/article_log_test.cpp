@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "shell/scoped_win.h"
+#include "base/scoped_win.h"
 #include "store/article_reader.h"
 #include "store/article_writer.h"
 #include "store/index_file.h"
-#include "store/line_reader.h"
+#include "base/line_reader.h"
 #include "store_test_util.h"
 
 namespace {

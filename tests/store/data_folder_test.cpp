@@ -10,8 +10,8 @@
 TEST(DataFolder, StartMakesTheFilesAndRemovesDraftBackupsOnly)
 {
     TempFolder folder;
-    ModalWatcher boxes;
-    ASSERT_TRUE(StartDataFolder(folder.path().c_str()));
+    int unknown_version;
+    ASSERT_TRUE(StartDataFolder(folder.path().c_str(), &unknown_version));
     EXPECT_TRUE(FolderExists(folder.file(L"draft")));
     for (const wchar_t *name : {L"active.dat", L"category.dat", L"group.dat"}) {
         EXPECT_TRUE(FileExists(folder.file(name))) << name;
@@ -24,13 +24,13 @@ TEST(DataFolder, StartMakesTheFilesAndRemovesDraftBackupsOnly)
     for (const wchar_t *name : {L"draft\\one.bak", L"draft\\two.BAK", L"draft\\keep.txt", L"draft\\keep.bakup",
                                 L"outside.bak"})
         ASSERT_TRUE(WriteFileBytes(folder.file(name), "x"));
-    ASSERT_TRUE(StartDataFolder(folder.path().c_str()));
+    ASSERT_TRUE(StartDataFolder(folder.path().c_str(), &unknown_version));
+    EXPECT_EQ(unknown_version, 0);
     EXPECT_EQ(FileBytes(folder.file(L"group.dat")), "# none yet\r\n");
     for (const wchar_t *name : {L"draft\\one.bak", L"draft\\two.BAK"})
         EXPECT_FALSE(FileExists(folder.file(name))) << name;
     for (const wchar_t *name : {L"draft\\keep.txt", L"draft\\keep.bakup", L"outside.bak"})
         EXPECT_TRUE(FileExists(folder.file(name))) << name;
-    EXPECT_TRUE(boxes.boxes().empty());
 }
 
 TEST(DataFolder, EverySubscribedGroupGetsACurrentIndex)
@@ -45,9 +45,8 @@ TEST(DataFolder, EverySubscribedGroupGetsACurrentIndex)
     HeaderFields ok{5, 3};
     ASSERT_TRUE(WriteFileBytes(folder.file(L"fj.ok.idx"), HeaderBytes(ok)));
 
-    ModalWatcher boxes;
-    ASSERT_TRUE(StartDataFolder(folder.path().c_str()));
-    EXPECT_TRUE(boxes.boxes().empty());
+    int unknown_version;
+    ASSERT_TRUE(StartDataFolder(folder.path().c_str(), &unknown_version));
     EXPECT_EQ(FileBytes(folder.file(L"fj.new.idx")), HeaderBytes(HeaderFields()));
     EXPECT_FALSE(FileExists(folder.file(L"fj.new.log")));
     EXPECT_EQ(FileBytes(folder.file(L"fj.log.idx")),
@@ -60,21 +59,17 @@ TEST(DataFolder, EverySubscribedGroupGetsACurrentIndex)
     EXPECT_FALSE(FileExists(folder.file(L"ab.idx")));
 }
 
-TEST(DataFolder, UnknownIndexVersionIsShownAndStopsTheStart)
+TEST(DataFolder, UnknownIndexVersionStopsTheStart)
 {
     TempFolder folder;
     ASSERT_TRUE(WriteFileBytes(folder.file(L"group.dat"), "fj.first\r\nfj.bad\r\nfj.after\r\n"));
     std::string bad = U32(6) + std::string(96, '\0');
     ASSERT_TRUE(WriteFileBytes(folder.file(L"fj.bad.idx"), bad));
-    ModalWatcher boxes;
+    int unknown_version = 0;
     SetLastError(0);
-    EXPECT_FALSE(StartDataFolder(folder.path().c_str()));
+    EXPECT_FALSE(StartDataFolder(folder.path().c_str(), &unknown_version));
     EXPECT_EQ(GetLastError(), (DWORD)ERROR_INVALID_DATA);
-    ASSERT_EQ(boxes.boxes().size(), 1u);
-    EXPECT_EQ(boxes.boxes()[0].caption, L"PELNOR");
-    EXPECT_EQ(boxes.boxes()[0].text, L"インデックスが不正です。");
-    EXPECT_EQ(boxes.boxes()[0].icon, (UINT)MB_ICONEXCLAMATION);
-    EXPECT_FALSE(boxes.boxes()[0].has_owner);
+    EXPECT_EQ(unknown_version, 1);
     /* Groups before it were done, the bad one kept, those after not reached. */
     EXPECT_TRUE(FileExists(folder.file(L"fj.first.idx")));
     EXPECT_EQ(FileBytes(folder.file(L"fj.bad.idx")), bad);
@@ -87,11 +82,11 @@ TEST(DataFolder, GroupNameThatCannotBeAFileNameIsRefused)
     std::wstring inner = outer.file(L"data\\");
     ASSERT_TRUE(CreateDirectoryW(inner.c_str(), nullptr));
     ASSERT_TRUE(WriteFileBytes(inner + L"group.dat", "fj.fine\r\n..\\evil\r\nfj.later\r\n"));
-    ModalWatcher boxes;
+    int unknown_version = 1;
     SetLastError(0);
-    EXPECT_FALSE(StartDataFolder(inner.c_str()));
+    EXPECT_FALSE(StartDataFolder(inner.c_str(), &unknown_version));
     EXPECT_EQ(GetLastError(), (DWORD)ERROR_INVALID_NAME);
-    EXPECT_TRUE(boxes.boxes().empty());
+    EXPECT_EQ(unknown_version, 0);
     EXPECT_TRUE(FileExists(inner + L"fj.fine.idx"));
     EXPECT_FALSE(FileExists(outer.file(L"evil.idx")));
     EXPECT_FALSE(FileExists(inner + L"fj.later.idx"));

@@ -3,7 +3,7 @@
 #include <windows.h>
 #include <commctrl.h>
 
-#include "shell/res_text.h"
+#include "base/res_text.h"
 
 int wmain(int argc, wchar_t **argv)
 {
