@@ -1,12 +1,14 @@
 #include "connect_dialog.h"
 
+#include <stdlib.h>
 #include <wchar.h>
 
 #include "platform/ras.h"
 #include "resources/resource.h"
+#include "base/dialog.h"
 #include "base/frame_messages.h"
+#include "base/message_box.h"
 #include "base/res_text.h"
-#include "text/widestr.h"
 
 namespace {
 
@@ -25,15 +27,11 @@ const struct {
     {RASCS_Authenticated, IDS_RAS_AUTHENTICATED},
 };
 
-struct ConnectDialogStart {
+/* Lives as long as the window: made with it and freed when it goes. */
+struct ConnectDialog {
     HWND frame;
-    const wchar_t *entry_name;
+    const wchar_t *entry_name; /* for the title, at creation only */
 };
-
-HWND FrameOfDialog(HWND dialog)
-{
-    return (HWND)GetWindowLongPtrW(dialog, DWLP_USER);
-}
 
 void SetStatus(HWND dialog, UINT text_id)
 {
@@ -48,21 +46,18 @@ void Connected(HWND dialog)
 }
 
 /* The line dropped or was refused: the user learns only that it failed. */
-void Disconnected(HWND dialog)
+void Disconnected(HWND dialog, const ConnectDialog *state)
 {
     SetStatus(dialog, IDS_RAS_DISCONNECTED);
     ShowWindow(dialog, SW_HIDE);
-    wchar_t caption[256];
-    CopyWideText(caption, LoadResString(IDS_CAPTION_DIALUP_ERROR), 256);
-    MessageBoxW(dialog, LoadResString(IDS_RAS_FAILED), caption, MB_ICONEXCLAMATION);
-    PostMessageW(FrameOfDialog(dialog), WM_PELNOR_HANG_UP, 0, 0);
+    ShowResBox(dialog, IDS_RAS_FAILED, IDS_CAPTION_DIALUP_ERROR, MB_ICONEXCLAMATION);
+    PostMessageW(state->frame, WM_PELNOR_HANG_UP, 0, 0);
     PostMessageW(dialog, WM_CLOSE, 0, 0);
 }
 
 /* The title names the entry before the dialog is first shown. */
-void Init(HWND dialog, const ConnectDialogStart *start)
+void Init(HWND dialog, const ConnectDialog *start)
 {
-    SetWindowLongPtrW(dialog, DWLP_USER, (LONG_PTR)start->frame);
     const wchar_t *format = LoadResString(IDS_RAS_CONNECTING_TO);
     wchar_t title[256];
     _snwprintf(title, 255, format ? format : L"%s", start->entry_name);
@@ -70,57 +65,61 @@ void Init(HWND dialog, const ConnectDialogStart *start)
     SetWindowTextW(dialog, title);
 }
 
-void DialEvent(HWND dialog, UINT state)
+void DialEvent(HWND dialog, UINT dial_state, const ConnectDialog *state)
 {
-    if (state == RASCS_Connected) {
+    if (dial_state == RASCS_Connected) {
         Connected(dialog);
         return;
     }
-    if (state == RASCS_Disconnected) {
-        Disconnected(dialog);
+    if (dial_state == RASCS_Disconnected) {
+        Disconnected(dialog, state);
         return;
     }
     for (const auto &entry : kStateTexts) {
-        if (entry.state == state) {
+        if (entry.state == dial_state) {
             SetStatus(dialog, entry.text_id);
             return;
         }
     }
 }
 
-void Timer(HWND dialog, UINT_PTR id)
+void Timer(HWND dialog, UINT_PTR id, const ConnectDialog *state)
 {
     if (id != kConnectedTimer) {
         DestroyWindow(dialog);
         return;
     }
     KillTimer(dialog, kConnectedTimer);
-    PostMessageW(FrameOfDialog(dialog), WM_PELNOR_START_RUN, 0, 0);
+    PostMessageW(state->frame, WM_PELNOR_START_RUN, 0, 0);
     PostMessageW(dialog, WM_CLOSE, 0, 0);
 }
 
-INT_PTR CALLBACK ConnectDialogProc(HWND dialog, UINT msg, WPARAM wp, LPARAM lp)
+INT_PTR ConnectHandler(HWND dialog, UINT msg, WPARAM wp, LPARAM, ConnectDialog *state)
 {
     if (IsRasDialEvent(msg)) {
-        DialEvent(dialog, (UINT)wp);
+        DialEvent(dialog, (UINT)wp, state);
         return TRUE;
     }
     switch (msg) {
     case WM_INITDIALOG:
-        Init(dialog, (const ConnectDialogStart *)lp);
+        Init(dialog, state);
         return TRUE;
     case WM_TIMER:
-        Timer(dialog, wp);
+        Timer(dialog, wp, state);
         return TRUE;
     case WM_COMMAND:
         if (LOWORD(wp) == IDCANCEL) {
-            PostMessageW(FrameOfDialog(dialog), WM_PELNOR_HANG_UP, 0, 0);
+            PostMessageW(state->frame, WM_PELNOR_HANG_UP, 0, 0);
             PostMessageW(dialog, WM_CLOSE, 0, 0);
             return TRUE;
         }
         break;
     case WM_CLOSE:
         DestroyWindow(dialog);
+        return TRUE;
+    case WM_DESTROY:
+        SetWindowLongPtrW(dialog, DWLP_USER, 0);
+        free(state);
         return TRUE;
     }
     return FALSE;
@@ -130,10 +129,20 @@ INT_PTR CALLBACK ConnectDialogProc(HWND dialog, UINT msg, WPARAM wp, LPARAM lp)
 
 HWND CreateConnectDialog(HWND frame, HINSTANCE instance, const wchar_t *entry_name)
 {
-    ConnectDialogStart start = {frame, entry_name};
-    HWND dialog =
-        CreateDialogParamW(instance, MAKEINTRESOURCEW(IDD_DIALUP), frame, ConnectDialogProc, (LPARAM)&start);
-    if (dialog)
-        ShowWindow(dialog, SW_SHOW);
+    ConnectDialog *state = (ConnectDialog *)malloc(sizeof(ConnectDialog));
+    if (!state) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    state->frame = frame;
+    state->entry_name = entry_name;
+    HWND dialog = CreateModelessDialog<ConnectHandler>(instance, IDD_DIALUP, frame, state);
+    if (!dialog) {
+        DWORD error = GetLastError();
+        free(state);
+        SetLastError(error);
+        return nullptr;
+    }
+    ShowWindow(dialog, SW_SHOW);
     return dialog;
 }

@@ -1,6 +1,7 @@
 #include "dialup.h"
 
 #include "resources/resource.h"
+#include "base/dialog.h"
 #include "base/frame_messages.h"
 #include "base/res_text.h"
 
@@ -18,26 +19,20 @@ struct DisconnectDialog {
     DWORD wait_seconds;
 };
 
-HWND FrameOfDialog(HWND dialog)
-{
-    return ((DisconnectDialog *)GetWindowLongPtrW(dialog, DWLP_USER))->frame;
-}
-
 /* Hangs up through the frame and shows the result for half a second. */
-void HangUpAndClose(HWND dialog)
+void HangUpAndClose(HWND dialog, const DisconnectDialog *record)
 {
-    SendMessageW(FrameOfDialog(dialog), WM_PELNOR_HANG_UP, 0, 0);
+    SendMessageW(record->frame, WM_PELNOR_HANG_UP, 0, 0);
     EnableWindow(GetDlgItem(dialog, IDCANCEL), FALSE);
     SetDlgItemTextW(dialog, IDC_DIALUP_STATUS, LoadResString(IDS_RAS_DISCONNECTED));
     SetTimer(dialog, kClosingTimer, kClosingDelayMs, nullptr);
 }
 
-void Init(HWND dialog, DisconnectDialog *record)
+void Init(HWND dialog, const DisconnectDialog *record)
 {
-    SetWindowLongPtrW(dialog, DWLP_USER, (LONG_PTR)record);
     SetWindowTextW(dialog, LoadResString(IDS_RAS_DISCONNECTING));
     if (record->wait_seconds == 0) {
-        HangUpAndClose(dialog);
+        HangUpAndClose(dialog, record);
         return;
     }
     SetDlgItemTextW(dialog, IDC_DIALUP_STATUS, LoadResString(IDS_RAS_WILL_DISCONNECT));
@@ -46,28 +41,28 @@ void Init(HWND dialog, DisconnectDialog *record)
     SetTimer(dialog, kWaitTimer, ms, nullptr);
 }
 
-void Timer(HWND dialog, UINT_PTR id)
+void Timer(HWND dialog, UINT_PTR id, const DisconnectDialog *record)
 {
     if (id == kWaitTimer) {
         /* Kills the connect timer's id, so the wait timer keeps running;
          * it cannot fire again before the closing timer ends the dialog,
          * since the wait is at least a second. */
         KillTimer(dialog, kConnectTimer);
-        HangUpAndClose(dialog);
+        HangUpAndClose(dialog, record);
     } else if (id == kClosingTimer) {
         KillTimer(dialog, kClosingTimer);
         PostMessageW(dialog, WM_CLOSE, 0, 0);
     }
 }
 
-INT_PTR CALLBACK DisconnectDialogProc(HWND dialog, UINT msg, WPARAM wp, LPARAM lp)
+INT_PTR DisconnectHandler(HWND dialog, UINT msg, WPARAM wp, LPARAM, DisconnectDialog *record)
 {
     switch (msg) {
     case WM_INITDIALOG:
-        Init(dialog, (DisconnectDialog *)lp);
+        Init(dialog, record);
         return TRUE;
     case WM_TIMER:
-        Timer(dialog, wp);
+        Timer(dialog, wp, record);
         return TRUE;
     case WM_COMMAND:
         /* Cancel during the wait keeps the line up. */
@@ -77,7 +72,7 @@ INT_PTR CALLBACK DisconnectDialogProc(HWND dialog, UINT msg, WPARAM wp, LPARAM l
         }
         break;
     case WM_CLOSE:
-        EndDialog(dialog, 1);
+        EndDialog(dialog, kDialogOk);
         return TRUE;
     }
     return FALSE;
@@ -88,5 +83,5 @@ INT_PTR CALLBACK DisconnectDialogProc(HWND dialog, UINT msg, WPARAM wp, LPARAM l
 INT_PTR RunDisconnectDialog(HWND frame, HINSTANCE instance, DWORD wait_seconds)
 {
     DisconnectDialog record = {frame, wait_seconds};
-    return DialogBoxParamW(instance, MAKEINTRESOURCEW(IDD_DIALUP), frame, DisconnectDialogProc, (LPARAM)&record);
+    return RunDialog<DisconnectHandler>(instance, IDD_DIALUP, frame, &record);
 }

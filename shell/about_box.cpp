@@ -1,18 +1,22 @@
 #include "about_box.h"
 
+#include "base/dialog.h"
 #include "resources/resource.h"
 
 namespace {
 
-INT_PTR CALLBACK AboutProc(HWND dialog, UINT msg, WPARAM wp, LPARAM lp)
+/* The box shows its template's texts; it keeps no state of its own. */
+struct AboutBox {
+};
+
+INT_PTR AboutHandler(HWND dialog, UINT msg, WPARAM wp, LPARAM, AboutBox *)
 {
-    (void)lp;
     switch (msg) {
     case WM_INITDIALOG:
         return TRUE;
     case WM_COMMAND:
         if (LOWORD(wp) == IDOK || LOWORD(wp) == IDCANCEL) {
-            EndDialog(dialog, LOWORD(wp));
+            EndDialog(dialog, LOWORD(wp) == IDOK ? kDialogOk : kDialogCancel);
             return TRUE;
         }
         break;
@@ -24,5 +28,6 @@ INT_PTR CALLBACK AboutProc(HWND dialog, UINT msg, WPARAM wp, LPARAM lp)
 
 void RunAboutBox(HINSTANCE instance, HWND owner)
 {
-    DialogBoxParamW(instance, MAKEINTRESOURCEW(IDD_ABOUT), owner, AboutProc, 0);
+    AboutBox box;
+    RunDialog<AboutHandler>(instance, IDD_ABOUT, owner, &box);
 }

@@ -1,5 +1,6 @@
 #include "catchup_command.h"
 
+#include "base/dialog.h"
 #include "resources/resource.h"
 #include "base/message_box.h"
 #include "base/res_text.h"
@@ -15,26 +16,21 @@ struct CatchUpDialog {
     DWORD server; /* skip what the server holds now */
 };
 
-INT_PTR CALLBACK CatchUpProc(HWND dialog, UINT msg, WPARAM wp, LPARAM lp)
+INT_PTR CatchUpHandler(HWND dialog, UINT msg, WPARAM wp, LPARAM, CatchUpDialog *state)
 {
-    CatchUpDialog *state = (CatchUpDialog *)GetWindowLongPtrW(dialog, DWLP_USER);
     switch (msg) {
     case WM_INITDIALOG:
-        state = (CatchUpDialog *)lp;
         state->dialog = dialog;
-        SetWindowLongPtrW(dialog, DWLP_USER, (LONG_PTR)state);
         return TRUE;
     case WM_COMMAND:
-        if (!state)
-            break;
         if (LOWORD(wp) == IDOK) {
-            state->local = SendDlgItemMessageW(dialog, IDC_CATCHUP_LOCAL, BM_GETCHECK, 0, 0) == BST_CHECKED;
-            state->server = SendDlgItemMessageW(dialog, IDC_CATCHUP_SERVER, BM_GETCHECK, 0, 0) == BST_CHECKED;
-            EndDialog(dialog, 1);
+            state->local = IsDlgButtonChecked(dialog, IDC_CATCHUP_LOCAL) == BST_CHECKED;
+            state->server = IsDlgButtonChecked(dialog, IDC_CATCHUP_SERVER) == BST_CHECKED;
+            EndDialog(dialog, kDialogOk);
             return TRUE;
         }
         if (LOWORD(wp) == IDCANCEL) {
-            EndDialog(dialog, 2);
+            EndDialog(dialog, kDialogCancel);
             return TRUE;
         }
         break;
@@ -64,8 +60,7 @@ void CatchUpCommand(AppFrame *frame)
     }
 
     CatchUpDialog choice = {nullptr, 0, 0};
-    DialogBoxParamW(frame->instance, MAKEINTRESOURCEW(IDD_CATCHUP), frame->mainWindow, CatchUpProc,
-                    (LPARAM)&choice);
+    RunDialog<CatchUpHandler>(frame->instance, IDD_CATCHUP, frame->mainWindow, &choice);
 
     if (choice.local) {
         if (IndexMarkAllRead(&store))

@@ -55,7 +55,7 @@ void OnRunFinished(AppFrame *frame, DownloadJob *job)
         ShowResBox(frame->mainWindow, IDS_DOWNLOAD_DONE, IDS_CAPTION_DISCONNECT, MB_OK);
         ReloadData(frame);
     } else {
-        MessageBoxW(nullptr, job->result->text, job->result->title, MB_ICONERROR);
+        ShowBox(nullptr, job->result->text, job->result->title, MB_ICONERROR);
     }
     frame->busy = 0;
     FreeDownloadJob(job);

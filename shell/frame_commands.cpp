@@ -12,7 +12,7 @@
 #include "shell/catchup_command.h"
 #include "shell/delete_read_command.h"
 #include "shell/download_command.h"
-#include "shell/view_switch.h"
+#include "shell/panes.h"
 #include "subscribe/subscribe_dialog.h"
 
 void UpdateCheckMarks(AppFrame *frame)
@@ -81,6 +81,8 @@ void FrameCommand(AppFrame *frame, UINT id, UINT code)
         if (id == IDM_COPY && frame->currentView != kArticleView)
             return;
     }
+    if (RoutePaneCommand(frame, id, code))
+        return;
     switch (id) {
     case IDM_EXIT:
         SendMessageW(frame->mainWindow, WM_CLOSE, 0, 0);
@@ -123,7 +125,7 @@ void FrameCommand(AppFrame *frame, UINT id, UINT code)
         break;
     case IDM_DRAFTS_GROUPS:
     case IDM_SUBJECT_BACK:
-        SwitchToGroupView(frame, false);
+        SwitchToPane(frame, kGroupView);
         break;
     }
 }

@@ -16,7 +16,7 @@
 #include "shell/frame_commands.h"
 #include "base/message_box.h"
 #include "base/res_text.h"
-#include "shell/view_switch.h"
+#include "shell/panes.h"
 
 namespace {
 
@@ -65,17 +65,9 @@ void ReportMissingSettings()
 {
     wchar_t missing[256];
     DescribeMissingSettings(missing, 256);
-    wchar_t format[1024] = L"%s";
-    const wchar_t *loaded = LoadResString(IDS_SETTINGS_MISSING);
-    if (loaded)
-        CopyWideText(format, loaded, 1024);
     wchar_t text[1400];
-    _snwprintf(text, 1400, format, missing);
-    text[1399] = L'\0';
-    wchar_t caption[64] = L"PELNOR";
-    if ((loaded = LoadResString(IDS_CAPTION_PELNOR)) != nullptr)
-        CopyWideText(caption, loaded, 64);
-    MessageBoxW(nullptr, text, caption, MB_ICONEXCLAMATION);
+    FormatResText(IDS_SETTINGS_MISSING, missing, text, 1400);
+    ShowTextBox(text, IDS_CAPTION_PELNOR, MB_ICONEXCLAMATION);
 }
 
 void ReadViewOptions(AppFrame *frame)
@@ -126,7 +118,8 @@ bool OnCreate(AppFrame *frame)
     SetFrameIcon(frame);
 
     ReloadData(frame);
-    SwitchToGroupView(frame, true);
+    PaneSwitch start = {true, nullptr, 0};
+    SwitchToPane(frame, kGroupView, &start);
     return true;
 }
 
@@ -135,13 +128,6 @@ void OnDestroy(AppFrame *frame)
     if (frame->groupView->list)
         GroupViewSaveWidths(frame->groupView);
     PostQuitMessage(0);
-}
-
-void OnSize(AppFrame *frame)
-{
-    HWND bars[] = {frame->groupMenuBar, frame->subjectMenuBar, frame->articleMenuBar};
-    HWND panes[] = {frame->groupView->list};
-    LayoutFramePanes(frame->mainWindow, bars, 3, panes, 1);
 }
 
 LRESULT CALLBACK FrameWindowProc(HWND window, UINT msg, WPARAM wp, LPARAM lp)
@@ -156,12 +142,14 @@ LRESULT CALLBACK FrameWindowProc(HWND window, UINT msg, WPARAM wp, LPARAM lp)
         return 0;
     case WM_SIZE:
         if (frame)
-            OnSize(frame);
+            LayoutPanes(frame);
         return 0;
     case WM_SETFOCUS:
         if (frame)
-            FocusCurrentView(frame);
+            FocusCurrentPane(frame);
         return 0;
+    case WM_NOTIFY:
+        return frame ? RoutePaneNotify(frame, (const NMHDR *)lp) : 0;
     case WM_COMMAND:
         if (frame)
             FrameCommand(frame, LOWORD(wp), HIWORD(wp));
