@@ -139,6 +139,8 @@ int WriteKept(GroupStore *store, HANDLE old_log, HANDLE new_index, HANDLE new_lo
                 continue;
             DWORD offset = record.log_offset;
             record.log_offset = articles.written;
+            /* The subject text moves with its article. */
+            record.subject_text_offset = record.subject_text_offset - offset + articles.written;
             ok = CopyArticle(&window, offset, record.log_length, &articles) &&
                  Put(&kept_records, &record, sizeof record);
             if (!ok)

@@ -11,7 +11,8 @@
 /* Rewrites the group's log and index without the read articles, through
  * the temporaries named after the index ("...id~" and "...lo~"), then
  * replaces the log and then the index with them. Kept records get their new
- * log offsets; their subject-text offsets stay as they were. Record, high
+ * log offsets, and their subject-text offsets move by the same difference,
+ * so re-filtering and the subject view read their own subjects. Record, high
  * and low counts follow the kept records, the saved position becomes 0. A
  * failure before the replacement leaves both old files untouched and the
  * temporaries removed. The store's names must be set. */

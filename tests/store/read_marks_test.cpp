@@ -47,8 +47,8 @@ TEST_F(ReadMarksTest, DeletionKeepsTheUnreadArticles)
         WriteFour(read);
         ASSERT_TRUE(DeleteReadArticles(&store_));
         /* The unread articles back to back; their records with new log
-         * offsets but the old subject-text offsets; counts of the kept ones,
-         * saved position 0, unread unchanged. */
+         * and subject-text offsets; counts of the kept ones, saved position
+         * 0, unread unchanged. */
         std::string log, records;
         HeaderFields h = header_;
         h.record_count = h.saved_position = h.high = h.low = 0;
@@ -57,6 +57,7 @@ TEST_F(ReadMarksTest, DeletionKeepsTheUnreadArticles)
                 continue;
             RecordFields r = group_.records[i];
             r.offset = (uint32_t)log.size();
+            r.subject_offset = r.offset + 9;
             log += group_.articles[i];
             records += RecordBytes(r);
             h.record_count++;
@@ -67,6 +68,19 @@ TEST_F(ReadMarksTest, DeletionKeepsTheUnreadArticles)
         EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(h) + records);
         ExpectNoTemporaries();
     }
+
+    /* A keyword given after the deletion sorts the kept articles by their
+     * own subjects. */
+    ASSERT_TRUE(WriteFileBytes(FilterPath(), "+ zero\r\n- two\r\n"));
+    WriteFour({true, false, false, true});
+    ASSERT_TRUE(DeleteReadArticles(&store_));
+    ASSERT_TRUE(IndexReadHeader(&store_));
+    ASSERT_TRUE(IndexRefilter(&store_));
+    std::string index = FileBytes(IndexPath());
+    ASSERT_EQ(index.size(), 100u + 2 * 92);
+    EXPECT_EQ(ReadU32(index, 100), 0u);          /* "one": no keyword */
+    EXPECT_EQ(ReadU32(index, 100 + 92), 1u << 1); /* "two": low */
+    DeleteFileW(FilterPath().c_str());
 
     /* A group without records is rewritten too. */
     ASSERT_TRUE(WriteFileBytes(IndexPath(), HeaderBytes(HeaderFields{5, 0, 0, 0, 0, 9})));
