@@ -75,6 +75,16 @@
 /* ---- controls of the dial-up dialog (Cancel is IDCANCEL) ---- */
 #define IDC_DIALUP_STATUS       1031
 
+/* ---- controls of the keyword dialog (OK and Cancel are IDOK, IDCANCEL) ---- */
+#define IDC_KEYWORD             1039
+#define IDC_KEYWORD_HIGH        1040
+#define IDC_KEYWORD_NORMAL      1041
+#define IDC_KEYWORD_LOW         1042
+
+/* ---- children of the subject and article views ---- */
+#define IDC_SUBJECT_SCROLL      105
+#define IDC_SUBJECT_HEADER      109
+
 /* ---- child window ids of the frame ---- */
 #define IDC_GROUP_VIEW          101
 #define IDC_ARTICLE_VIEW        104

@@ -3,7 +3,8 @@
 
 Every image is drawn from the small character grids below, one character a
 pixel; '.' is the background, which is also the pixel at (0, 0) of every
-strip, so image lists can take it as their mask colour.
+strip, so image lists can take it as their mask colour. The subject view's
+marks are copied as they are and have a white background instead.
 """
 import os
 import struct
@@ -253,43 +254,46 @@ nn.nn...
 ........
 """
 
+# The subject view's 10 x 10 marks, copied as they are onto its white rows:
+# their background is white. Read: a heavy check; high: a red arrow up;
+# low: a blue arrow down.
 READ10 = """
-..........
-........n.
-.......nn.
-......nn..
-.n...nn...
-.nn.nn....
-..nnn.....
-...n......
-..........
-..........
+wwwwwwwwww
+wwwwwwwwnn
+wwwwwwwnnn
+wwwwwwnnnw
+wnnwwnnnww
+wnnnnnnwww
+wwnnnnwwww
+wwwnnwwwww
+wwwwwwwwww
+wwwwwwwwww
 """
 
 HIGH10 = """
-..........
-....rr....
-...rrrr...
-..rrrrrr..
-.rrrrrrrr.
-....rr....
-....rr....
-....rr....
-....rr....
-..........
+wwwwrrwwww
+wwwrrrrwww
+wwrrrrrrww
+wrrrrrrrrw
+rrrwrrwrrr
+wwwwrrwwww
+wwwwrrwwww
+wwwwrrwwww
+wwwwrrwwww
+wwwwwwwwww
 """
 
 LOW10 = """
-..........
-....bb....
-....bb....
-....bb....
-....bb....
-.bbbbbbbb.
-..bbbbbb..
-...bbbb...
-....bb....
-..........
+wwwwwwwwww
+wwwwbbwwww
+wwwwbbwwww
+wwwwbbwwww
+wwwwbbwwww
+bbbwbbwbbb
+wbbbbbbbbw
+wwbbbbbbww
+wwwbbbbwww
+wwwwbbwwww
 """
 
 

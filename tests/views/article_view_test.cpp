@@ -1,0 +1,219 @@
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include "resources/resource.h"
+#include "settings/settings.h"
+#include "view_parent.h"
+#include "views/article_view.h"
+
+namespace {
+
+const COLORREF kHeader = RGB(200, 0, 0), kQuote = RGB(0, 0, 200);
+
+class ArticleViewTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        static bool registered = RegisterArticleViewClass(GetModuleHandleW(nullptr)) != 0;
+        ASSERT_TRUE(registered);
+        ASSERT_TRUE(MakeViewFont(L"Tahoma", 14, &font_));
+        ArticleViewInit(&view_, &text_);
+        RECT rc = {0, 0, 240, 300};
+        ASSERT_TRUE(ArticleViewCreate(&view_, GetModuleHandleW(nullptr), parent_.window, IDC_ARTICLE_VIEW, &rc));
+        ArticleViewSetLook(&view_, font_, kHeader, kQuote, 0, 0);
+        ArticleViewShow(&view_, SW_SHOW);
+    }
+    void TearDown() override
+    {
+        ArticleViewRelease(&view_);
+        ArticleTextFree(&text_);
+        DeleteObject(font_);
+    }
+    void Show(const std::wstring &text)
+    {
+        ASSERT_TRUE(ArticleTextSet(&text_, text.c_str()));
+        UpdateWindow(view_.window);
+        ASSERT_EQ(view_.rows_per_page, 21u); /* 298 pixels of 14-pixel lines */
+    }
+    std::wstring Line(DWORD i) { return std::wstring(view_.lines[i].text, view_.lines[i].length); }
+    int Width(const std::wstring &text)
+    {
+        HDC dc = GetDC(view_.window);
+        HGDIOBJ old = SelectObject(dc, font_);
+        SIZE size;
+        GetTextExtentPoint32W(dc, text.c_str(), (int)text.size(), &size);
+        SelectObject(dc, old);
+        ReleaseDC(view_.window, dc);
+        return size.cx;
+    }
+    /* The display lines from `*next` that make up `logical`; each but the
+     * last fills the width: one more unit reaches it. */
+    std::vector<DWORD> Wrapped(DWORD *next, const std::wstring &logical)
+    {
+        std::vector<DWORD> used;
+        std::wstring joined;
+        while (joined.size() < logical.size() || (logical.empty() && used.empty())) {
+            std::wstring line = Line(*next);
+            EXPECT_LT(Width(line), 222) << *next;
+            if (joined.size() + line.size() < logical.size())
+                EXPECT_GE(Width(line + logical.substr(joined.size() + line.size(), 1)), 222) << *next;
+            joined += line;
+            used.push_back((*next)++);
+        }
+        EXPECT_EQ(joined, logical);
+        return used;
+    }
+    bool HasColour(DWORD row, COLORREF colour)
+    {
+        HDC dc = GetDC(view_.window);
+        bool found = false;
+        for (int y = 1 + 14 * (int)row; y < 15 + 14 * (int)row && !found; y++)
+            for (int x = 1; x < 222 && !found; x++)
+                found = GetPixel(dc, x, y) == colour;
+        ReleaseDC(view_.window, dc);
+        return found;
+    }
+
+    ViewParent parent_;
+    HFONT font_ = nullptr;
+    ArticleText text_ = {};
+    ArticleView view_;
+};
+
+TEST_F(ArticleViewTest, LayoutWrapsFiltersAndColoursLines)
+{
+    const std::wstring subject = L"Subject: 京都の天気予報について会議資料を送ります確認してください";
+    const std::wstring body = L"今日は晴れ。東京大阪京都の天気予報を確認して連絡します。資料は明日の会議で";
+    const std::wstring quoted = L"> 昨日は雨でした。電車の時間が変わりましたので報告します会議";
+    Show(L"Path: a!b\r\nFrom: 山田太郎\r\n" + subject + L"\r\nDate: 5 Mar 2024\r\n\r\n" + body + L"\r\n" + quoted +
+         L"\r\n＞ 短い\r\n\f続き\r\n最後め\r\n");
+    DWORD next = 0;
+    Wrapped(&next, L"From: 山田太郎");
+    EXPECT_GE(Wrapped(&next, subject).size(), 2u);
+    EXPECT_EQ(view_.header_lines, next); /* From and Subject only */
+    Wrapped(&next, L"");
+    for (DWORD i : Wrapped(&next, body))
+        EXPECT_EQ(view_.lines[i].quote, 0u);
+    std::vector<DWORD> quote_lines = Wrapped(&next, quoted);
+    EXPECT_GE(quote_lines.size(), 2u);
+    for (DWORD i : quote_lines)
+        EXPECT_EQ(view_.lines[i].quote, 1u);
+    EXPECT_EQ(view_.lines[Wrapped(&next, L"＞ 短い")[0]].quote, 1u);
+    /* A form feed is a page of blank lines. */
+    for (DWORD i = 0; i < 21; i++)
+        EXPECT_EQ(Line(next++), L"");
+    Wrapped(&next, L"続き");
+    Wrapped(&next, L"最後め"); /* め takes no CR with it (below) */
+    for (DWORD i = 0; i < 21; i++)
+        EXPECT_EQ(Line(next++), L""); /* the blank page after the text */
+    EXPECT_EQ(view_.lines[next].text, nullptr);
+    EXPECT_EQ(view_.total_lines, next);
+
+    /* Header lines in the header colour, quotes in the quote colour. */
+    EXPECT_TRUE(HasColour(0, kHeader));
+    EXPECT_TRUE(HasColour(quote_lines.back(), kQuote));
+    EXPECT_FALSE(HasColour(quote_lines[0] - 1, kQuote) || HasColour(quote_lines[0] - 1, kHeader));
+
+    /* Every header line with show-all; none but the empty line when the
+     * header has neither From nor Subject. */
+    ArticleViewSetShowHeaders(&view_, 1);
+    UpdateWindow(view_.window);
+    next = 0;
+    Wrapped(&next, L"Path: a!b");
+    Wrapped(&next, L"From: 山田太郎");
+    Wrapped(&next, subject);
+    Wrapped(&next, L"Date: 5 Mar 2024");
+    EXPECT_EQ(view_.header_lines, next);
+    ArticleViewSetShowHeaders(&view_, 0);
+    Show(L"Path: x\r\n\r\nbody\r\n");
+    EXPECT_EQ(view_.header_lines, 0u);
+    EXPECT_EQ(Line(0), L"");
+    EXPECT_EQ(Line(1), L"body");
+
+    /* A unit whose low byte is a Shift_JIS lead byte (め is U+3081) goes
+     * with the unit after it: with room for five pairs and one め, a line
+     * holds the five pairs. */
+    int width = 5 * Width(L"めい") + Width(L"め") + 1;
+    MoveWindow(view_.window, 0, 0, width + 18, 300, TRUE);
+    Show(L"\r\nめいめいめいめいめいめいめい\r\n");
+    EXPECT_EQ(Line(1), L"めいめいめいめいめい");
+}
+
+TEST_F(ArticleViewTest, KeysScrollByPageOrLineAndMoveOn)
+{
+    std::wstring text = L"From: a\r\nSubject: b\r\n\r\n";
+    for (int i = 0; i < 50; i++)
+        text += L"line " + std::to_wstring(i) + L"\r\n";
+    Show(text); /* 53 lines and a blank page: 74 */
+    ASSERT_EQ(view_.total_lines, 74u);
+    /* (line scroll, auto-next, key, top after it, notices) */
+    const struct {
+        int line, next;
+        WPARAM key;
+        DWORD top;
+        std::vector<UINT> notices;
+    } steps[] = {
+        {0, 0, VK_NEXT, 19, {}},  {0, 0, VK_SPACE, 38, {}}, {0, 0, VK_RIGHT, 53, {}}, {0, 0, VK_DOWN, 53, {}},
+        {0, 0, VK_PRIOR, 34, {}}, {0, 0, VK_UP, 15, {}},    {0, 0, VK_DOWN, 34, {}},  {0, 1, VK_SPACE, 34, {2}},
+        {1, 0, VK_DOWN, 35, {}},  {1, 0, VK_UP, 34, {}},    {1, 1, VK_DOWN, 34, {2}}, {1, 1, VK_LEFT, 15, {}},
+        {0, 0, VK_TAB, 15, {2}},  {0, 0, VK_RETURN, 15, {2}}, {0, 0, VK_ESCAPE, 15, {1}},
+    };
+    for (const auto &s : steps) {
+        ViewParent::notices().clear();
+        view_.line_scroll = s.line;
+        view_.auto_next = s.next;
+        SendKey(view_.window, s.key);
+        UpdateWindow(view_.window);
+        EXPECT_EQ(view_.top_line, s.top) << s.key;
+        EXPECT_EQ(ViewParent::notices(), s.notices) << s.key;
+    }
+    /* A line key while the last scroll is not yet painted is dropped. */
+    view_.line_scroll = 1;
+    view_.auto_next = 0;
+    SendKey(view_.window, VK_DOWN);
+    SendKey(view_.window, VK_DOWN);
+    EXPECT_EQ(view_.top_line, 16u);
+
+    /* Copy takes the whole article, hidden header lines too. */
+    ASSERT_TRUE(ArticleViewCopy(&view_, parent_.window));
+    ASSERT_TRUE(OpenClipboard(parent_.window));
+    HANDLE data = GetClipboardData(CF_UNICODETEXT);
+    std::wstring copied = data ? (const wchar_t *)GlobalLock(data) : L"";
+    if (data)
+        GlobalUnlock(data);
+    CloseClipboard();
+    EXPECT_EQ(copied, text);
+}
+
+TEST_F(ArticleViewTest, ShortTextsMoveOnAtOnceAndKeepTheirScrollRange)
+{
+    /* The maximum is total - 2 x page as an unsigned number, the page size
+     * when that is 0: a text shorter than a page gives the wrapped number,
+     * read back as the scroll bar control keeps it. */
+    HWND probe = CreateWindowExW(0, L"SCROLLBAR", L"", WS_CHILD | SBS_VERT, 0, 0, 16, 100, parent_.window, nullptr,
+                                 nullptr, nullptr);
+    SetScrollRange(probe, SB_CTL, 0, (int)(DWORD)(3 + 21 - 42), FALSE);
+    int wrapped_low, wrapped;
+    GetScrollRange(probe, SB_CTL, &wrapped_low, &wrapped);
+    const struct {
+        int lines;
+        int maximum;
+    } cases[] = {{3, wrapped}, {21, 21}, {30, 9}};
+    for (const auto &c : cases) {
+        std::wstring text = L"\r\n";
+        for (int i = 1; i < c.lines; i++)
+            text += L"x\r\n";
+        Show(text);
+        int low, high;
+        GetScrollRange(view_.scroll_bar, SB_CTL, &low, &high);
+        EXPECT_EQ(high, c.maximum) << c.lines;
+    }
+    view_.auto_next = 1;
+    Show(L"From: a\r\n\r\nshort\r\n");
+    ViewParent::notices().clear();
+    SendKey(view_.window, VK_NEXT);
+    EXPECT_EQ(ViewParent::notices(), std::vector<UINT>{2});
+}
+
+} // namespace

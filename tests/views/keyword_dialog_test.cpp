@@ -1,0 +1,124 @@
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <functional>
+
+#include "resources/resource.h"
+#include "support/gui_helper.h"
+#include "support/temp_folder.h"
+#include "views/keyword_dialog.h"
+
+namespace {
+
+class KeywordDialogTest : public ::testing::Test {
+protected:
+    /* Runs the dialog on fj.a.flt holding `before`; `act` works it after it
+     * is shown. The dialog's result, the combo's items (text and data) and
+     * the radio checked when `act` began. */
+    INT_PTR Run(const std::string &before, const wchar_t *proposed, std::function<void(HWND)> act)
+    {
+        if (!before.empty())
+            WriteFileBytes(path_, before);
+        watcher_.SetDialogHandler([&](HWND dialog) {
+            caption_ = WindowText(dialog);
+            RunSoon([&, dialog] {
+                HWND combo = GetDlgItem(dialog, IDC_KEYWORD);
+                items_.clear();
+                for (int i = 0; i < (int)SendMessageW(combo, CB_GETCOUNT, 0, 0); i++) {
+                    wchar_t text[256];
+                    SendMessageW(combo, CB_GETLBTEXT, i, (LPARAM)text);
+                    items_.push_back(std::wstring(text) + L"=" +
+                                     std::to_wstring(SendMessageW(combo, CB_GETITEMDATA, i, 0)));
+                }
+                selected_ = (int)SendMessageW(combo, CB_GETCURSEL, 0, 0);
+                act(dialog);
+            });
+        });
+        KeywordDialogState state;
+        return RunKeywordDialog(&state, GetModuleHandleW(nullptr), nullptr, path_.c_str(), proposed);
+    }
+    static void Pick(HWND dialog, int index)
+    {
+        SendDlgItemMessageW(dialog, IDC_KEYWORD, CB_SETCURSEL, index, 0);
+        SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(IDC_KEYWORD, CBN_SELCHANGE), 0);
+    }
+
+    TempFolder data_;
+    std::wstring path_ = data_.file(L"fj.a.flt");
+    ModalWatcher watcher_;
+    std::wstring caption_;
+    std::vector<std::wstring> items_;
+    int selected_ = -1;
+};
+
+TEST_F(KeywordDialogTest, OkWritesTheWholeListCancelNothing)
+{
+    const std::string file = "+ beta\r\n- alpha\r\n\r\n";
+    /* The proposed subject, normal, then the file's keywords, sorted. */
+    EXPECT_EQ(Run(file, L"京都", [](HWND d) { ClickButton(d, IDCANCEL); }), 2);
+    EXPECT_EQ(caption_, L"ｷｰﾜｰﾄﾞ設定");
+    EXPECT_EQ(items_, (std::vector<std::wstring>{L"alpha=1", L"beta=2", L"京都=0"}));
+    EXPECT_EQ(selected_, 2);
+    EXPECT_EQ(FileBytes(path_), file);
+
+    const struct {
+        const char *what;
+        std::function<void(HWND)> act;
+        std::string after;
+    } cases[] = {
+        {"proposed made high", [](HWND d) { ClickButton(d, IDC_KEYWORD_HIGH); },
+         "- alpha\r\n+ beta\r\n+ \x8B\x9E\x93\x73\r\n"},
+        {"existing made normal",
+         [](HWND d) {
+             Pick(d, 1);
+             EXPECT_TRUE(IsDlgButtonChecked(d, IDC_KEYWORD_HIGH));
+             ClickButton(d, IDC_KEYWORD_NORMAL);
+         },
+         "- alpha\r\n"},
+        {"typed, low",
+         [](HWND d) {
+             HWND edit = GetWindow(GetDlgItem(d, IDC_KEYWORD), GW_CHILD);
+             SetWindowTextW(edit, L"");
+             for (wchar_t c : std::wstring(L"gamma"))
+                 SendMessageW(edit, WM_CHAR, c, 0);
+             ClickButton(d, IDC_KEYWORD_LOW);
+         },
+         "- alpha\r\n+ beta\r\n- gamma\r\n"},
+        {"empty edit, high",
+         [](HWND d) {
+             SetDlgItemTextW(d, IDC_KEYWORD, L"");
+             SendDlgItemMessageW(d, IDC_KEYWORD, CB_SETCURSEL, (WPARAM)-1, 0);
+             ClickButton(d, IDC_KEYWORD_HIGH);
+         },
+         "+ \r\n- alpha\r\n+ beta\r\n"},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(Run(file, L"京都", [&](HWND d) {
+                      c.act(d);
+                      ClickButton(d, IDOK);
+                  }),
+                  1)
+            << c.what;
+        EXPECT_EQ(FileBytes(path_), c.after) << c.what;
+        EXPECT_FALSE(FileExists(path_ + L"~")) << c.what;
+    }
+    EXPECT_TRUE(watcher_.boxes().empty());
+}
+
+TEST_F(KeywordDialogTest, FilesThatCannotBeOpenedAreReported)
+{
+    /* A folder in the file's place: it cannot be read, nor replaced. */
+    ASSERT_TRUE(CreateDirectoryW(path_.c_str(), nullptr));
+    ASSERT_TRUE(CreateDirectoryW((path_ + L"~").c_str(), nullptr));
+    EXPECT_EQ(Run("", nullptr, [](HWND d) { ClickButton(d, IDOK); }), 2);
+    EXPECT_TRUE(items_.empty());
+    ASSERT_EQ(watcher_.boxes().size(), 2u);
+    for (const RecordedBox &box : watcher_.boxes()) {
+        EXPECT_EQ(box.caption, path_);
+        EXPECT_EQ(box.text, L"ファイルが開けませんでした(5)");
+        EXPECT_EQ(box.icon, (UINT)MB_ICONERROR);
+    }
+}
+
+} // namespace

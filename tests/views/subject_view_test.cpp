@@ -1,0 +1,247 @@
+#include <gtest/gtest.h>
+
+#include <windows.h>
+#include <commctrl.h>
+
+#include "resources/resource.h"
+#include "settings/settings.h"
+#include "support/group_bytes.h"
+#include "support/registry_fixture.h"
+#include "view_parent.h"
+#include "views/subject_view.h"
+
+namespace {
+
+/* Rows of `count` articles "a0", "a1", ... with the given flags. */
+std::vector<GroupArticle> Articles(int count, std::vector<uint32_t> flags = {})
+{
+    std::vector<GroupArticle> articles;
+    for (int i = 0; i < count; i++)
+        articles.push_back({L"山田太郎", L"a" + std::to_wstring(i), "0305", {L"body"},
+                            i < (int)flags.size() ? flags[i] : 0});
+    return articles;
+}
+
+class SubjectViewTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        DeletePelnorKey();
+        static bool registered = RegisterSubjectViewClass(GetModuleHandleW(nullptr)) != 0;
+        ASSERT_TRUE(registered);
+        ASSERT_TRUE(MakeViewFont(L"Tahoma", 14, &font_));
+        SubjectViewInit(&view_);
+    }
+    void TearDown() override
+    {
+        SubjectViewRelease(&view_);
+        DeleteObject(font_);
+        DeletePelnorKey();
+    }
+    /* A view with room for ten 14-pixel rows over the group. */
+    void Open(const std::vector<GroupArticle> &articles, int show_read = 0, DWORD level = 1, int line_scroll = 0)
+    {
+        if (view_.window) {
+            SubjectViewRelease(&view_);
+            SubjectViewInit(&view_);
+        }
+        WriteGroupFiles(data_, L"fj.a", articles);
+        RECT rc = {0, 0, 240, 162};
+        ASSERT_TRUE(SubjectViewCreate(&view_, GetModuleHandleW(nullptr), parent_.window, IDC_SUBJECT_VIEW, &rc,
+                                      show_read, level));
+        SubjectViewSetLook(&view_, font_, line_scroll);
+        SubjectViewShow(&view_, SW_SHOW);
+        ASSERT_TRUE(SubjectViewOpenGroup(&view_, data_.path().c_str(), L"fj.a"));
+        UpdateWindow(view_.window);
+        ASSERT_EQ(view_.list.page_size, 10u);
+    }
+    void Tap(DWORD row, UINT msg = WM_LBUTTONDOWN)
+    {
+        SendMessageW(view_.window, msg, MK_LBUTTON, MAKELPARAM(30, view_.rows.top + (int)row * 14 + 2));
+    }
+    std::wstring Subject(DWORD row)
+    {
+        wchar_t text[64];
+        SubjectViewCellText(&view_, row, kColumnSubject, text, 64);
+        return text;
+    }
+    COLORREF Pixel(int x, DWORD row, int y)
+    {
+        ScopedGetDCForTest dc(view_.window);
+        return GetPixel(dc.dc, x, view_.rows.top + (int)row * view_.row_height + (view_.row_height - 10) / 2 + y);
+    }
+    struct ScopedGetDCForTest {
+        explicit ScopedGetDCForTest(HWND w) : window(w), dc(GetDC(w)) {}
+        ~ScopedGetDCForTest() { ReleaseDC(window, dc); }
+        HWND window;
+        HDC dc;
+    };
+    /* Whether a cell of a row holds anything but white. */
+    bool Inked(DWORD row, int left, int right)
+    {
+        ScopedGetDCForTest dc(view_.window);
+        int top = view_.rows.top + (int)row * view_.row_height;
+        for (int y = top; y < top + view_.row_height; y++)
+            for (int x = left; x < right; x++)
+                if (GetPixel(dc.dc, x, y) != RGB(255, 255, 255))
+                    return true;
+        return false;
+    }
+
+    TempFolder data_;
+    ViewParent parent_;
+    HFONT font_ = nullptr;
+    SubjectView view_;
+};
+
+TEST_F(SubjectViewTest, RowsFollowTheViewOptionsWithTheirMarks)
+{
+    /* a0 normal, a1 high read, a2 low, a3 high, a4 normal read. */
+    const std::vector<uint32_t> flags = {0, 4 | 1, 2, 4, 1};
+    const struct {
+        int show_read;
+        DWORD level;
+        std::vector<std::wstring> rows;
+    } cases[] = {
+        {0, 1, {L"a3", L"a0", L"a2"}},
+        {1, 1, {L"a1", L"a3", L"a0", L"a4", L"a2"}},
+        {0, 0, {L"a3", L"a0"}},
+        {1, 2, {L"a1", L"a3"}},
+    };
+    Open(Articles(5, flags));
+    for (const auto &c : cases) {
+        ASSERT_TRUE(SubjectViewSetOptions(&view_, c.show_read, c.level));
+        ASSERT_EQ(view_.list.rows_in_page, c.rows.size()) << c.show_read << c.level;
+        for (size_t i = 0; i < c.rows.size(); i++)
+            EXPECT_EQ(Subject((DWORD)i), c.rows[i]) << c.show_read << c.level << i;
+    }
+    wchar_t text[64];
+    SubjectViewCellText(&view_, 0, kColumnDate, text, 64);
+    EXPECT_STREQ(text, L"03/05");
+    SubjectViewCellText(&view_, 0, kColumnFrom, text, 64);
+    EXPECT_STREQ(text, L"山田太郎");
+
+    /* Shown read: read check, red arrow up, blue arrow down, each 10 x 10
+     * at the marks column (the cursor's row 0 is inverted). */
+    ASSERT_TRUE(SubjectViewSetOptions(&view_, 1, 1));
+    UpdateWindow(view_.window);
+    int marks = view_.rows.left;
+    EXPECT_EQ(Pixel(marks + 10 + 4, 1, 1), RGB(208, 32, 32));  /* a3 high */
+    EXPECT_EQ(Pixel(marks + 8, 3, 1), RGB(0, 128, 0));        /* a4 read */
+    EXPECT_EQ(Pixel(marks + 10 + 4, 4, 1), RGB(0, 64, 192));  /* a2 low */
+    EXPECT_EQ(Pixel(marks + 8, 1, 1), RGB(255, 255, 255));    /* a3 unread */
+    EXPECT_TRUE(Inked(1, marks + 27, marks + 60));            /* its date */
+
+    /* Without a font nothing but the marks and the cursor is drawn. */
+    SubjectViewSetLook(&view_, nullptr, 0);
+    UpdateWindow(view_.window);
+    EXPECT_FALSE(Inked(1, marks + 27, view_.rows.right));
+    EXPECT_EQ(Pixel(marks + 10 + 4, 1, 1), RGB(208, 32, 32));
+}
+
+TEST_F(SubjectViewTest, KeysPageAndScrollAsTheyShould)
+{
+    /* (key, top, cursor, notices) after each key, 25 rows, pages of 10. */
+    struct Step {
+        WPARAM key;
+        DWORD top, cursor;
+        std::vector<UINT> notices;
+    };
+    const Step page_mode[] = {
+        {VK_DOWN, 0, 1, {}},   {VK_NEXT, 8, 1, {}},   {VK_RIGHT, 15, 1, {}}, {VK_NEXT, 15, 1, {2}},
+        {VK_LEFT, 7, 1, {}},   {VK_UP, 7, 0, {}},     {VK_UP, 0, 7, {}},     {VK_PRIOR, 0, 7, {}},
+        {VK_RETURN, 0, 7, {3}}, {VK_SPACE, 0, 7, {3}}, {VK_ESCAPE, 0, 7, {1}},
+    };
+    Open(Articles(25));
+    for (const Step &step : page_mode) {
+        ViewParent::notices().clear();
+        SendKey(view_.window, step.key);
+        UpdateWindow(view_.window);
+        EXPECT_EQ(view_.list.first_row, step.top) << step.key;
+        EXPECT_EQ(view_.cursor, step.cursor) << step.key;
+        EXPECT_EQ(ViewParent::notices(), step.notices) << step.key;
+    }
+    int low, high;
+    GetScrollRange(view_.scroll_bar, SB_CTL, &low, &high);
+    EXPECT_EQ(high, 15);
+
+    /* With KeyMode, Down on the page's last row scrolls one row, and a
+     * second key before the view was painted again is dropped; Up on the
+     * first row likewise. */
+    view_.line_scroll = 1;
+    Tap(9);
+    SendKey(view_.window, VK_DOWN);
+    SendKey(view_.window, VK_DOWN);
+    EXPECT_EQ(view_.list.first_row, 1u);
+    UpdateWindow(view_.window);
+    SendKey(view_.window, VK_DOWN);
+    EXPECT_EQ(view_.list.first_row, 2u);
+    EXPECT_EQ(Subject(view_.cursor), L"a11");
+    UpdateWindow(view_.window);
+    Tap(0);
+    SendKey(view_.window, VK_UP);
+    EXPECT_EQ(view_.list.first_row, 1u);
+    EXPECT_EQ(view_.cursor, 0u);
+
+    /* A double tap moves the cursor and opens. */
+    ViewParent::notices().clear();
+    Tap(5, WM_LBUTTONDBLCLK);
+    EXPECT_EQ(view_.cursor, 5u);
+    EXPECT_EQ(ViewParent::notices(), std::vector<UINT>{3});
+}
+
+TEST_F(SubjectViewTest, ShortAndEmptyLists)
+{
+    Open(Articles(10));
+    int low, high;
+    GetScrollRange(view_.scroll_bar, SB_CTL, &low, &high);
+    EXPECT_EQ(high, 10); /* exactly one page: the page size */
+
+    Open({});
+    for (WPARAM key : {VK_RETURN, VK_SPACE, VK_NEXT, VK_ESCAPE})
+        SendKey(view_.window, key);
+    EXPECT_EQ(ViewParent::notices(), (std::vector<UINT>{2, 1}));
+    EXPECT_EQ(SubjectViewCurrent(&view_), nullptr);
+}
+
+TEST_F(SubjectViewTest, ReadMarksAndColumnWidthsAreKept)
+{
+    SetPelnorDword(L"dateWidth", 50, L"SubjectView");
+    Open(Articles(3, {4, 0, 2}));
+    ASSERT_TRUE(SubjectViewToggleRead(&view_)); /* a0 becomes read */
+    SendKey(view_.window, VK_DOWN);
+    ASSERT_TRUE(SubjectViewToggleRead(&view_)); /* a1 too */
+    ASSERT_TRUE(SubjectViewToggleRead(&view_)); /* and unread again */
+    DWORD unread = 0;
+    ASSERT_TRUE(SubjectViewCloseGroup(&view_, &unread));
+    EXPECT_EQ(unread, 2u);
+    std::string index = FileBytes(data_.file(L"fj.a.idx"));
+    EXPECT_EQ(ReadU32(index, 88), 2u);         /* unread */
+    EXPECT_EQ(ReadU32(index, 20), 1u);         /* saved position: the cursor */
+    EXPECT_EQ(ReadU32(index, 100), 4u | 1);    /* a0 */
+    EXPECT_EQ(ReadU32(index, 100 + 92), 0u);   /* a1 */
+
+    /* A double click on a divider fits the sender column to the longest
+     * sender on the page ((8 bytes + 1) x 14 / 2 + 4), any other column to
+     * its default; the widths are written when the view goes. */
+    Open(Articles(3));
+    for (int column : {kColumnFrom, kColumnDate}) {
+        NMHEADERW nm = {};
+        nm.hdr = {view_.header, IDC_SUBJECT_HEADER, (UINT)HDN_DIVIDERDBLCLICKW};
+        nm.iItem = column;
+        SendMessageW(view_.window, WM_NOTIFY, IDC_SUBJECT_HEADER, (LPARAM)&nm);
+    }
+    DestroyWindow(view_.window);
+    const struct {
+        const wchar_t *name;
+        DWORD width;
+    } widths[] = {{L"markWidth", 25}, {L"dateWidth", 40}, {L"fromWidth", 67}, {L"subjectWidth", 400}};
+    for (const auto &w : widths) {
+        DWORD value = 0, size = sizeof value;
+        RegGetValueW(HKEY_CURRENT_USER, L"Software\\marrowby\\Pelnor\\SubjectView", w.name, RRF_RT_REG_DWORD,
+                     nullptr, &value, &size);
+        EXPECT_EQ(value, w.width) << w.name;
+    }
+}
+
+} // namespace

@@ -1,0 +1,57 @@
+/*
+ * A top-level window to hold a view under test; it keeps the codes of the
+ * WM_COMMAND notifications the view sends it.
+ */
+#ifndef PELNOR_TEST_VIEW_PARENT_H
+#define PELNOR_TEST_VIEW_PARENT_H
+
+#include <windows.h>
+
+#include <vector>
+
+class ViewParent {
+public:
+    ViewParent()
+    {
+        static bool registered = [] {
+            WNDCLASSW wc = {};
+            wc.lpfnWndProc = Proc;
+            wc.hInstance = GetModuleHandleW(nullptr);
+            wc.hbrBackground = (HBRUSH)GetStockObject(WHITE_BRUSH);
+            wc.lpszClassName = L"PelnorViewParent";
+            return RegisterClassW(&wc) != 0;
+        }();
+        (void)registered;
+        window = CreateWindowExW(0, L"PelnorViewParent", L"parent", WS_POPUP | WS_VISIBLE, 0, 0, 240, 300, nullptr,
+                                 nullptr, GetModuleHandleW(nullptr), nullptr);
+        SetForegroundWindow(window);
+        notices().clear();
+    }
+    ~ViewParent() { DestroyWindow(window); }
+
+    static std::vector<UINT> &notices()
+    {
+        static std::vector<UINT> codes;
+        return codes;
+    }
+
+    HWND window;
+
+private:
+    static LRESULT CALLBACK Proc(HWND w, UINT msg, WPARAM wp, LPARAM lp)
+    {
+        if (msg == WM_COMMAND) {
+            notices().push_back(HIWORD(wp));
+            return 0;
+        }
+        return DefWindowProcW(w, msg, wp, lp);
+    }
+};
+
+/* A key as the focused view gets it. */
+inline void SendKey(HWND view, WPARAM key)
+{
+    SendMessageW(view, WM_KEYDOWN, key, 0);
+}
+
+#endif
