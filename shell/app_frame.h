@@ -10,7 +10,9 @@
 #include "base/frame_messages.h"
 #include "platform/ras.h"
 #include "settings/settings.h"
+#include "views/article_view.h"
 #include "views/group_view.h"
+#include "views/subject_view.h"
 
 enum ViewKind { kGroupView = 0, kSubjectView = 1, kArticleView = 2, kDraftsView = 3 };
 
@@ -25,7 +27,10 @@ struct AppFrame {
     HMENU articlePopup;   /* drop-down of article bar button 40088 */
     HACCEL accelerators;  /* table 131 */
     DWORD busy;           /* 1 while a modal operation or a run is under way */
-    GroupView *groupView; /* owned; made before the window */
+    ArticleView *articleView; /* owned, as the three below; made before the window */
+    SubjectView *subjectView;
+    GroupView *groupView;
+    ArticleText articleText;  /* the article shown */
     ViewKind currentView;
     DWORD currentGroupRow;
     DWORD viewReadArticle;   /* ViewReadArticle */

@@ -19,6 +19,15 @@ void AppFrameInit(AppFrame *frame, HINSTANCE instance)
 
 void AppFrameDestroy(AppFrame *frame)
 {
+    if (frame->articleView)
+        ArticleViewRelease(frame->articleView);
+    free(frame->articleView);
+    ArticleTextFree(&frame->articleText);
+    if (frame->subjectView)
+        SubjectViewRelease(frame->subjectView);
+    free(frame->subjectView);
+    frame->articleView = nullptr;
+    frame->subjectView = nullptr;
     free(frame->groupView);
     frame->groupView = nullptr;
     if (frame->settings.ArticleFont)

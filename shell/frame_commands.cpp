@@ -13,6 +13,7 @@
 #include "shell/delete_read_command.h"
 #include "shell/download_command.h"
 #include "shell/panes.h"
+#include "shell/reading.h"
 #include "subscribe/subscribe_dialog.h"
 
 void UpdateCheckMarks(AppFrame *frame)
@@ -29,21 +30,6 @@ void UpdateCheckMarks(AppFrame *frame)
 }
 
 namespace {
-
-/* A view option toggled by the user stays toggled even when it cannot be
- * stored; the user is told. */
-void StoreOption(int stored)
-{
-    if (!stored)
-        ShowLastErrorBoxRes(IDS_SAVE_OPTION_FAILED, IDS_CAPTION_PELNOR, MB_ICONERROR);
-}
-
-void SetPriorityLevel(AppFrame *frame, DWORD level)
-{
-    frame->priorityLevel = level;
-    UpdateCheckMarks(frame);
-    WritePriorityViewLevel(level); /* a failed write is of no consequence */
-}
 
 void SubscribeCommand(AppFrame *frame)
 {
@@ -81,7 +67,7 @@ void FrameCommand(AppFrame *frame, UINT id, UINT code)
         if (id == IDM_COPY && frame->currentView != kArticleView)
             return;
     }
-    if (RoutePaneCommand(frame, id, code))
+    if (RoutePaneCommand(frame, id, code) || ReadingCommand(frame, id))
         return;
     switch (id) {
     case IDM_EXIT:
@@ -103,25 +89,6 @@ void FrameCommand(AppFrame *frame, UINT id, UINT code)
         break;
     case IDM_CATCHUP:
         CatchUpCommand(frame);
-        break;
-    case IDM_VIEW_READ:
-        frame->viewReadArticle = !frame->viewReadArticle;
-        UpdateCheckMarks(frame);
-        StoreOption(WriteViewReadArticle(frame->viewReadArticle));
-        break;
-    case IDM_SHOW_HEADER:
-        frame->showArticleHeader = !frame->showArticleHeader;
-        UpdateCheckMarks(frame);
-        StoreOption(WriteShowArticleHeader(frame->showArticleHeader));
-        break;
-    case IDM_PRIORITY_HIGH:
-        SetPriorityLevel(frame, 2);
-        break;
-    case IDM_PRIORITY_NORMAL:
-        SetPriorityLevel(frame, 0);
-        break;
-    case IDM_PRIORITY_LOW:
-        SetPriorityLevel(frame, 1);
         break;
     case IDM_DRAFTS_GROUPS:
     case IDM_SUBJECT_BACK:

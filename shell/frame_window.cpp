@@ -114,6 +114,12 @@ bool OnCreate(AppFrame *frame)
         return false;
 
     ReadViewOptions(frame);
+    if (!ArticleViewCreate(frame->articleView, frame->instance, frame->mainWindow, IDC_ARTICLE_VIEW, &panes))
+        return false;
+    ArticleViewSetShowHeaders(frame->articleView, (int)frame->showArticleHeader);
+    if (!SubjectViewCreate(frame->subjectView, frame->instance, frame->mainWindow, IDC_SUBJECT_VIEW, &panes,
+                           (int)frame->viewReadArticle, frame->priorityLevel))
+        return false;
     UpdateCheckMarks(frame);
     SetFrameIcon(frame);
 
@@ -125,6 +131,8 @@ bool OnCreate(AppFrame *frame)
 
 void OnDestroy(AppFrame *frame)
 {
+    DWORD unread;
+    SubjectViewCloseGroup(frame->subjectView, &unread);
     if (frame->groupView->list)
         GroupViewSaveWidths(frame->groupView);
     PostQuitMessage(0);
@@ -185,6 +193,8 @@ AppFrame *FrameOf(HWND window)
 
 int RegisterFrameClass(HINSTANCE instance)
 {
+    if (!RegisterArticleViewClass(instance) || !RegisterSubjectViewClass(instance))
+        return 0;
     WNDCLASSW wc = {};
     wc.style = 0;
     wc.lpfnWndProc = FrameWindowProc;
@@ -197,12 +207,16 @@ int RegisterFrameClass(HINSTANCE instance)
 
 HWND CreateMainFrame(AppFrame *frame, int show)
 {
-    frame->groupView = (GroupView *)malloc(sizeof(GroupView));
+    if ((frame->articleView = (ArticleView *)malloc(sizeof(ArticleView))) != nullptr)
+        ArticleViewInit(frame->articleView, &frame->articleText);
+    if (frame->articleView && (frame->subjectView = (SubjectView *)malloc(sizeof(SubjectView))) != nullptr)
+        SubjectViewInit(frame->subjectView);
+    if (frame->subjectView && (frame->groupView = (GroupView *)malloc(sizeof(GroupView))) != nullptr)
+        GroupViewInit(frame->groupView);
     if (!frame->groupView) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }
-    GroupViewInit(frame->groupView);
 
     HWND window = CreateWindowExW(0, PELNOR_FRAME_CLASS, L"Pelnor", WS_VISIBLE, CW_USEDEFAULT, CW_USEDEFAULT,
                                   CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr, frame->instance, frame);

@@ -2,6 +2,7 @@
 
 #include "platform/frame_size.h"
 #include "resources/resource.h"
+#include "shell/reading.h"
 #include "views/group_view.h"
 
 namespace {
@@ -16,14 +17,14 @@ void ShowGroupView(AppFrame *frame, int show)
     GroupViewShow(frame->groupView, show);
 }
 
-/* The subject, article and drafts rows get their windows with their views. */
+/* The drafts row gets its window with its view. */
 const FramePane kPanes[] = {
-    {kGroupView, IDC_GROUP_VIEW, &AppFrame::groupMenuBar, GroupList, GroupList, ShowGroupView, nullptr, nullptr,
-     nullptr},
-    {kSubjectView, IDC_SUBJECT_VIEW, &AppFrame::subjectMenuBar, nullptr, nullptr, nullptr, nullptr, nullptr,
-     nullptr},
-    {kArticleView, IDC_ARTICLE_VIEW, &AppFrame::articleMenuBar, nullptr, nullptr, nullptr, nullptr, nullptr,
-     nullptr},
+    {kGroupView, IDC_GROUP_VIEW, &AppFrame::groupMenuBar, GroupList, GroupList, ShowGroupView, EnterGroupPane,
+     GroupPaneNotify, nullptr},
+    {kSubjectView, IDC_SUBJECT_VIEW, &AppFrame::subjectMenuBar, SubjectPaneWindow, SubjectPaneWindow,
+     ShowSubjectPane, EnterSubjectPane, nullptr, SubjectPaneCommand},
+    {kArticleView, IDC_ARTICLE_VIEW, &AppFrame::articleMenuBar, ArticlePaneWindow, ArticlePaneWindow,
+     ShowArticlePane, EnterArticlePane, nullptr, ArticlePaneCommand},
     /* The drafts pane shares the group menu bar. */
     {kDraftsView, 0, &AppFrame::groupMenuBar, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr},
 };
