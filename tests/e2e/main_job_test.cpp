@@ -50,6 +50,11 @@ TEST_F(MainJobTest, SubscribeFromTheServerListThenDownloadIntoTheGroupView)
     SeedCompleteSettings(data_.path());
     SetPelnorDword(L"Port", (DWORD)port);
     SetPelnorDword(L"Limit", 1000);
+    /* Coloured header and quoted lines, and a narrow sender column. */
+    const COLORREF header = RGB(0, 64, 160), quote = RGB(0, 128, 0);
+    RegSetKeyValueW(HKEY_CURRENT_USER, PELNOR_REGISTRY_KEY, L"HeaderColor", REG_BINARY, &header, 4);
+    RegSetKeyValueW(HKEY_CURRENT_USER, PELNOR_REGISTRY_KEY, L"ReferenceLine", REG_BINARY, &quote, 4);
+    SetPelnorDword(L"fromWidth", 64, L"SubjectView");
     ASSERT_NE(CreateMainFrame(&frame_, SW_SHOWNORMAL), nullptr);
     HWND view = frame_.groupView->list;
     ASSERT_EQ(ListViewRowCount(view), 0);
@@ -129,6 +134,82 @@ TEST_F(MainJobTest, SubscribeFromTheServerListThenDownloadIntoTheGroupView)
         EXPECT_EQ(ListViewText(view, row, 5), std::to_wstring(ReadU32(expected, 8)));
     }
     EXPECT_FALSE(SaveScreenshot(frame_.mainWindow, L"group-view-after-run").empty());
+
+    /* Reading: Enter on the group lists its articles as stored, with the
+     * subjects and senders decoded and the dates as MM/DD. */
+    const wchar_t *group = L"fj.test.pelnor";
+    std::string index = FileBytes(InnFolder() + L"\\expected\\" + group + L".idx");
+    std::string log = FileBytes(InnFolder() + L"\\expected\\" + group + L".log");
+    auto wide = [](const std::string &sjis) {
+        std::wstring text(sjis.size() + 1, L'\0');
+        text.resize(MultiByteToWideChar(932, 0, sjis.data(), (int)sjis.size(), &text[0], (int)text.size()));
+        return text;
+    };
+    auto field = [&](int record, size_t at, size_t size) {
+        std::string bytes = index.substr(100 + 92 * record + at, size);
+        return wide(bytes.substr(0, bytes.find('\0')));
+    };
+    auto key = [&](WORD vk) {
+        PressKey(vk);
+        ASSERT_TRUE(Pump([&] { return GetAsyncKeyState(vk) == 0 && GetQueueStatus(QS_INPUT) == 0; }));
+    };
+    int row = Row(view, group);
+    ListView_SetItemState(view, row, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
+    SetFocus(view);
+    key(VK_RETURN);
+    ASSERT_EQ(frame_.currentView, kSubjectView);
+    SubjectView *subjects = frame_.subjectView;
+    ASSERT_GT(subjects->list.rows_in_page, 5u);
+    int quoting = -1;
+    for (DWORD i = 0; i < subjects->list.rows_in_page; i++) {
+        wchar_t cell[64];
+        SubjectViewCellText(subjects, i, kColumnSubject, cell, 64);
+        EXPECT_EQ(cell, field((int)i, 16, 48)) << i;
+        SubjectViewCellText(subjects, i, kColumnFrom, cell, 64);
+        EXPECT_EQ(cell, field((int)i, 68, 16)) << i;
+        SubjectViewCellText(subjects, i, kColumnDate, cell, 64);
+        std::wstring date = field((int)i, 64, 4);
+        EXPECT_EQ(cell, date.substr(0, 2) + L"/" + date.substr(2)) << i;
+        uint32_t at = ReadU32(index, 100 + 92 * i + 8), length = ReadU32(index, 100 + 92 * i + 12);
+        if (quoting < 0 && i > 0 && log.substr(at, length).find("\r\n> ") != std::string::npos)
+            quoting = (int)i;
+    }
+    ASSERT_GT(quoting, 0) << "an article with a quoted line on the first page";
+
+    /* Enter on it: the article with only From and Subject of its header,
+     * every header line on demand; Tab goes on to the next one. */
+    for (int i = 0; i < quoting; i++)
+        key(VK_DOWN);
+    key(VK_RETURN);
+    ASSERT_EQ(frame_.currentView, kArticleView);
+    auto article = [&](int record) {
+        return wide(log.substr(ReadU32(index, 100 + 92 * record + 8), ReadU32(index, 100 + 92 * record + 12)));
+    };
+    EXPECT_EQ(frame_.articleText.text, article(quoting));
+    ArticleView *reader = frame_.articleView;
+    ArticleViewLayout(reader);
+    EXPECT_EQ(std::wstring(reader->lines[0].text, 5), L"From:");
+    EXPECT_EQ(std::wstring(reader->lines[reader->header_lines - 1].text, 8), L"Subject:");
+    Command(IDM_SHOW_HEADER);
+    ArticleViewLayout(reader);
+    std::wstring last(reader->lines[reader->header_lines - 1].text, reader->lines[reader->header_lines - 1].length);
+    EXPECT_EQ(last, L"X-Local-Seq: " + std::to_wstring(ReadU32(index, 100 + 92 * quoting + 4)));
+    Command(IDM_SHOW_HEADER);
+    EXPECT_FALSE(SaveScreenshot(frame_.mainWindow, L"article-view").empty());
+    key(VK_TAB);
+    EXPECT_EQ(frame_.articleText.text, article(quoting + 1));
+
+    /* Back twice: the list with the two read marks, then the group with two
+     * unread fewer. */
+    key(VK_ESCAPE);
+    ASSERT_EQ(frame_.currentView, kSubjectView);
+    EXPECT_FALSE(SaveScreenshot(frame_.mainWindow, L"subject-view").empty());
+    key(VK_ESCAPE);
+    ASSERT_EQ(frame_.currentView, kGroupView);
+    EXPECT_EQ(ListViewText(view, row, 1), std::to_wstring(ReadU32(index, 88) - 2));
+    std::string read_index = FileBytes(data_.file(std::wstring(group) + L".idx"));
+    EXPECT_EQ(ReadU32(read_index, 100 + 92 * quoting) & 1, 1u);
+    EXPECT_EQ(ReadU32(read_index, 100 + 92 * (quoting + 1)) & 1, 1u);
 }
 
 } // namespace

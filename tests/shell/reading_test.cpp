@@ -53,39 +53,126 @@ protected:
     ArticleView *article_ = nullptr;
 };
 
-TEST_F(ReadingTest, OpenAGroupReadItsArticlesInOrderAndGoBack)
+TEST_F(ReadingTest, PastTheLastArticleTheListComesBackAndMarksFollowTheMenus)
 {
     Start();
-    HWND list = frame_.groupView->list;
-    SetFocus(list);
-    Key(VK_RETURN);
+    DoubleClickListRow(frame_.groupView->list, 0);
     ASSERT_EQ(frame_.currentView, kSubjectView);
-    EXPECT_TRUE(IsWindowVisible(subject_->window) && IsWindowVisible(frame_.subjectMenuBar));
-    EXPECT_FALSE(IsWindowVisible(list));
-    EXPECT_EQ(GetFocus(), subject_->window);
-    EXPECT_EQ(Cell(0, kColumnSubject), L"京都の天気");
-    EXPECT_EQ(Cell(2, kColumnDate), L"12/24");
-    SaveScreenshot(frame_.mainWindow, L"reading-subject-view");
-
+    Key(VK_DOWN);
+    Key(VK_DOWN);
     Key(VK_RETURN);
     ASSERT_EQ(frame_.currentView, kArticleView);
-    EXPECT_EQ(Flags(0), 1u);
-    EXPECT_EQ(Line(0), L"From: 山田太郎");
-    EXPECT_EQ(Line(1), L"Subject: 京都の天気");
-    EXPECT_EQ(Line(2), L"");
-    EXPECT_EQ(Line(3), L"今日は晴れ。");
-    SaveScreenshot(frame_.mainWindow, L"reading-article-view");
-
+    EXPECT_EQ(Line(1), L"Subject: 会議資料");
     Key(VK_TAB);
-    EXPECT_EQ(Flags(1), 1u);
-    EXPECT_EQ(Line(1), L"Subject: Re: 京都の天気");
-    Key(VK_ESCAPE);
     EXPECT_EQ(frame_.currentView, kSubjectView);
-    Key(VK_ESCAPE);
-    EXPECT_EQ(frame_.currentView, kGroupView);
-    EXPECT_EQ(ListViewText(list, 0, 1), L"1");
-    EXPECT_EQ(ReadU32(FileBytes(data_.file(L"fj.a.idx")), 88), 1u);
+    EXPECT_EQ(subject_->cursor, 2u);
+    EXPECT_EQ(Flags(2), 1u);
+
+    Command(IDM_TOGGLE_READ);
+    EXPECT_EQ(Flags(2), 0u);
+    Command(IDM_TOGGLE_READ);
+    Command(IDM_PRIORITY_HIGH); /* nothing is high */
+    EXPECT_EQ(subject_->list.visible_count, 0u);
+    Command(IDM_PRIORITY_LOW); /* the read article is left out */
+    EXPECT_EQ(subject_->list.visible_count, 2u);
+    Command(IDM_VIEW_READ);
+    EXPECT_EQ(subject_->list.visible_count, 3u);
+    Command(IDM_PRIORITY_NORMAL);
+    Command(IDM_SHOW_HEADER);
+    Command(IDM_SUBJECT_BACK);
+    EXPECT_EQ(ListViewText(frame_.groupView->list, 0, 1), L"2");
+
+    /* The options hold after a restart. */
+    DestroyWindow(frame_.mainWindow);
+    PumpPending();
+    AppFrameDestroy(&frame_);
+    AppFrameInit(&frame_, GetModuleHandleW(nullptr));
+    ASSERT_NE(FrameFixture::Start(), nullptr);
+    EXPECT_TRUE(GetMenuState(frame_.subjectPopup, IDM_VIEW_READ, MF_BYCOMMAND) & MF_CHECKED);
+    EXPECT_TRUE(GetMenuState(frame_.subjectPopup, IDM_PRIORITY_NORMAL, MF_BYCOMMAND) & MF_CHECKED);
+    EXPECT_TRUE(GetMenuState(frame_.articlePopup, IDM_SHOW_HEADER, MF_BYCOMMAND) & MF_CHECKED);
+    EXPECT_EQ(frame_.articleView->show_all_headers, 1);
+    DoubleClickListRow(frame_.groupView->list, 0);
+    EXPECT_EQ(frame_.subjectView->list.visible_count, 3u);
     EXPECT_TRUE(watcher_.boxes().empty());
+}
+
+TEST_F(ReadingTest, CopyKeyWorksInTheArticleViewOnly)
+{
+    Start();
+    DoubleClickListRow(frame_.groupView->list, 0);
+    auto clipboard = [&] {
+        std::wstring text;
+        if (OpenClipboard(frame_.mainWindow)) {
+            HANDLE data = GetClipboardData(CF_UNICODETEXT);
+            text = data ? (const wchar_t *)GlobalLock(data) : L"";
+            if (data)
+                GlobalUnlock(data);
+            CloseClipboard();
+        }
+        return text;
+    };
+    ASSERT_TRUE(OpenClipboard(frame_.mainWindow) && EmptyClipboard() && CloseClipboard());
+    Key('C', true);
+    EXPECT_EQ(clipboard(), L"");
+    Key(VK_RETURN);
+    Key('C', true);
+    std::wstring whole(stored_[0].size(), L'\0');
+    whole.resize(MultiByteToWideChar(932, 0, stored_[0].data(), (int)stored_[0].size(), &whole[0], (int)whole.size()));
+    EXPECT_EQ(clipboard(), whole);
+}
+
+TEST_F(ReadingTest, KeywordsResortTheOpenGroup)
+{
+    Start();
+    DoubleClickListRow(frame_.groupView->list, 0);
+    Key(VK_DOWN);
+    Key(VK_DOWN);
+    std::string index = FileBytes(data_.file(L"fj.a.idx"));
+    auto answer = [&](UINT radio, UINT button, const wchar_t *pick = nullptr) {
+        watcher_.SetDialogHandler([=](HWND d) {
+            RunSoon([=] {
+                if (pick)
+                    SendDlgItemMessageW(d, IDC_KEYWORD, CB_SELECTSTRING, (WPARAM)-1, (LPARAM)pick);
+                ClickButton(d, radio);
+                ClickButton(d, button);
+            });
+        });
+        Command(IDM_FILTER);
+    };
+    answer(IDC_KEYWORD_HIGH, IDCANCEL);
+    EXPECT_EQ(FileBytes(data_.file(L"fj.a.idx")), index);
+    EXPECT_FALSE(FileExists(data_.file(L"fj.a.flt")));
+
+    answer(IDC_KEYWORD_HIGH, IDOK); /* the cursor's subject, high */
+    EXPECT_EQ(FileBytes(data_.file(L"fj.a.flt")), "+ " + Sjis(L"会議資料") + "\r\n");
+    EXPECT_EQ(Cell(0, kColumnSubject), L"会議資料");
+    EXPECT_EQ(Flags(2), 4u);
+    answer(IDC_KEYWORD_NORMAL, IDOK, L"会議資料");
+    EXPECT_EQ(FileBytes(data_.file(L"fj.a.flt")), "");
+    EXPECT_EQ(Cell(0, kColumnSubject), L"京都の天気");
+    EXPECT_EQ(Flags(2), 0u);
+    EXPECT_TRUE(watcher_.boxes().empty());
+}
+
+TEST_F(ReadingTest, FailuresAreShownAndTheViewStays)
+{
+    Start();
+    DoubleClickListRow(frame_.groupView->list, 0);
+    DeleteFileW(data_.file(L"fj.a.log").c_str());
+    Key(VK_RETURN);
+    EXPECT_EQ(frame_.currentView, kSubjectView);
+    HANDLE locked = CreateFileW(data_.file(L"fj.a.idx").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    Command(IDM_VIEW_READ);
+    CloseHandle(locked);
+    EXPECT_TRUE(GetMenuState(frame_.subjectPopup, IDM_VIEW_READ, MF_BYCOMMAND) & MF_CHECKED);
+    ASSERT_EQ(watcher_.boxes().size(), 2u);
+    EXPECT_EQ(watcher_.boxes()[0].text, L"インデックスの初期化に失敗しました(2)");
+    EXPECT_EQ(watcher_.boxes()[1].text, L"表示の切り替えに失敗しました(32)。");
+    for (const RecordedBox &box : watcher_.boxes()) {
+        EXPECT_EQ(box.caption, L"PELNOR");
+        EXPECT_EQ(box.icon, (UINT)MB_ICONERROR);
+    }
 }
 
 } // namespace
