@@ -63,6 +63,13 @@ HWND CreateModelessDialog(HINSTANCE instance, UINT template_id, HWND owner, Stat
                               (LPARAM)state);
 }
 
+/* Whether a check box or radio button of the dialog is checked. Windows CE
+ * has no IsDlgButtonChecked, so the button is asked directly. */
+inline bool IsButtonChecked(HWND dialog, int control_id)
+{
+    return SendDlgItemMessageW(dialog, control_id, BM_GETCHECK, 0, 0) == BST_CHECKED;
+}
+
 /* The two results every dialog of the program closes with. */
 enum : INT_PTR { kDialogOk = 1, kDialogCancel = 2 };
 

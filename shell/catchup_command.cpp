@@ -24,8 +24,8 @@ INT_PTR CatchUpHandler(HWND dialog, UINT msg, WPARAM wp, LPARAM, CatchUpDialog *
         return TRUE;
     case WM_COMMAND:
         if (LOWORD(wp) == IDOK) {
-            state->local = IsDlgButtonChecked(dialog, IDC_CATCHUP_LOCAL) == BST_CHECKED;
-            state->server = IsDlgButtonChecked(dialog, IDC_CATCHUP_SERVER) == BST_CHECKED;
+            state->local = IsButtonChecked(dialog, IDC_CATCHUP_LOCAL);
+            state->server = IsButtonChecked(dialog, IDC_CATCHUP_SERVER);
             EndDialog(dialog, kDialogOk);
             return TRUE;
         }
