@@ -115,8 +115,8 @@ void OnInit(HWND dialog, KeywordDialogState *state)
  * selected, of the edit field's text, added when the list lacks it. */
 int ApplyPriority(HWND dialog)
 {
-    DWORD priority = IsDlgButtonChecked(dialog, IDC_KEYWORD_HIGH)  ? kPriorityHigh
-                     : IsDlgButtonChecked(dialog, IDC_KEYWORD_LOW) ? kPriorityLow
+    DWORD priority = IsButtonChecked(dialog, IDC_KEYWORD_HIGH)  ? kPriorityHigh
+                     : IsButtonChecked(dialog, IDC_KEYWORD_LOW) ? kPriorityLow
                                                                    : kPriorityNormal;
     HWND combo = Combo(dialog);
     int selected = (int)SendMessageW(combo, CB_GETCURSEL, 0, 0);
