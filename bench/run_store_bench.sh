@@ -1,26 +1,3 @@
 #!/usr/bin/env bash
-# Builds and runs the store benchmark under Wine and prints its figures and
-# ratios (each against a baseline measured in the same run).
-#   bench/run_store_bench.sh [BUILD_DIR] [ARTICLES]
-# BUILD_DIR defaults to $PELNOR_BUILD or ./build; ARTICLES to 100000. The
-# build's Wine session is used when it runs, else started and stopped here.
-set -euo pipefail
-top=$(cd "$(dirname "$0")/.." && pwd)
-build=${1:-${PELNOR_BUILD:-$top/build}}
-articles=${2:-100000}
-build=$(cd "$build" && pwd)
-
-cmake --build "$build" --target store_bench >/dev/null
-
-session=$build/wine-session
-started=
-if [ ! -f "$session/env" ]; then
-  "$top/tools/wine-session.sh" start "$session" >/dev/null
-  started=1
-fi
-status=0
-PELNOR_SESSION=$session "$top/tools/wine-run.sh" "$build/bench/store_bench.exe" "$articles" || status=$?
-if [ -n "$started" ]; then
-  "$top/tools/wine-session.sh" stop "$session" >/dev/null
-fi
-exit $status
+# The store benchmark: bench/run_store_bench.sh [BUILD_DIR] [ARTICLES]
+exec "$(dirname "$0")/run_bench.sh" store_bench "$@"

@@ -25,60 +25,9 @@
 #include "store/log_scanner.h"
 #include "store/read_marks.h"
 
+#include "bench_util.h"
+
 namespace {
-
-const int kRuns = 3;
-const DWORD kCopyBuffer = 64 * 1024;
-
-double Now()
-{
-    static LARGE_INTEGER frequency;
-    if (!frequency.QuadPart)
-        QueryPerformanceFrequency(&frequency);
-    LARGE_INTEGER counter;
-    QueryPerformanceCounter(&counter);
-    return (double)counter.QuadPart * 1000.0 / (double)frequency.QuadPart;
-}
-
-[[noreturn]] void Fail(const char *what)
-{
-    fprintf(stderr, "store_bench: %s failed (%lu)\n", what, GetLastError());
-    exit(1);
-}
-
-/* Writes through a 64 KB buffer. */
-class Output {
-public:
-    explicit Output(const std::wstring &path)
-    {
-        file_ = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-        if (file_ == INVALID_HANDLE_VALUE)
-            Fail("create");
-    }
-    ~Output()
-    {
-        Flush();
-        CloseHandle(file_);
-    }
-    void Put(const char *text, size_t length)
-    {
-        if (buffer_.size() + length > kCopyBuffer)
-            Flush();
-        buffer_.append(text, length);
-    }
-    void Put(const std::string &text) { Put(text.data(), text.size()); }
-
-private:
-    void Flush()
-    {
-        DWORD written;
-        if (!buffer_.empty() && !WriteFile(file_, buffer_.data(), (DWORD)buffer_.size(), &written, nullptr))
-            Fail("write");
-        buffer_.clear();
-    }
-    HANDLE file_;
-    std::string buffer_;
-};
 
 /* A log of `count` articles of about a kilobyte each, as the download
  * writes them. */
@@ -109,21 +58,6 @@ unsigned long long WriteLog(const std::wstring &path, int count)
         size += article.size();
     }
     return size;
-}
-
-/* Reads a whole file in 64 KB pieces; returns its size. */
-unsigned long long ReadWhole(const std::wstring &path)
-{
-    HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
-        Fail("open for reading");
-    static char buffer[kCopyBuffer];
-    unsigned long long total = 0;
-    DWORD got;
-    while (ReadFile(file, buffer, sizeof buffer, &got, nullptr) && got)
-        total += got;
-    CloseHandle(file);
-    return total;
 }
 
 void CopyWhole(const std::wstring &from, const std::wstring &to)
@@ -198,28 +132,12 @@ void MarkHalfRead(GroupStore *store)
     GroupStoreCloseIndex(store);
 }
 
-struct Best {
-    double ms = 1e300;
-    void Take(double start) { ms = std::min(ms, Now() - start); }
-};
-
-void Row(const char *what, double ms, const char *baseline, double baseline_ms)
-{
-    printf("  %-34s %9.1f ms   %-28s %9.1f ms   ratio %6.2f\n", what, ms, baseline, baseline_ms, ms / baseline_ms);
-}
-
 } // namespace
 
 int wmain(int argc, wchar_t **argv)
 {
     int articles = argc > 1 ? _wtoi(argv[1]) : 100000;
-    wchar_t temp[MAX_PATH];
-    GetTempPathW(MAX_PATH, temp);
-    wchar_t folder_buffer[MAX_PATH];
-    _snwprintf(folder_buffer, MAX_PATH, L"%spelnor-bench-%lu\\", temp, GetCurrentProcessId());
-    folder_buffer[MAX_PATH - 1] = L'\0';
-    std::wstring folder = folder_buffer;
-    CreateDirectoryW(folder.c_str(), nullptr);
+    std::wstring folder = NewBenchFolder();
     const std::wstring group = L"fj.bench", copy = L"fj.bench.copy";
     std::wstring log = folder + group + L".log", index = folder + group + L".idx";
     std::wstring copy_log = folder + copy + L".log", copy_index = folder + copy + L".idx";

@@ -1,0 +1,200 @@
+/*
+ * Speed and memory of the reading views on a large group, each figure
+ * beside a baseline measured in the same run on the same files:
+ *   - opening a 100,000-article group to a painted subject view, against
+ *     reading its index once;
+ *   - paging from the first to the last page, against the same read;
+ *   - laying out and painting a 1 MB article, against reading it from the
+ *     log;
+ * and the process's private bytes before the group is opened and at their
+ * peak while it is open. Every time is the best of several runs.
+ * Usage: views_bench [articles]
+ */
+#include <windows.h>
+#include <commctrl.h>
+#include <psapi.h>
+
+#include <stdio.h>
+#include <wchar.h>
+
+#include <string>
+
+#include "base/res_text.h"
+#include "settings/settings.h"
+#include "store/article_reader.h"
+#include "store/index_file.h"
+#include "views/article_view.h"
+#include "views/subject_view.h"
+
+#include "bench_util.h"
+
+namespace {
+
+const char *const kWords[] = {"\x8B\x9E\x93\x73", "\x93\x56\x8B\x43", "\x89\xEF\x8B\x63", "\x8E\x91\x97\xBF",
+                              "\x93\x64\x8E\xD4", "\x8A\x6D\x94\x46", "\x98\x41\x97\x8D", "\x8E\xBF\x96\xE2"};
+
+/* `count` articles as the download stores them, Japanese subjects and
+ * senders; one body of `body_lines` lines for all, every fifth line quoted. */
+void WriteLog(const std::wstring &path, int count, int body_lines)
+{
+    Output log(path);
+    std::string body;
+    for (int i = 0; i < body_lines; i++) {
+        body += i % 5 == 4 ? "> " : "";
+        for (int w = 0; w < 9; w++)
+            body += kWords[(i + w) % 8];
+        body += " " + std::to_string(i) + "\r\n";
+    }
+    char line[256];
+    for (int n = 1; n <= count; n++) {
+        snprintf(line, sizeof line,
+                 "From: %s%s <user%d@example.jp>\r\nSubject: Re: %s%s %d\r\nNewsgroups: fj.bench\r\n"
+                 "Date: Tue, %d Mar 2002 10:00:00 +0900\r\nX-Local-Seq: %d\r\n\r\n",
+                 kWords[n % 8], kWords[(n / 8) % 8], n % 97, kWords[(n / 3) % 8], kWords[n % 5], n % 1000, n % 28 + 1,
+                 n);
+        log.Put(line, strlen(line));
+        log.Put(body);
+        log.Put("================\r\n");
+    }
+}
+
+void MakeIndex(const std::wstring &folder, const wchar_t *group)
+{
+    GroupStore store;
+    GroupStoreInit(&store);
+    if (!GroupStoreSetNames(&store, folder.c_str(), group) || !IndexRebuild(&store))
+        Fail("index");
+    GroupStoreRelease(&store);
+}
+
+LRESULT CALLBACK ParentProc(HWND window, UINT msg, WPARAM wp, LPARAM lp)
+{
+    if (msg == WM_COMMAND && HIWORD(wp) == kSubjectEndOfList)
+        SetWindowLongPtrW(window, GWLP_USERDATA, 1);
+    return DefWindowProcW(window, msg, wp, lp);
+}
+
+SIZE_T PrivateBytes(SIZE_T *peak)
+{
+    PROCESS_MEMORY_COUNTERS_EX counters = {};
+    counters.cb = sizeof counters;
+    GetProcessMemoryInfo(GetCurrentProcess(), (PROCESS_MEMORY_COUNTERS *)&counters, sizeof counters);
+    if (peak)
+        *peak = counters.PeakPagefileUsage;
+    return counters.PagefileUsage; /* private committed bytes; Wine leaves PrivateUsage at 0 */
+}
+
+} // namespace
+
+int wmain(int argc, wchar_t **argv)
+{
+    int articles = argc > 1 ? _wtoi(argv[1]) : 100000;
+    HINSTANCE instance = GetModuleHandleW(nullptr);
+    SetResourceInstance(instance);
+    INITCOMMONCONTROLSEX icc = {sizeof(icc), ICC_WIN95_CLASSES};
+    InitCommonControlsEx(&icc);
+    std::wstring folder = NewBenchFolder();
+    const std::wstring group = L"fj.bench", big = L"fj.big";
+    WriteLog(folder + group + L".log", articles, 12);
+    WriteLog(folder + big + L".log", 1, 1024 * 1024 / 40);
+    MakeIndex(folder, group.c_str());
+    MakeIndex(folder, big.c_str());
+    std::wstring index = folder + group + L".idx";
+
+    WNDCLASSW wc = {};
+    wc.lpfnWndProc = ParentProc;
+    wc.hInstance = instance;
+    wc.lpszClassName = L"PelnorBenchParent";
+    HFONT font = nullptr;
+    if (!RegisterClassW(&wc) || !RegisterSubjectViewClass(instance) || !RegisterArticleViewClass(instance) ||
+        !MakeViewFont(L"Tahoma", 14, &font))
+        Fail("classes");
+    HWND parent = CreateWindowExW(0, L"PelnorBenchParent", L"bench", WS_POPUP | WS_VISIBLE, 0, 0, 240, 294, nullptr,
+                                  nullptr, instance, nullptr);
+    RECT pane = {0, 0, 240, 294};
+    SubjectView subjects;
+    SubjectViewInit(&subjects);
+    if (!SubjectViewCreate(&subjects, instance, parent, 106, &pane, 1, 1))
+        Fail("subject view");
+    SubjectViewSetLook(&subjects, font, 0);
+    SubjectViewShow(&subjects, SW_SHOW);
+
+    SIZE_T before = PrivateBytes(nullptr);
+    Best read_index, open_group, paging;
+    int pages = 0;
+    for (int run = 0; run < kRuns; run++) {
+        double start = Now();
+        ReadWhole(index);
+        read_index.Take(start);
+        start = Now();
+        if (!SubjectViewOpenGroup(&subjects, folder.c_str(), group.c_str()))
+            Fail("open group");
+        UpdateWindow(subjects.window);
+        open_group.Take(start);
+        start = Now();
+        SetWindowLongPtrW(parent, GWLP_USERDATA, 0);
+        for (pages = 1; !GetWindowLongPtrW(parent, GWLP_USERDATA); pages++) {
+            SendMessageW(subjects.window, WM_KEYDOWN, VK_NEXT, 0);
+            UpdateWindow(subjects.window);
+        }
+        paging.Take(start);
+        DWORD unread;
+        subjects.list.open = 0; /* leave the header as it is */
+        SubjectViewCloseGroup(&subjects, &unread);
+    }
+
+    ArticleText text = {};
+    ArticleView reader;
+    ArticleViewInit(&reader, &text);
+    if (!ArticleViewCreate(&reader, instance, parent, 104, &pane))
+        Fail("article view");
+    ArticleViewSetLook(&reader, font, RGB(0, 0, 160), RGB(0, 128, 0), 0, 1);
+    ArticleViewShow(&reader, SW_SHOW);
+    GroupStore store;
+    GroupStoreInit(&store);
+    IndexRecord record;
+    DWORD one = 1;
+    if (!GroupStoreSetNames(&store, folder.c_str(), big.c_str()) || !IndexReadHeader(&store) ||
+        !IndexReadRecords(&store, &record, 0, &one))
+        Fail("big article");
+    Best read_article, layout;
+    DWORD lines = 0;
+    for (int run = 0; run < kRuns; run++) {
+        double start = Now();
+        wchar_t *article = ReadArticle(&store, record.log_offset, record.log_length);
+        if (!article)
+            Fail("read article");
+        read_article.Take(start);
+        start = Now();
+        ArticleTextTake(&text, article);
+        if (!ArticleViewLayout(&reader))
+            Fail("layout");
+        UpdateWindow(reader.window);
+        layout.Take(start);
+        lines = reader.total_lines;
+    }
+    SIZE_T peak;
+    PrivateBytes(&peak);
+
+    printf("Reading views: %d articles (index %.1f MB), a %.1f MB article; best of %d runs\n", articles,
+           (double)ReadWhole(index) / 1048576.0, (double)record.log_length / 1048576.0, kRuns);
+    Row("open group, subject view painted", open_group.ms, "read index once", read_index.ms);
+    Row("page to the last page", paging.ms, "read index once", read_index.ms);
+    printf("  %d pages of %lu rows: %.2f ms a page\n", pages, subjects.list.page_size, paging.ms / pages);
+    Row("lay out and paint the article", layout.ms, "read it from the log", read_article.ms);
+    printf("  %lu display lines: %.2f us a line\n", lines, layout.ms * 1000.0 / lines);
+    printf("  private bytes: %.1f MB before opening, peak %.1f MB with the group and the article open (+%.1f MB)\n",
+           (double)before / 1048576.0, (double)peak / 1048576.0, (double)(peak - before) / 1048576.0);
+
+    GroupStoreRelease(&store);
+    ArticleViewRelease(&reader);
+    ArticleTextFree(&text);
+    SubjectViewRelease(&subjects);
+    DestroyWindow(parent);
+    DeleteObject(font);
+    for (const std::wstring &name : {group, big})
+        for (const wchar_t *ending : {L".log", L".idx"})
+            DeleteFileW((folder + name + ending).c_str());
+    RemoveDirectoryW(folder.c_str());
+    return 0;
+}
