@@ -6,7 +6,7 @@
 
 #include "dialup/dialup.h"
 #include "resources/resource.h"
-#include "shell/app_frame.h"
+#include "base/frame_messages.h"
 #include "support/gui_helper.h"
 #include "support/scripted_ras.h"
 

@@ -6,38 +6,19 @@
 #include "resources/resource.h"
 #include "support/frame_fixture.h"
 #include "support/registry_fixture.h"
-#include "support/store_bytes.h"
+#include "support/group_bytes.h"
+#include "base/dialog.h"
 
 namespace {
 
-/* A group of `articles` stored articles whose first `read` are read: the
- * log and the index, built from their layouts. */
-void WriteGroup(const TempFolder &data, const std::string &group, int articles, int read)
+/* A group of `articles` stored articles (numbers 10 on) whose first `read`
+ * are read. */
+void WriteGroup(const TempFolder &data, const std::wstring &group, int articles, int read)
 {
-    std::string log, records;
-    for (int i = 0; i < articles; i++) {
-        std::string subject = "Subject: article " + std::to_string(i) + "\r\n";
-        std::string bytes = ArticleBytes({"From: a@example.jp\r\n", subject}, 100 + i, {"body\r\n"});
-        RecordFields r;
-        r.flags = i < read ? 1 : 0;
-        r.number = 100 + i;
-        r.offset = (uint32_t)log.size();
-        r.length = (uint32_t)bytes.size();
-        r.subject = "article " + std::to_string(i);
-        r.from = "a@example.jp";
-        r.subject_offset = r.offset + 20 + 9;
-        r.subject_length = (uint32_t)subject.size() - 11;
-        records += RecordBytes(r);
-        log += bytes;
-    }
-    HeaderFields h;
-    h.last_fetched = 100 + articles - 1;
-    h.server_last = 100 + articles - 1;
-    h.record_count = articles;
-    h.unread = articles - read;
-    std::wstring stem = data.path() + std::wstring(group.begin(), group.end());
-    ASSERT_TRUE(WriteFileBytes(stem + L".log", log));
-    ASSERT_TRUE(WriteFileBytes(stem + L".idx", HeaderBytes(h) + records));
+    std::vector<GroupArticle> list;
+    for (int i = 0; i < articles; i++)
+        list.push_back({L"a@example.jp", L"article " + std::to_wstring(i), "0305", {L"body"}, i < read ? 1u : 0u});
+    WriteGroupFiles(data, group, list);
 }
 
 class CommandTest : public FrameFixture {
@@ -63,8 +44,7 @@ protected:
             dialog_title_ = WindowText(dialog);
             local_text_ = WindowText(GetDlgItem(dialog, IDC_CATCHUP_LOCAL));
             server_text_ = WindowText(GetDlgItem(dialog, IDC_CATCHUP_SERVER));
-            started_unchecked_ = !IsDlgButtonChecked(dialog, IDC_CATCHUP_LOCAL) &&
-                                 !IsDlgButtonChecked(dialog, IDC_CATCHUP_SERVER);
+            started_unchecked_ = !IsButtonChecked(dialog, IDC_CATCHUP_LOCAL) && !IsButtonChecked(dialog, IDC_CATCHUP_SERVER);
             busy_inside_ = frame_.busy;
             if (local)
                 CheckDlgButton(dialog, IDC_CATCHUP_LOCAL, BST_CHECKED);
@@ -83,8 +63,8 @@ protected:
 TEST_F(CommandTest, GroupViewFillsTheFrameAndSavesItsWidthsAtExit)
 {
     ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.a\r\nfj.b\r\n"));
-    WriteGroup(data_, "fj.a", 3, 1);
-    WriteGroup(data_, "fj.b", 0, 0);
+    WriteGroup(data_, L"fj.a", 3, 1);
+    WriteGroup(data_, L"fj.b", 0, 0);
     Start();
     EXPECT_EQ(GetDlgCtrlID(list_), IDC_GROUP_VIEW);
     EXPECT_EQ(WindowText(list_), L"Group");
@@ -111,8 +91,8 @@ TEST_F(CommandTest, GroupViewFillsTheFrameAndSavesItsWidthsAtExit)
 TEST_F(CommandTest, CatchUpLocalThenServer)
 {
     ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.a\r\nfj.b\r\n"));
-    WriteGroup(data_, "fj.a", 2, 0);
-    WriteGroup(data_, "fj.b", 3, 1);
+    WriteGroup(data_, L"fj.a", 2, 0);
+    WriteGroup(data_, L"fj.b", 3, 1);
     Start();
     SelectRow(1);
     AnswerCatchUp(true, false);
@@ -128,7 +108,7 @@ TEST_F(CommandTest, CatchUpLocalThenServer)
     EXPECT_EQ(ReadU32(index, 88), 0u); /* unread */
     for (int i = 0; i < 3; i++)
         EXPECT_EQ(ReadU32(index, 100 + 92 * i) & 1, 1u) << i;
-    EXPECT_EQ(ReadU32(index, 4), 102u); /* last fetched untouched */
+    EXPECT_EQ(ReadU32(index, 4), 0u); /* last fetched untouched */
     EXPECT_EQ(ListViewText(list_, 1, 1), L"0");
     EXPECT_EQ(ReadU32(FileBytes(data_.file(L"fj.a.idx")), 88), 2u);
 
@@ -145,7 +125,7 @@ TEST_F(CommandTest, CatchUpLocalThenServer)
 TEST_F(CommandTest, CatchUpThatChangesNothing)
 {
     ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.a\r\n"));
-    WriteGroup(data_, "fj.a", 2, 1);
+    WriteGroup(data_, L"fj.a", 2, 1);
     Start();
     std::string before = FileBytes(data_.file(L"fj.a.idx"));
     AnswerCatchUp(false, false);
@@ -174,10 +154,10 @@ TEST_F(CommandTest, CatchUpThatChangesNothing)
 TEST_F(CommandTest, DeleteReadGoesOnPastAFailingGroup)
 {
     ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.some\r\nfj.nolog\r\nfj.all\r\nfj.none\r\n"));
-    WriteGroup(data_, "fj.some", 3, 2);
-    WriteGroup(data_, "fj.nolog", 2, 1);
-    WriteGroup(data_, "fj.all", 2, 2);
-    WriteGroup(data_, "fj.none", 2, 0);
+    WriteGroup(data_, L"fj.some", 3, 2);
+    WriteGroup(data_, L"fj.nolog", 2, 1);
+    WriteGroup(data_, L"fj.all", 2, 2);
+    WriteGroup(data_, L"fj.none", 2, 0);
     Start();
     DeleteFileW(data_.file(L"fj.nolog.log").c_str());
     std::string none_log = FileBytes(data_.file(L"fj.none.log"));
@@ -231,30 +211,26 @@ TEST_F(CommandTest, ViewOptionsToggleTheirMarksAndAreStored)
 {
     ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), ""));
     Start();
-    Command(IDM_VIEW_READ);
-    EXPECT_TRUE(IsChecked(frame_.subjectPopup, IDM_VIEW_READ));
-    EXPECT_EQ(StoredOption(L"SubjectView", L"ViewReadArticle"), 1u);
-    Command(IDM_VIEW_READ);
-    EXPECT_FALSE(IsChecked(frame_.subjectPopup, IDM_VIEW_READ));
-    EXPECT_EQ(StoredOption(L"SubjectView", L"ViewReadArticle"), 0u);
-    Command(IDM_SHOW_HEADER);
-    EXPECT_TRUE(IsChecked(frame_.articlePopup, IDM_SHOW_HEADER));
-    EXPECT_EQ(StoredOption(L"ArticleView", L"ShowArticleHeader"), 1u);
-
-    /* Normal is 0 and low is 1. */
-    struct {
+    /* Each command in turn, with the value stored; normal is 0 and low 1. */
+    const struct {
         UINT command;
-        DWORD level;
-    } levels[] = {{IDM_PRIORITY_NORMAL, 0}, {IDM_PRIORITY_HIGH, 2}, {IDM_PRIORITY_LOW, 1}};
-    for (const auto &l : levels) {
-        Command(l.command);
-        EXPECT_EQ(StoredOption(L"SubjectView", L"PriorityViewLevel"), l.level);
-        EXPECT_TRUE(IsChecked(frame_.subjectPopup, l.command));
-        for (UINT other : {IDM_PRIORITY_HIGH, IDM_PRIORITY_NORMAL, IDM_PRIORITY_LOW}) {
-            if (other != l.command) {
-                EXPECT_FALSE(IsChecked(frame_.subjectPopup, other));
-            }
-        }
+        const wchar_t *key, *name;
+        DWORD value;
+    } steps[] = {{IDM_VIEW_READ, L"SubjectView", L"ViewReadArticle", 1},
+                 {IDM_VIEW_READ, L"SubjectView", L"ViewReadArticle", 0},
+                 {IDM_SHOW_HEADER, L"ArticleView", L"ShowArticleHeader", 1},
+                 {IDM_PRIORITY_NORMAL, L"SubjectView", L"PriorityViewLevel", 0},
+                 {IDM_PRIORITY_HIGH, L"SubjectView", L"PriorityViewLevel", 2},
+                 {IDM_PRIORITY_LOW, L"SubjectView", L"PriorityViewLevel", 1}};
+    for (const auto &step : steps) {
+        Command(step.command);
+        EXPECT_EQ(StoredOption(step.key, step.name), step.value) << step.command;
+        HMENU popup = step.command == IDM_SHOW_HEADER ? frame_.articlePopup : frame_.subjectPopup;
+        bool exclusive = step.key == std::wstring(L"SubjectView") && step.name[0] == L'P';
+        EXPECT_EQ(IsChecked(popup, step.command), exclusive || step.value != 0) << step.command;
+        for (UINT level : {IDM_PRIORITY_HIGH, IDM_PRIORITY_NORMAL, IDM_PRIORITY_LOW})
+            if (exclusive && level != step.command)
+                EXPECT_FALSE(IsChecked(popup, level));
     }
     EXPECT_TRUE(watcher_.boxes().empty());
 
