@@ -36,6 +36,20 @@ int OpenProgramKey(REGSAM access, ScopedRegKey *key)
 
 /* A text for a field of `capacity` characters with its terminator.
  * 1 read, 0 the fallback taken, -1 memory ran out. */
+/* Gives a non-empty folder path its trailing backslash; 0 when the field
+ * has no room for it. */
+int EndWithBackslash(wchar_t *path, size_t capacity)
+{
+    size_t length = wcslen(path);
+    if (length == 0 || path[length - 1] == L'\\')
+        return 1;
+    if (length + 1 >= capacity)
+        return 0;
+    path[length] = L'\\';
+    path[length + 1] = L'\0';
+    return 1;
+}
+
 int LoadFixedText(HKEY key, const wchar_t *name, wchar_t *field, size_t capacity, const wchar_t *fallback)
 {
     wchar_t *text = ReadRegText(key, name);
@@ -167,10 +181,13 @@ int LoadSettings(Settings *s, int *SettingsComplete)
     read = LoadFixedText(k, L"DataPath", s->DataPath, ARRAYSIZE(s->DataPath), L"");
     if (read < 0)
         return 0;
-    if (!read)
+    if (!read || !EndWithBackslash(s->DataPath, ARRAYSIZE(s->DataPath)))
         *SettingsComplete = 0;
-    if (!LoadNumber(k, L"Limit", &s->Limit, 50))
+    /* A limit of 0 would fetch nothing on every run. */
+    if (!LoadNumber(k, L"Limit", &s->Limit, 50) || s->Limit == 0) {
+        s->Limit = 50;
         *SettingsComplete = 0;
+    }
 
     if (!LoadNarrowText(k, L"UserID", kLoginChars, true, &s->UserID))
         return 0;
@@ -236,9 +253,7 @@ int LoadSettings(Settings *s, int *SettingsComplete)
 int SaveSettings(Settings *s)
 {
     /* The folder's backslash must fit the field; nothing is written if not. */
-    size_t data_length = wcslen(s->DataPath);
-    bool add_backslash = data_length > 0 && s->DataPath[data_length - 1] != L'\\';
-    if (add_backslash && data_length + 1 >= ARRAYSIZE(s->DataPath)) {
+    if (!EndWithBackslash(s->DataPath, ARRAYSIZE(s->DataPath))) {
         SetLastError(ERROR_MORE_DATA);
         return 0;
     }
@@ -250,10 +265,6 @@ int SaveSettings(Settings *s)
 
     if (!WriteRegText(k, L"Server", s->Server) || !WriteRegDword(k, L"Port", s->Port))
         return 0;
-    if (add_backslash) {
-        s->DataPath[data_length] = L'\\';
-        s->DataPath[data_length + 1] = L'\0';
-    }
     if (!WriteRegText(k, L"DataPath", s->DataPath) || !WriteRegDword(k, L"Limit", s->Limit))
         return 0;
 
@@ -310,7 +321,8 @@ void DescribeMissingSettings(wchar_t *out, size_t out_chars)
         missing[0] = LoadFixedText(k, L"Server", text, ARRAYSIZE(text), L"") != 1;
         missing[1] = !ReadRegDword(k, L"Port", &number);
         missing[2] = LoadFixedText(k, L"DataPath", text, ARRAYSIZE(text), L"") != 1;
-        missing[3] = !ReadRegDword(k, L"Limit", &number);
+        missing[2] = missing[2] || !EndWithBackslash(text, ARRAYSIZE(text));
+        missing[3] = !ReadRegDword(k, L"Limit", &number) || number == 0;
     }
     static const wchar_t *const names[4] = {L"Server", L"Port", L"DataPath", L"Limit"};
     size_t used = 0;

@@ -12,7 +12,7 @@
 
 struct Settings {
     wchar_t Server[260];
-    wchar_t DataPath[260];     /* ends in one backslash after a save */
+    wchar_t DataPath[260];     /* ends in one backslash once loaded or saved */
     DWORD Port;
     DWORD Limit;               /* most articles per group and run */
     DWORD KeyMode;             /* 1: article view keys scroll one line */
@@ -47,7 +47,9 @@ void FreeSettings(Settings *s);
 /* Fills the record from the registry, creating the program key if missing;
  * missing values take their defaults and never fail the load. The texts and
  * fonts already held are replaced. *SettingsComplete is 1 when Server, Port,
- * DataPath and Limit were all present. A value of another type, or longer
+ * DataPath and Limit were all present; a DataPath without its trailing
+ * backslash gets one in the record (a path with no room for it counts as
+ * missing), and a Limit of 0 counts as missing and reads as 50. A value of another type, or longer
  * than its field (Server and DataPath 259 characters, EntryName 20,
  * FontName 31, UserID and Password 255), counts as missing. Returns 1, or 0
  * with the last error set: the key cannot be opened, an existing UserID or

@@ -190,7 +190,7 @@ TEST_F(SettingsTest, OverLongValuesCountAsMissing)
 {
     const struct { const wchar_t *name; size_t field, longest; const wchar_t *fallback; int complete_if_over; }
     fields[] = {
-        {L"Server", offsetof(Settings, Server), 259, L"", 0}, {L"DataPath", offsetof(Settings, DataPath), 259, L"", 0},
+        {L"Server", offsetof(Settings, Server), 259, L"", 0},
         {L"EntryName", offsetof(Settings, EntryName), 20, L"", 1},
         {L"FontName", offsetof(Settings, FontName), 31, L"Tahoma", 1}};
     for (const auto &f : fields) {
@@ -220,6 +220,28 @@ TEST_F(SettingsTest, OverLongValuesCountAsMissing)
     EXPECT_EQ(SaveSettings(&r.s), 0);
     EXPECT_EQ(GetLastError(), (DWORD)ERROR_MORE_DATA);
     EXPECT_FALSE(KeyExists());
+}
+
+/* The data folder is used with its backslash even when the registry lacks
+ * it, so no file is made beside the folder; a limit of 0 would fetch
+ * nothing and is asked for again like a missing one. */
+TEST_F(SettingsTest, DataPathGetsItsBackslashAndLimitZeroIsMissing)
+{
+    const std::wstring d258(258, L'd');
+    const struct { std::wstring stored; DWORD limit; std::wstring loaded; DWORD limit_loaded; int complete; } cases[] = {
+        {L"C:\\news", 300, L"C:\\news\\", 300, 1},
+        {d258, 300, d258 + L"\\", 300, 1},
+        {d258 + L"d", 300, d258 + L"d", 300, 0}, /* no room for the backslash */
+        {d258 + L"\\", 0, d258 + L"\\", 50, 0},
+    };
+    for (const auto &c : cases) {
+        SeedCompleteSettings(c.stored);
+        SetPelnorDword(L"Limit", c.limit);
+        Record r;
+        EXPECT_EQ(r.Load(), c.complete) << c.stored.size();
+        EXPECT_EQ(std::wstring(r->DataPath), c.loaded);
+        EXPECT_EQ(r->Limit, c.limit_loaded);
+    }
 }
 
 TEST_F(SettingsTest, ViewOptionsLiveInTheirSubkeysWithTheirDefaults)
