@@ -168,9 +168,59 @@ int RebuildWithHeader(GroupStore *store)
     return IndexWriteHeader(store, INVALID_HANDLE_VALUE) && IndexRebuild(store);
 }
 
-/* A version 5 index shorter than its header or its records is rebuilt,
- * keeping the header numbers that are still there. */
-int RepairShortIndex(GroupStore *store)
+/* Whether every record lies inside the log, each after the one before (the
+ * download and the deletion of read articles keep them in log order). A
+ * missing log is an empty one. */
+int RecordsFitLog(const GroupStore *store, DWORD record_count, int *fit)
+{
+    *fit = 1;
+    if (record_count == 0)
+        return 1;
+    unsigned long long log_size = 0;
+    {
+        ScopedFile log(OpenForReading(store->log_path));
+        if (log.valid()) {
+            LARGE_INTEGER size;
+            if (!GetFileSizeEx(log.get(), &size))
+                return 0;
+            log_size = (unsigned long long)size.QuadPart;
+        } else if (GetLastError() != ERROR_FILE_NOT_FOUND) {
+            return 0;
+        }
+    }
+    ScopedFile index(OpenForReading(store->index_path));
+    if (!index.valid() || !SeekFile(index.get(), kIndexHeaderSize))
+        return 0;
+    IndexRecord *batch = (IndexRecord *)malloc(kIndexRecordBatch * sizeof(IndexRecord));
+    if (!batch) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return 0;
+    }
+    unsigned long long previous_end = 0;
+    int ok = 1;
+    for (DWORD done = 0; ok && *fit && done < record_count;) {
+        DWORD wanted = record_count - done < kIndexRecordBatch ? record_count - done : kIndexRecordBatch, got = 0;
+        ok = ReadBytes(index.get(), batch, wanted * kIndexRecordSize, &got);
+        if (ok && got < wanted * kIndexRecordSize) {
+            SetLastError(ERROR_HANDLE_EOF);
+            ok = 0;
+        }
+        for (DWORD i = 0; ok && *fit && i < wanted; i++) {
+            unsigned long long end = (unsigned long long)batch[i].log_offset + batch[i].log_length;
+            *fit = batch[i].log_offset >= previous_end && end <= log_size;
+            previous_end = end;
+        }
+        done += wanted;
+    }
+    free(batch);
+    return ok;
+}
+
+/* A version 5 index shorter than its header or its records, or whose
+ * records do not fit its log (a log cut short or emptied), is rebuilt from
+ * the log, keeping the header numbers that are still there; when the
+ * records did not fit, last fetched comes from the log alone. */
+int RepairIndex(GroupStore *store)
 {
     IndexHeader header;
     memset(&header, 0, sizeof header);
@@ -185,9 +235,16 @@ int RepairShortIndex(GroupStore *store)
         if (!ReadBytes(file.get(), &header, sizeof header, &got))
             return 0;
     }
+    int fit = 0;
     if (got >= kIndexHeaderSize &&
-        (unsigned long long)size >= kIndexHeaderSize + (unsigned long long)kIndexRecordSize * header.record_count)
-        return 1;
+        (unsigned long long)size >= kIndexHeaderSize + (unsigned long long)kIndexRecordSize * header.record_count) {
+        if (!RecordsFitLog(store, header.record_count, &fit))
+            return 0;
+        if (fit)
+            return 1;
+        if (header.last_fetched != kCaughtUpOnServer)
+            header.last_fetched = 0;
+    }
     GroupStoreReset(store);
     if (got >= 8)
         store->last_fetched = header.last_fetched;
@@ -319,7 +376,7 @@ int IndexBringUpToDate(GroupStore *store, int *unknown_version)
                 return 0;
         return 1;
     case kIndexVersion:
-        return RepairShortIndex(store);
+        return RepairIndex(store);
     default:
         *unknown_version = 1;
         SetLastError(ERROR_INVALID_DATA);

@@ -12,10 +12,6 @@
 
 namespace {
 
-/* Records moved per read or write when whole runs of records are handled
- * (rebuild, mark all read, re-filter). */
-enum : DWORD { kRecordBatch = 512 };
-
 DWORD RecordOffset(DWORD number)
 {
     return kIndexHeaderSize + kIndexRecordSize * number;
@@ -278,9 +274,12 @@ int IndexRebuild(GroupStore *store)
     store->high_count = 0;
     store->low_count = 0;
 
+    /* The log's highest article number: a lost index's last fetched was at
+     * least that, so a rebuild never has those articles fetched again. */
+    DWORD highest_number = 0;
     int ok = SeekFile(index, kIndexHeaderSize);
     DWORD error = NO_ERROR;
-    IndexRecord *batch = (IndexRecord *)malloc(kRecordBatch * sizeof(IndexRecord));
+    IndexRecord *batch = (IndexRecord *)malloc(kIndexRecordBatch * sizeof(IndexRecord));
     if (ok && !batch) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         ok = 0;
@@ -294,6 +293,8 @@ int IndexRebuild(GroupStore *store)
         while (ok) {
             DWORD start, end;
             int scanned = LogScanArticle(&scanner, &block, &start, &end);
+            if (scanned && block.sequence != kNoHeaderLine && block.sequence > highest_number)
+                highest_number = block.sequence;
             if (scanned) {
                 /* A head with continuation lines is longer in the log than
                  * in the block: its subject line is read from the log. */
@@ -304,7 +305,7 @@ int IndexRebuild(GroupStore *store)
             } else if (GetLastError() != ERROR_HANDLE_EOF) {
                 ok = 0;
             }
-            if (pending && (!scanned || !ok || pending == kRecordBatch)) {
+            if (pending && (!scanned || !ok || pending == kIndexRecordBatch)) {
                 DWORD kept = GetLastError();
                 if (!WriteBytes(index, batch, pending * kIndexRecordSize)) {
                     ok = 0;
@@ -323,6 +324,8 @@ int IndexRebuild(GroupStore *store)
     }
     if (!ok)
         error = GetLastError();
+    else if (store->last_fetched != kCaughtUpOnServer && highest_number > store->last_fetched)
+        store->last_fetched = highest_number;
     free(batch);
     ClearKeywordFilter(&filter);
     /* Nothing stays after the last record (an old, longer index). */
@@ -406,6 +409,9 @@ int IndexMarkAllRead(GroupStore *store)
     HANDLE index = store->index_file;
     /* Record by record, so that a failure leaves every record before it
      * read and the header's count says how far the marking got. */
+    /* The log's highest article number: a lost index's last fetched was at
+     * least that, so a rebuild never has those articles fetched again. */
+    DWORD highest_number = 0;
     int ok = SeekFile(index, kIndexHeaderSize);
     for (DWORD number = 0; ok && number < store->record_count; number++) {
         IndexRecord record;

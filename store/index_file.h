@@ -23,6 +23,9 @@ enum : DWORD {
     kIndexHeaderSize = 100,
     kIndexRecordSize = 92,
     kStatusTextSize = 64, /* 63 bytes and a NUL */
+    /* Records moved per read or write when whole runs of records are
+     * handled (rebuild, checks, row maps, mark all read, re-filter). */
+    kIndexRecordBatch = 512,
 };
 
 /* Record flags: bit 0 read, bits 1-2 the keyword priority (0 normal, 1 low,
@@ -112,8 +115,10 @@ int IndexAppend(GroupStore *store, DWORD start, DWORD end, const HeaderBlock *bl
 
 /* Recreates every record from the log (a missing log holds no articles),
  * with the group's filter, truncates what followed, and writes the header
- * with the new counts; the other header values are kept. A log that ends
- * inside an article gives records for the whole articles before it. */
+ * with the new counts; the other header values are kept, except that last
+ * fetched is raised to the highest article number in the log (unless the
+ * group was caught up on the server). A log that ends inside an article
+ * gives records for the whole articles before it. */
 int IndexRebuild(GroupStore *store);
 
 /* Matches every record's subject text (read from the log) against the

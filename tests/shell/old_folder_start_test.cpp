@@ -30,7 +30,7 @@ TEST(OldDataFolder, StartConvertsEveryIndexAndTheViewShowsThem)
     for (uint32_t version = 2; version <= 4; version++)
         ASSERT_TRUE(WriteFileBytes(data.file(L"fj.v" + std::to_wstring(version) + L".idx"), OldIndex(version)));
     /* fj.lost has its log but lost its index: the records come back from
-     * the log, the position on the server does not. */
+     * the log, and last fetched from its highest article number. */
 
     PelnorProcess pelnor = StartPelnor();
     ASSERT_NE(pelnor.handle, nullptr);
@@ -45,7 +45,7 @@ TEST(OldDataFolder, StartConvertsEveryIndexAndTheViewShowsThem)
     const wchar_t *rows[5][6] = {
         {L"fj.v1", L"3", L"3", L"日本語 ok", L"34", L"40"}, {L"fj.v2", L"1", L"3", L"old", L"34", L"40"},
         {L"fj.v3", L"1", L"3", L"old", L"34", L"40"},       {L"fj.v4", L"1", L"3", L"old", L"34", L"40"},
-        {L"fj.lost", L"3", L"3", L"", L"0", L"0"},
+        {L"fj.lost", L"3", L"3", L"", L"34", L"0"},
     };
     ASSERT_EQ(ListViewRowCount(list), 5);
     for (int row = 0; row < 5; row++)
@@ -68,7 +68,7 @@ TEST(OldDataFolder, StartConvertsEveryIndexAndTheViewShowsThem)
     EXPECT_EQ(FileBytes(data.file(L"fj.v1.idx")),
               HeaderBytes(HeaderFields{5, 34, 40, 77, 3, 0, SJIS_NIHONGO " ok", 3}) + CurrentRecords(true));
     EXPECT_EQ(FileBytes(data.file(L"fj.lost.idx")),
-              HeaderBytes(HeaderFields{5, 0, 0, 0, 3, 0, "", 3}) + CurrentRecords(true));
+              HeaderBytes(HeaderFields{5, 34, 0, 0, 3, 0, "", 3}) + CurrentRecords(true));
     for (const wchar_t *group : {L"fj.v1", L"fj.v2", L"fj.v3", L"fj.v4", L"fj.lost"})
         EXPECT_EQ(FileBytes(data.file(std::wstring(group) + L".log")), OldLog()) << group;
     DeletePelnorKey();

@@ -50,13 +50,64 @@ TEST(DataFolder, EverySubscribedGroupGetsACurrentIndex)
     EXPECT_EQ(FileBytes(folder.file(L"fj.new.idx")), HeaderBytes(HeaderFields()));
     EXPECT_FALSE(FileExists(folder.file(L"fj.new.log")));
     EXPECT_EQ(FileBytes(folder.file(L"fj.log.idx")),
-              HeaderBytes(HeaderFields{5, 0, 0, 0, 1, 0, "", 1, 0, 0}) +
+              HeaderBytes(HeaderFields{5, 5, 0, 0, 1, 0, "", 1, 0, 0}) + /* last fetched from the log */
                   RecordBytes(RecordFields{0, 5, 0, (uint32_t)article.size(), "hi", "0000", "a@b", 9, 2}));
     EXPECT_EQ(FileBytes(folder.file(L"fj.ok.idx")), HeaderBytes(ok));
     EXPECT_TRUE(FileExists(folder.file(L"x.idx")));
     EXPECT_TRUE(FileExists(folder.file(L"japan.日本語.idx")));
     EXPECT_FALSE(FileExists(folder.file(L"#x.idx")));
     EXPECT_FALSE(FileExists(folder.file(L"ab.idx")));
+}
+
+/* An index whose records do not fit its log (the log cut short, emptied,
+ * or records overlapping) is rebuilt from the log at start-up, and last
+ * fetched then comes from the log, so lost articles are fetched again and
+ * kept ones are not. */
+TEST(DataFolder, IndexThatDoesNotFitItsLogIsRebuiltFromIt)
+{
+    std::string log;
+    std::vector<RecordFields> records;
+    for (uint32_t number : {7, 8, 9}) {
+        std::string article = ArticleBytes({"Subject: hi\r\n", "From: a@b\r\n"}, number, {"x\r\n"});
+        records.push_back({1, number, (uint32_t)log.size(), (uint32_t)article.size(), "hi", "0000", "a@b",
+                           (uint32_t)log.size() + 9, 2});
+        log += article;
+    }
+    HeaderFields stored{5, 12, 20, 0, 3, 2, "200 ok", 0, 0, 0};
+    auto index_of = [](HeaderFields h, const std::vector<RecordFields> &rs) {
+        std::string bytes;
+        for (const RecordFields &r : rs)
+            bytes += RecordBytes(r);
+        return HeaderBytes(h) + bytes;
+    };
+    std::vector<RecordFields> overlapping = records;
+    overlapping[2].offset -= 4;
+    std::vector<RecordFields> two_unread = {records[0], records[1]};
+    two_unread[0].flags = two_unread[1].flags = 0;
+    std::vector<RecordFields> three_unread = records;
+    for (RecordFields &r : three_unread)
+        r.flags = 0;
+    const struct {
+        const char *what;
+        std::string log;
+        std::vector<RecordFields> records;
+        std::string expected;
+    } cases[] = {
+        {"fits", log, records, index_of(stored, records)},
+        {"cut short", log.substr(0, log.size() - 5), records,
+         index_of({5, 8, 20, 0, 2, 0, "200 ok", 2, 0, 0}, two_unread)},
+        {"emptied", "", records, index_of({5, 0, 20, 0, 0, 0, "200 ok", 0, 0, 0}, {})},
+        {"overlapping", log, overlapping, index_of({5, 9, 20, 0, 3, 0, "200 ok", 3, 0, 0}, three_unread)},
+    };
+    for (const auto &c : cases) {
+        TempFolder folder;
+        ASSERT_TRUE(WriteFileBytes(folder.file(L"group.dat"), "fj.a\r\n"));
+        ASSERT_TRUE(WriteFileBytes(folder.file(L"fj.a.log"), c.log));
+        ASSERT_TRUE(WriteFileBytes(folder.file(L"fj.a.idx"), index_of(stored, c.records)));
+        int unknown_version;
+        ASSERT_TRUE(StartDataFolder(folder.path().c_str(), &unknown_version)) << c.what;
+        EXPECT_EQ(FileBytes(folder.file(L"fj.a.idx")), c.expected) << c.what;
+    }
 }
 
 TEST(DataFolder, UnknownIndexVersionStopsTheStart)

@@ -48,9 +48,10 @@ TEST_F(IndexConvertTest, TruncatedIndexIsRebuiltKeepingWhatItStillSays)
     h.status = "";
     EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(h) + CurrentRecords(true));
 
-    /* Too little to hold a version: made anew. */
+    /* Too little to hold a version: made anew, last fetched from the log's
+     * highest article number. */
     ASSERT_TRUE(WriteFileBytes(IndexPath(), current.substr(0, 3)));
     ASSERT_TRUE(BringUp());
-    h.last_fetched = h.server_last = 0;
+    h.server_last = 0;
     EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(h) + CurrentRecords(true));
 }
