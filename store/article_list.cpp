@@ -146,17 +146,28 @@ int ArticleListBuild(ArticleList *list, DWORD page_size)
             DropPages(list);
             return 0;
         }
-        for (DWORD number = 0; number < count; number++) {
-            IndexRecord record;
-            DWORD got = 0;
-            if (!ReadBytes(index.get(), &record, sizeof record, &got) || got < sizeof record) {
-                if (got < sizeof record)
+        /* The records are read in blocks, into the page's space (allocated
+         * here for that) so the scan needs nothing more. */
+        list->page = (IndexRecord *)HeapBytes(list->heap, kIndexRecordBatch * sizeof(IndexRecord));
+        if (!list->page) {
+            DropPages(list);
+            return 0;
+        }
+        for (DWORD done = 0; done < count;) {
+            DWORD wanted = count - done < kIndexRecordBatch ? count - done : kIndexRecordBatch, got = 0;
+            if (!ReadBytes(index.get(), list->page, wanted * kIndexRecordSize, &got) ||
+                got < wanted * kIndexRecordSize) {
+                if (got < wanted * kIndexRecordSize)
                     SetLastError(ERROR_HANDLE_EOF);
                 DropPages(list);
                 return 0;
             }
-            runs[number] = RunOf(list, &record);
+            for (DWORD i = 0; i < wanted; i++)
+                runs[done + i] = RunOf(list, &list->page[i]);
+            done += wanted;
         }
+        HeapFree(list->heap, 0, list->page);
+        list->page = nullptr;
     }
     /* The header's counts are taken as they stand; toggles move the
      * unread count from there. */
@@ -194,17 +205,21 @@ int ArticleListLoadPage(ArticleList *list, DWORD first_row)
     ScopedFile index(OpenForReading(list->store.index_path));
     if (!index.valid())
         return 0;
-    for (DWORD i = 0; i < rows; i++) {
-        DWORD number = list->row_map[first_row + i];
+    /* Rows whose records follow each other in the index are read at once. */
+    for (DWORD i = 0; i < rows;) {
+        DWORD number = list->row_map[first_row + i], run = 1;
+        while (i + run < rows && list->row_map[first_row + i + run] == number + run)
+            run++;
         DWORD got = 0;
         if (!ReadBytesAt(index.get(), kIndexHeaderSize + kIndexRecordSize * number, &list->page[i],
-                         kIndexRecordSize, &got))
+                         run * kIndexRecordSize, &got))
             return 0;
-        if (got < kIndexRecordSize) {
+        if (got < run * kIndexRecordSize) {
             SetLastError(ERROR_HANDLE_EOF);
             return 0;
         }
-        list->rows_in_page = i + 1;
+        i += run;
+        list->rows_in_page = i;
     }
     return 1;
 }
