@@ -24,8 +24,18 @@ here=$(cd "$(dirname "$0")" && pwd)
 bin=/usr/lib/news/bin
 cmd=${1:?start, reader, newgroup, post, cancel, seed or stop}
 dir=${2:?folder}
+# The news user must reach every folder of the tree. Where it cannot (a
+# clone under /root, mode 700) a new tree is made under /var/tmp and DIR
+# becomes a link to it.
+if [ "$cmd" = start ] && [ ! -e "$dir" ] && [ "$(id -u)" = 0 ] &&
+   ! runuser -u news -- test -x "$(dirname "$(realpath -m "$dir")")" 2>/dev/null; then
+  real=$(mktemp -d /var/tmp/pelnor-inn.XXXXXX)
+  chmod 755 "$real"
+  mkdir -p "$(dirname "$dir")"
+  ln -s "$real" "$dir"
+fi
 mkdir -p "$dir"
-dir=$(cd "$dir" && pwd)
+dir=$(cd "$dir" && pwd -P)
 export INNCONF=$dir/etc/inn.conf
 
 free_port() {
