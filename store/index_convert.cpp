@@ -180,10 +180,10 @@ int RecordsFitLog(const GroupStore *store, DWORD record_count, int *fit)
     {
         ScopedFile log(OpenForReading(store->log_path));
         if (log.valid()) {
-            LARGE_INTEGER size;
-            if (!GetFileSizeEx(log.get(), &size))
+            DWORD high = 0, low = GetFileSize(log.get(), &high);
+            if (low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR)
                 return 0;
-            log_size = (unsigned long long)size.QuadPart;
+            log_size = ((unsigned long long)high << 32) | low;
         } else if (GetLastError() != ERROR_FILE_NOT_FOUND) {
             return 0;
         }
