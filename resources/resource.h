@@ -267,4 +267,7 @@
 #define IDS_RAS_DISCONNECTING   330
 #define IDS_RAS_WILL_DISCONNECT 331
 
+/* Texts of this program's own, beyond the original's table. */
+#define IDS_GROUPS_NOT_NAMED    460
+
 #endif

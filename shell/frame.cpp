@@ -42,14 +42,16 @@ void AppFrameDestroy(AppFrame *frame)
 int ReloadData(AppFrame *frame)
 {
     int unknown_version;
-    if (!StartDataFolder(frame->settings.DataPath, &unknown_version)) {
-        if (unknown_version) {
-            DWORD error = GetLastError();
-            ShowResBox(nullptr, IDS_INDEX_INVALID, IDS_CAPTION_PELNOR, MB_OK | MB_ICONEXCLAMATION);
-            SetLastError(error);
-        }
+    int started = StartDataFolder(frame->settings.DataPath, &unknown_version);
+    DWORD error = GetLastError();
+    if (unknown_version)
+        ShowResBox(nullptr, IDS_INDEX_INVALID, IDS_CAPTION_PELNOR, MB_OK | MB_ICONEXCLAMATION);
+    if (!started) {
+        SetLastError(error);
         ShowLastErrorBoxRes(IDS_DATA_INIT_FAILED, IDS_CAPTION_PELNOR, MB_ICONERROR);
         return 0;
     }
+    /* Groups start-up could not bring up are named by the view, which
+     * shows the others. */
     return GroupViewReload(frame->groupView, frame->settings.DataPath);
 }

@@ -50,8 +50,10 @@ int TouchDataFile(const wchar_t *data_path, const wchar_t *name)
 }
 
 /* Brings every subscribed group's index up to the current version, in the
- * order of group.dat. Start-up stops at an index of a version this program
- * does not know, with *unknown_version set. */
+ * order of group.dat. A group that cannot be brought up (a name the store
+ * refuses, an index it cannot read or of a version it does not know) is
+ * left as it is and the others go on, so the user can still start the
+ * program and unsubscribe it; the group view names it. */
 int PrepareGroupIndexes(const wchar_t *data_path, int *unknown_version)
 {
     GroupFileReader *groups = GroupFileOpen(data_path);
@@ -59,19 +61,18 @@ int PrepareGroupIndexes(const wchar_t *data_path, int *unknown_version)
         return 0;
     GroupStore store;
     GroupStoreInit(&store);
-    int ok = 1;
     const wchar_t *name;
     while ((name = GroupFileNext(groups)) != nullptr) {
         GroupStoreReset(&store);
-        if (!GroupStoreSetNames(&store, data_path, name) || !IndexBringUpToDate(&store, unknown_version)) {
-            ok = 0;
-            break;
-        }
+        int unknown = 0;
+        if (GroupStoreSetNames(&store, data_path, name))
+            IndexBringUpToDate(&store, &unknown);
+        if (unknown)
+            *unknown_version = 1;
     }
     /* The names end at the end of the file, or where the group view's
      * reading would stop too (an over-long line); a read error fails. */
-    if (ok && GetLastError() != ERROR_HANDLE_EOF && GetLastError() != ERROR_MORE_DATA)
-        ok = 0;
+    int ok = GetLastError() == ERROR_HANDLE_EOF || GetLastError() == ERROR_MORE_DATA;
     DWORD error = GetLastError();
     GroupStoreRelease(&store);
     GroupFileClose(groups);

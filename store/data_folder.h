@@ -9,8 +9,9 @@
 #include <windows.h>
 
 /* Shows the wait cursor while it works. Returns 1, or 0 with the last error
- * set; *unknown_version is 1 when it stopped at a group's index of a version
- * this program does not know (error 13), which the caller tells the user. */
+ * set when the folder itself cannot be prepared. A group whose index cannot
+ * be brought up is skipped; *unknown_version is 1 when one of them was of a
+ * version this program does not know, which the caller tells the user. */
 int StartDataFolder(const wchar_t *data_path, int *unknown_version);
 
 #endif

@@ -2,6 +2,7 @@
 
 #include <commctrl.h>
 #include <stdio.h>
+#include <wchar.h>
 
 #include "resources/resource.h"
 #include "base/message_box.h"
@@ -106,6 +107,45 @@ void SelectRow(HWND list, int row)
     SendMessageW(list, LVM_ENSUREVISIBLE, row, FALSE);
 }
 
+/* The groups a reload could not show, named in one box at its end. */
+struct FailedGroups {
+    DWORD count;
+    DWORD first_error;
+    wchar_t names[1024]; /* the first few, each after "\r\n" */
+};
+
+enum { kNamedFailedGroups = 10, kNamedGroupChars = 64 };
+
+void NoteFailedGroup(FailedGroups *failed, const wchar_t *name, DWORD error)
+{
+    if (failed->count++ == 0)
+        failed->first_error = error;
+    if (failed->count > kNamedFailedGroups)
+        return;
+    size_t used = wcslen(failed->names);
+    /* A refused name may be hundreds of characters: its start names it. */
+    _snwprintf(failed->names + used, ARRAYSIZE(failed->names) - used, L"\r\n%.*s", (int)kNamedGroupChars, name);
+    failed->names[ARRAYSIZE(failed->names) - 1] = L'\0';
+}
+
+void ShowFailedGroups(const FailedGroups *failed)
+{
+    wchar_t text[1400], more[64] = L"";
+    FormatResError(IDS_INDEX_FILE_INIT_FAILED, failed->first_error, text, ARRAYSIZE(text));
+    if (failed->count > kNamedFailedGroups) {
+        wchar_t number[16];
+        _snwprintf(number, ARRAYSIZE(number), L"%lu", failed->count - kNamedFailedGroups);
+        number[ARRAYSIZE(number) - 1] = L'\0';
+        more[0] = L'\r';
+        more[1] = L'\n';
+        FormatResText(IDS_GROUPS_NOT_NAMED, number, more + 2, ARRAYSIZE(more) - 2);
+    }
+    size_t used = wcslen(text);
+    _snwprintf(text + used, ARRAYSIZE(text) - used, L"%s%s", failed->names, more);
+    text[ARRAYSIZE(text) - 1] = L'\0';
+    ShowTextBox(text, IDS_CAPTION_GROUP, MB_ICONHAND);
+}
+
 } // namespace
 
 void GroupViewInit(GroupView *view)
@@ -144,6 +184,11 @@ int GroupViewReload(GroupView *view, const wchar_t *data_folder)
         ShowLastErrorBoxRes(IDS_GROUP_LIST_FAILED, IDS_CAPTION_GROUP, MB_ICONHAND);
         return 0;
     }
+    /* A group whose index cannot be read keeps a row with its name only and
+     * the others are shown, so it can still be unsubscribed; the failed ones
+     * are named in one box at the end. */
+    FailedGroups failed = {};
+    SendMessageW(list, WM_SETREDRAW, FALSE, 0);
     int row = 0;
     for (const wchar_t *name; (name = GroupFileNext(reader)) != nullptr; row++) {
         LVITEMW item = {};
@@ -154,21 +199,22 @@ int GroupViewReload(GroupView *view, const wchar_t *data_folder)
 
         GroupStore store;
         GroupStoreInit(&store);
-        if (!GroupStoreSetNames(&store, data_folder, name) || !IndexReadHeader(&store)) {
-            DWORD error = GetLastError();
-            GroupStoreRelease(&store);
-            GroupFileClose(reader);
-            SetLastError(error);
-            ShowLastErrorBoxRes(IDS_INDEX_FILE_INIT_FAILED, IDS_CAPTION_GROUP, MB_ICONHAND);
-            return 0;
-        }
-        FillRow(list, row, &store);
+        if (GroupStoreSetNames(&store, data_folder, name) && IndexReadHeader(&store))
+            FillRow(list, row, &store);
+        else
+            NoteFailedGroup(&failed, name, GetLastError());
         GroupStoreRelease(&store);
     }
     GroupFileClose(reader);
+    SendMessageW(list, WM_SETREDRAW, TRUE, 0);
+    InvalidateRect(list, nullptr, TRUE);
     if (row > 0)
         SelectRow(list, 0);
-    return 1;
+    if (failed.count == 0)
+        return 1;
+    ShowFailedGroups(&failed);
+    SetLastError(failed.first_error);
+    return 0;
 }
 
 int GroupViewSelected(GroupView *view, wchar_t *name, int size, int *row)

@@ -191,23 +191,36 @@ TEST_F(GroupViewTest, EmptyOrMissingGroupFile)
     EXPECT_FALSE(GroupViewSelected(&view_, name, 64, nullptr));
 }
 
-TEST_F(GroupViewTest, UnreadableIndexStopsTheReloadAtThatGroup)
+/* A group that cannot be shown keeps a row with its name only, so the user
+ * can still unsubscribe it; the others are shown and the failed ones named
+ * in one box, the first ten by name. */
+TEST_F(GroupViewTest, GroupsThatCannotBeReadAreNamedAndTheOthersShown)
 {
-    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "a.good\r\nb.short\r\nc.never\r\n"));
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "a.good\r\nb.short\r\ncon\r\nc.after\r\n"));
     WriteIndex(L"a.good", HeaderFields());
     ASSERT_TRUE(WriteFileBytes(data_.file(L"b.short.idx"), std::string(60, '\0')));
-    WriteIndex(L"c.never", HeaderFields());
+    WriteIndex(L"c.after", HeaderFields{5, 0, 0, 0, 0, 0, "", 7});
     Create();
     EXPECT_FALSE(GroupViewReload(&view_, data_.path().c_str()));
-    ASSERT_EQ(watcher_.boxes().size(), 1u);
-    EXPECT_EQ(watcher_.boxes()[0].caption, L"GROUP");
-    EXPECT_EQ(watcher_.boxes()[0].text, L"インデックスファイルの初期化に失敗しました(13)");
-    EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONERROR);
-    /* The rows made so far stay: the failing group's row has its name only. */
-    ASSERT_EQ(ListViewRowCount(view_.list), 2);
+    ASSERT_EQ(ListViewRowCount(view_.list), 4);
     EXPECT_EQ(ListViewText(view_.list, 0, kColumnUnread), L"0");
-    EXPECT_EQ(ListViewText(view_.list, 1, 0), L"b.short");
-    EXPECT_EQ(ListViewText(view_.list, 1, kColumnUnread), L"");
+    EXPECT_EQ(ListViewText(view_.list, 2, 0), L"con");
+    EXPECT_EQ(ListViewText(view_.list, 2, kColumnUnread), L"");
+    EXPECT_EQ(ListViewText(view_.list, 3, kColumnUnread), L"7");
+
+    std::string many;
+    for (int i = 1; i <= 12; i++)
+        many += "bad*" + std::to_string(i) + "\r\n";
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), many));
+    EXPECT_FALSE(GroupViewReload(&view_, data_.path().c_str()));
+    ASSERT_EQ(watcher_.boxes().size(), 2u);
+    EXPECT_EQ(watcher_.boxes()[0].text, L"インデックスファイルの初期化に失敗しました(13)\r\nb.short\r\ncon");
+    EXPECT_EQ(watcher_.boxes()[1].text, L"インデックスファイルの初期化に失敗しました(123)\r\nbad*1\r\nbad*2\r\nbad*3\r\n"
+                                        L"bad*4\r\nbad*5\r\nbad*6\r\nbad*7\r\nbad*8\r\nbad*9\r\nbad*10\r\nほか2グループ");
+    for (const RecordedBox &box : watcher_.boxes()) {
+        EXPECT_EQ(box.caption, L"GROUP");
+        EXPECT_EQ(box.icon, (UINT)MB_ICONERROR);
+    }
 }
 
 TEST_F(GroupViewTest, SelectionNextAndUnread)
