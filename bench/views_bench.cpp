@@ -6,9 +6,11 @@
  *   - paging from the first to the last page, against the same read;
  *   - laying out and painting a 1 MB article, against reading it from the
  *     log;
- * and the process's private bytes before the group is opened and at their
- * peak while it is open. Every time is the best of several runs.
- * Usage: views_bench [articles]
+ * the process's private bytes before the group is opened and at their peak
+ * while it is open; and start-up with many subscribed groups (the data
+ * folder's first and later starts, and the group view's reload). Every
+ * time but the first start is the best of several runs.
+ * Usage: views_bench [articles] [groups]
  */
 #include <windows.h>
 #include <commctrl.h>
@@ -23,7 +25,9 @@
 #include "settings/settings.h"
 #include "store/article_reader.h"
 #include "store/index_file.h"
+#include "store/data_folder.h"
 #include "views/article_view.h"
+#include "views/group_view.h"
 #include "views/subject_view.h"
 
 #include "bench_util.h"
@@ -186,6 +190,43 @@ int wmain(int argc, wchar_t **argv)
     printf("  private bytes: %.1f MB before opening, peak %.1f MB with the group and the article open (+%.1f MB)\n",
            (double)before / 1048576.0, (double)peak / 1048576.0, (double)(peak - before) / 1048576.0);
 
+    /* Start-up with many subscribed groups: the first start makes every
+     * index, a later one checks them; then the group view shows them. */
+    int groups = argc > 2 ? _wtoi(argv[2]) : 10000;
+    std::wstring many = folder + L"many\\";
+    CreateDirectoryW(many.c_str(), nullptr);
+    {
+        Output list(many + L"group.dat");
+        for (int g = 0; g < groups; g++)
+            list.Put("fj.bench.group" + std::to_string(g) + "\r\n");
+    }
+    int unknown;
+    double start = Now();
+    if (!StartDataFolder(many.c_str(), &unknown))
+        Fail("first start");
+    double first_start = Now() - start;
+    Best later_start, reload;
+    GroupView group_view;
+    GroupViewInit(&group_view);
+    if (!GroupViewCreate(&group_view, parent, L"Group", &pane, 105, instance))
+        Fail("group view");
+    for (int run = 0; run < kRuns; run++) {
+        start = Now();
+        if (!StartDataFolder(many.c_str(), &unknown))
+            Fail("later start");
+        later_start.Take(start);
+        start = Now();
+        if (!GroupViewReload(&group_view, many.c_str()))
+            Fail("reload");
+        UpdateWindow(group_view.list);
+        reload.Take(start);
+    }
+    printf("Start-up with %d subscribed groups:\n", groups);
+    printf("  first start (every index made)    %9.1f ms   %.2f ms a group\n", first_start, first_start / groups);
+    printf("  later start (every index checked) %9.1f ms   %.2f ms a group\n", later_start.ms,
+           later_start.ms / groups);
+    printf("  group view reload                 %9.1f ms   %.2f ms a group\n", reload.ms, reload.ms / groups);
+
     GroupStoreRelease(&store);
     ArticleViewRelease(&reader);
     ArticleTextFree(&text);
@@ -195,6 +236,13 @@ int wmain(int argc, wchar_t **argv)
     for (const std::wstring &name : {group, big})
         for (const wchar_t *ending : {L".log", L".idx"})
             DeleteFileW((folder + name + ending).c_str());
+    for (int g = 0; g < groups; g++)
+        DeleteFileW((many + L"fj.bench.group" + std::to_wstring(g) + L".idx").c_str());
+    for (const wchar_t *name : {L"group.dat", L"active.dat", L"category.dat", L"draft"}) {
+        DeleteFileW((many + name).c_str());
+        RemoveDirectoryW((many + name).c_str());
+    }
+    RemoveDirectoryW(many.c_str());
     RemoveDirectoryW(folder.c_str());
     return 0;
 }

@@ -361,8 +361,13 @@ int IndexBringUpToDate(GroupStore *store, int *unknown_version)
         DWORD error = GetLastError();
         if (error != ERROR_FILE_NOT_FOUND && error != ERROR_INVALID_DATA)
             return 0;
-        /* Missing, or too short to say what it is: made anew from the log. */
+        /* Missing, or too short to say what it is: made anew from the log.
+         * A new group has no log either, and its index is the header alone
+         * (a first start with thousands of groups makes one file each). */
         GroupStoreReset(store);
+        if (error == ERROR_FILE_NOT_FOUND && GetFileAttributesW(store->log_path) == INVALID_FILE_ATTRIBUTES &&
+            GetLastError() == ERROR_FILE_NOT_FOUND)
+            return IndexWriteHeader(store, INVALID_HANDLE_VALUE);
         return RebuildWithHeader(store);
     }
     switch (version) {

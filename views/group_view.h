@@ -44,8 +44,10 @@ int GroupViewCreate(GroupView *view, HWND parent, const wchar_t *caption, const 
 void GroupViewShow(GroupView *view, int show);
 
 /* Fills the rows from group.dat and the groups' index headers, then selects
- * and focuses row 0. A failure is shown (caption "GROUP") and gives 0; the
- * rows made so far stay. */
+ * and focuses row 0. A group whose header cannot be read keeps a row with
+ * its name only and the reload goes on; the failed groups are named in one
+ * box (caption "GROUP") and the result is then 0, as it is when group.dat
+ * cannot be read. */
 int GroupViewReload(GroupView *view, const wchar_t *data_folder);
 
 /* The first selected row's group name (at most `size` characters with the
