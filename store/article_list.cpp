@@ -197,8 +197,7 @@ int ArticleListLoadPage(ArticleList *list, DWORD first_row)
     for (DWORD i = 0; i < rows; i++) {
         DWORD number = list->row_map[first_row + i];
         DWORD got = 0;
-        if (!ReadBytesAt(index.get(), kIndexHeaderSize + kIndexRecordSize * number, &list->page[i],
-                         kIndexRecordSize, &got))
+        if (!ReadBytesAt(index.get(), IndexRecordOffset(number), &list->page[i], kIndexRecordSize, &got))
             return 0;
         if (got < kIndexRecordSize) {
             SetLastError(ERROR_HANDLE_EOF);

@@ -16,11 +16,6 @@ namespace {
  * (rebuild, mark all read, re-filter). */
 enum : DWORD { kRecordBatch = 512 };
 
-DWORD RecordOffset(DWORD number)
-{
-    return kIndexHeaderSize + kIndexRecordSize * number;
-}
-
 /* The store's open index, or a handle opened for the call. */
 class IndexHandle {
 public:
@@ -204,7 +199,7 @@ int IndexReadRecords(GroupStore *store, IndexRecord *buffer, DWORD first, DWORD 
     if (!file.valid())
         return 0;
     DWORD got = 0;
-    if (!ReadBytesAt(file.get(), RecordOffset(first), buffer, wanted * kIndexRecordSize, &got))
+    if (!ReadBytesAt(file.get(), IndexRecordOffset(first), buffer, wanted * kIndexRecordSize, &got))
         return 0;
     *count = got / kIndexRecordSize;
     return 1;
@@ -215,7 +210,7 @@ int IndexWriteRecord(GroupStore *store, const IndexRecord *record, DWORD number)
     IndexHandle file(store, GENERIC_READ | GENERIC_WRITE);
     if (!file.valid())
         return 0;
-    if (number != 0xFFFFFFFFu && !SeekFile(file.get(), RecordOffset(number)))
+    if (number != 0xFFFFFFFFu && !SeekFile(file.get(), IndexRecordOffset(number)))
         return 0;
     return WriteBytes(file.get(), record, sizeof *record);
 }
@@ -326,7 +321,7 @@ int IndexRebuild(GroupStore *store)
     free(batch);
     ClearKeywordFilter(&filter);
     /* Nothing stays after the last record (an old, longer index). */
-    if ((!SeekFile(index, RecordOffset(store->record_count)) || !SetEndOfFile(index)) && ok) {
+    if ((!SeekFile(index, IndexRecordOffset(store->record_count)) || !SetEndOfFile(index)) && ok) {
         ok = 0;
         error = GetLastError();
     }
@@ -364,7 +359,7 @@ int IndexRefilter(GroupStore *store)
     for (DWORD number = 0; ok && number < store->record_count; number++) {
         IndexRecord record;
         DWORD got = 0;
-        if (!ReadBytesAt(index.get(), RecordOffset(number), &record, sizeof record, &got) ||
+        if (!ReadBytesAt(index.get(), IndexRecordOffset(number), &record, sizeof record, &got) ||
             got < sizeof record) {
             if (got < sizeof record)
                 SetLastError(ERROR_HANDLE_EOF);
@@ -384,7 +379,7 @@ int IndexRefilter(GroupStore *store)
             low++;
         if (priority != RecordPriority(&record)) {
             record.flags = (record.flags & ~kRecordPriorityMask) | (priority << kRecordPriorityShift);
-            if (!SeekFile(index.get(), RecordOffset(number)) || !WriteBytes(index.get(), &record, sizeof record))
+            if (!SeekFile(index.get(), IndexRecordOffset(number)) || !WriteBytes(index.get(), &record, sizeof record))
                 ok = 0;
         }
     }
@@ -417,7 +412,7 @@ int IndexMarkAllRead(GroupStore *store)
             break;
         }
         record.flags |= kRecordRead;
-        if (!SeekFile(index, RecordOffset(number)) || !WriteBytes(index, &record, sizeof record)) {
+        if (!SeekFile(index, IndexRecordOffset(number)) || !WriteBytes(index, &record, sizeof record)) {
             ok = 0;
             break;
         }
