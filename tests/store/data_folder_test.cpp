@@ -5,7 +5,6 @@
 
 #include "store/data_folder.h"
 #include "store_test_util.h"
-#include "support/gui_helper.h"
 
 TEST(DataFolder, StartMakesTheFilesAndRemovesDraftBackupsOnly)
 {
@@ -59,37 +58,32 @@ TEST(DataFolder, EverySubscribedGroupGetsACurrentIndex)
     EXPECT_FALSE(FileExists(folder.file(L"ab.idx")));
 }
 
-TEST(DataFolder, UnknownIndexVersionStopsTheStart)
+/* An index of an unknown version, or a name that cannot be a file name:
+ * the groups before it are done, the bad one kept, those after not reached. */
+TEST(DataFolder, BadGroupStopsTheStartThere)
 {
-    TempFolder folder;
-    ASSERT_TRUE(WriteFileBytes(folder.file(L"group.dat"), "fj.first\r\nfj.bad\r\nfj.after\r\n"));
-    std::string bad = U32(6) + std::string(96, '\0');
-    ASSERT_TRUE(WriteFileBytes(folder.file(L"fj.bad.idx"), bad));
-    int unknown_version = 0;
-    SetLastError(0);
-    EXPECT_FALSE(StartDataFolder(folder.path().c_str(), &unknown_version));
-    EXPECT_EQ(GetLastError(), (DWORD)ERROR_INVALID_DATA);
-    EXPECT_EQ(unknown_version, 1);
-    /* Groups before it were done, the bad one kept, those after not reached. */
-    EXPECT_TRUE(FileExists(folder.file(L"fj.first.idx")));
-    EXPECT_EQ(FileBytes(folder.file(L"fj.bad.idx")), bad);
-    EXPECT_FALSE(FileExists(folder.file(L"fj.after.idx")));
-}
-
-TEST(DataFolder, GroupNameThatCannotBeAFileNameIsRefused)
-{
-    TempFolder outer;
-    std::wstring inner = outer.file(L"data\\");
-    ASSERT_TRUE(CreateDirectoryW(inner.c_str(), nullptr));
-    ASSERT_TRUE(WriteFileBytes(inner + L"group.dat", "fj.fine\r\n..\\evil\r\nfj.later\r\n"));
-    int unknown_version = 1;
-    SetLastError(0);
-    EXPECT_FALSE(StartDataFolder(inner.c_str(), &unknown_version));
-    EXPECT_EQ(GetLastError(), (DWORD)ERROR_INVALID_NAME);
-    EXPECT_EQ(unknown_version, 0);
-    EXPECT_TRUE(FileExists(inner + L"fj.fine.idx"));
-    EXPECT_FALSE(FileExists(outer.file(L"evil.idx")));
-    EXPECT_FALSE(FileExists(inner + L"fj.later.idx"));
+    const struct {
+        const char *group;
+        DWORD error;
+        int unknown_version;
+    } cases[] = {{"fj.bad", ERROR_INVALID_DATA, 1}, {"..\\evil", ERROR_INVALID_NAME, 0}};
+    const std::string bad_index = U32(6) + std::string(96, '\0');
+    for (const auto &c : cases) {
+        TempFolder outer;
+        std::wstring data = outer.file(L"data\\");
+        ASSERT_TRUE(CreateDirectoryW(data.c_str(), nullptr));
+        ASSERT_TRUE(WriteFileBytes(data + L"group.dat", "fj.first\r\n" + std::string(c.group) + "\r\nfj.after\r\n"));
+        ASSERT_TRUE(WriteFileBytes(data + L"fj.bad.idx", bad_index));
+        int unknown_version = !c.unknown_version;
+        SetLastError(0);
+        EXPECT_FALSE(StartDataFolder(data.c_str(), &unknown_version));
+        EXPECT_EQ(GetLastError(), c.error);
+        EXPECT_EQ(unknown_version, c.unknown_version);
+        EXPECT_TRUE(FileExists(data + L"fj.first.idx"));
+        EXPECT_EQ(FileBytes(data + L"fj.bad.idx"), bad_index);
+        EXPECT_FALSE(FileExists(outer.file(L"evil.idx")));
+        EXPECT_FALSE(FileExists(data + L"fj.after.idx"));
+    }
 
     for (const wchar_t *name : {L"", L"..", L"../evil", L"a..b", L".hidden", L"trailing.", L"a/b", L"c:evil", L"a*b",
                                 L"a?b", L"a\"b", L"a<b", L"a>b", L"a|b", L"a b", L"a\x7F", L"con", L"CON.test",
