@@ -45,40 +45,27 @@ const Sample kSamples[] = {
     {106, {"Subject: Plain\r\n"}, {}, {}, {0, 0, 0, 0, "Plain", "0000", "(Unknown)"}},
 };
 
-std::string Stored(int i)
+/* The log and records of the first `count` samples, stored back to back. */
+GroupBytes Stored(int count)
 {
-    const Sample &s = kSamples[i];
-    return ArticleBytes(s.stored.empty() ? s.head : s.stored, s.number, s.body);
+    GroupBytes g;
+    for (int i = 0; i < count; i++) {
+        const Sample &s = kSamples[i];
+        RecordFields r = s.record;
+        r.number = s.number;
+        g.Add(s.stored.empty() ? s.head : s.stored, s.body, r);
+    }
+    return g;
 }
 
 std::string Log(int count)
 {
-    std::string log;
-    for (int i = 0; i < count; i++)
-        log += Stored(i);
-    return log;
+    return Stored(count).log;
 }
 
-/* The records of the first `count` samples, stored back to back. */
 std::string Records(int count)
 {
-    std::string bytes;
-    uint32_t offset = 0;
-    for (int i = 0; i < count; i++) {
-        std::string article = Stored(i);
-        RecordFields r = kSamples[i].record;
-        r.number = kSamples[i].number;
-        r.offset = r.subject_offset = offset;
-        r.length = (uint32_t)article.size();
-        size_t subject = article.find("Subject: ");
-        if (subject != std::string::npos) {
-            r.subject_offset += (uint32_t)subject + 9;
-            r.subject_length = (uint32_t)r.subject.size();
-        }
-        bytes += RecordBytes(r);
-        offset += r.length;
-    }
-    return bytes;
+    return Stored(count).Records();
 }
 
 /* The header of the first `count` samples, all unread. */
@@ -144,7 +131,7 @@ TEST_F(ArticleLogTest, LogAndIndexOfSeveralArticlesByteForByte)
     EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(header) + Records(4));
 
     /* An article reads back as wide text; a range past the log's end fails. */
-    wchar_t *article = ReadArticle(&store_, (DWORD)Stored(0).size(), (DWORD)Stored(1).size());
+    wchar_t *article = ReadArticle(&store_, (DWORD)Stored(1).log.size(), (DWORD)Stored(2).articles[1].size());
     ASSERT_NE(article, nullptr);
     EXPECT_EQ(std::wstring(article).find(L"(山田 Hanako)\r\n"), (size_t)47);
     free(article);
@@ -163,7 +150,7 @@ TEST_F(ArticleLogTest, RebuildFromTheLogAlone)
 
     /* A log cut inside an article keeps the whole ones before it, and an old,
      * longer index is cut after the last record. */
-    const std::string third = Stored(2);
+    const std::string third = Stored(3).articles[2];
     for (size_t cut : {(size_t)5, third.find("X-Local"), third.find("===="), third.find("====") + 20,
                        third.size() - 2}) {
         ASSERT_TRUE(WriteFileBytes(IndexPath(), std::string(100 + 92 * 5, 'x')));
@@ -179,7 +166,7 @@ TEST_F(ArticleLogTest, RebuildFromTheLogAlone)
     ASSERT_TRUE(Rebuild());
     EXPECT_EQ(GroupStoreRecordCount(&store_), 2u);
     std::string too_long = ArticleBytes({"Subject: Plain\r\n"}, 2, {std::string(1022, 'b') + "\r\n"});
-    ASSERT_TRUE(WriteFileBytes(LogPath(), Log(1) + too_long + Stored(3)));
+    ASSERT_TRUE(WriteFileBytes(LogPath(), Log(1) + too_long + Stored(4).articles[3]));
     SetLastError(0);
     EXPECT_FALSE(Rebuild());
     EXPECT_EQ(GetLastError(), (DWORD)ERROR_MORE_DATA);
