@@ -82,15 +82,11 @@ void CheckBlock(const char *text, size_t length)
     HeaderBlock block;
     HeaderBlockInit(&block);
     CHECK(HeaderBlockPrepare(&block));
-    bool all_ended = true;
-    for (size_t start = 0; start < length;) {
-        size_t end = start;
-        while (end < length && !(end > start && text[end - 1] == '\r' && text[end] == '\n'))
-            end++;
-        if (end < length)
-            end++; /* take the LF */
-        else
-            all_ended = end >= start + 2 && text[end - 2] == '\r' && text[end - 1] == '\n';
+    /* Lines end after CR LF (the input holds no NUL); the last may not. */
+    bool all_ended = length == 0 || (length >= 2 && memcmp(text + length - 2, "\r\n", 2) == 0);
+    for (size_t start = 0, end; start < length; start = end) {
+        const char *crlf = strstr(text + start, "\r\n");
+        end = crlf ? (size_t)(crlf - text) + 2 : length;
         size_t line_length = end - start;
         char *line = (char *)malloc(line_length + 1);
         CHECK(line);
@@ -105,7 +101,6 @@ void CheckBlock(const char *text, size_t length)
         else
             CHECK(after == before + line_length);
         free(line);
-        start = end;
     }
     size_t size = HeaderBlockSize(&block);
     CHECK(block.buffer[size] == '\0');
