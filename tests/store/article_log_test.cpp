@@ -58,16 +58,6 @@ GroupBytes Stored(int count)
     return g;
 }
 
-std::string Log(int count)
-{
-    return Stored(count).log;
-}
-
-std::string Records(int count)
-{
-    return Stored(count).Records();
-}
-
 /* The header of the first `count` samples, all unread. */
 HeaderFields Counts(int count, uint32_t last_fetched = 0, uint32_t server_last = 0)
 {
@@ -124,11 +114,11 @@ TEST_F(ArticleLogTest, LogAndIndexOfSeveralArticlesByteForByte)
     ASSERT_TRUE(GroupStoreSetStatusText(&store_, L"4件の記事を取得しました。"));
     ASSERT_TRUE(IndexWriteHeader(&store_, INVALID_HANDLE_VALUE));
 
-    EXPECT_EQ(FileBytes(LogPath()), Log(4));
+    EXPECT_EQ(FileBytes(LogPath()), Stored(4).log);
     HeaderFields header = Counts(4, 106, 110);
     header.reserved = 7;
     header.status = "4\x8C\x8F\x82\xCC\x8B\x4C\x8E\x96\x82\xF0\x8E\xE6\x93\xBE\x82\xB5\x82\xDC\x82\xB5\x82\xBD\x81\x42";
-    EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(header) + Records(4));
+    EXPECT_EQ(FileBytes(IndexPath()), Stored(4).Index(header));
 
     /* An article reads back as wide text; a range past the log's end fails. */
     wchar_t *article = ReadArticle(&store_, (DWORD)Stored(1).log.size(), (DWORD)Stored(2).articles[1].size());
@@ -136,7 +126,7 @@ TEST_F(ArticleLogTest, LogAndIndexOfSeveralArticlesByteForByte)
     EXPECT_EQ(std::wstring(article).find(L"(山田 Hanako)\r\n"), (size_t)47);
     free(article);
     SetLastError(0);
-    EXPECT_EQ(ReadArticle(&store_, 0, (DWORD)Log(4).size() + 1), nullptr);
+    EXPECT_EQ(ReadArticle(&store_, 0, (DWORD)Stored(4).log.size() + 1), nullptr);
     EXPECT_EQ(GetLastError(), (DWORD)ERROR_HANDLE_EOF);
 }
 
@@ -146,7 +136,7 @@ TEST_F(ArticleLogTest, RebuildFromTheLogAlone)
     /* A missing index is made anew with the same records. */
     ASSERT_TRUE(DeleteFileW(IndexPath().c_str()));
     ASSERT_TRUE(BringUp());
-    EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(Counts(4)) + Records(4));
+    EXPECT_EQ(FileBytes(IndexPath()), Stored(4).Index(Counts(4)));
 
     /* A log cut inside an article keeps the whole ones before it, and an old,
      * longer index is cut after the last record. */
@@ -154,21 +144,21 @@ TEST_F(ArticleLogTest, RebuildFromTheLogAlone)
     for (size_t cut : {(size_t)5, third.find("X-Local"), third.find("===="), third.find("====") + 20,
                        third.size() - 2}) {
         ASSERT_TRUE(WriteFileBytes(IndexPath(), std::string(100 + 92 * 5, 'x')));
-        ASSERT_TRUE(WriteFileBytes(LogPath(), Log(2) + third.substr(0, cut)));
+        ASSERT_TRUE(WriteFileBytes(LogPath(), Stored(2).log + third.substr(0, cut)));
         ASSERT_TRUE(Rebuild()) << cut;
-        EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(Counts(2, 9, 12)) + Records(2)) << cut;
+        EXPECT_EQ(FileBytes(IndexPath()), Stored(2).Index(Counts(2, 9, 12))) << cut;
     }
 
     /* 1023 bytes with the CR LF is the longest line a log may hold; a longer
      * one stops the rebuild with 234, keeping the records before it. */
     std::string longest = ArticleBytes({"Subject: Plain\r\n"}, 2, {std::string(1021, 'b') + "\r\n"});
-    ASSERT_TRUE(WriteFileBytes(LogPath(), Log(1) + longest));
+    ASSERT_TRUE(WriteFileBytes(LogPath(), Stored(1).log + longest));
     ASSERT_TRUE(Rebuild());
     EXPECT_EQ(GroupStoreRecordCount(&store_), 2u);
     std::string too_long = ArticleBytes({"Subject: Plain\r\n"}, 2, {std::string(1022, 'b') + "\r\n"});
-    ASSERT_TRUE(WriteFileBytes(LogPath(), Log(1) + too_long + Stored(4).articles[3]));
+    ASSERT_TRUE(WriteFileBytes(LogPath(), Stored(1).log + too_long + Stored(4).articles[3]));
     SetLastError(0);
     EXPECT_FALSE(Rebuild());
     EXPECT_EQ(GetLastError(), (DWORD)ERROR_MORE_DATA);
-    EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(Counts(1, 9, 12)) + Records(1));
+    EXPECT_EQ(FileBytes(IndexPath()), Stored(1).Index(Counts(1, 9, 12)));
 }
