@@ -142,7 +142,7 @@ int ArticleListBuild(ArticleList *list, DWORD page_size)
     }
     {
         ScopedFile index(OpenForReading(list->store.index_path));
-        if (!index.valid() || !SeekFile(index.get(), kIndexHeaderSize)) {
+        if (!index.valid() || !SeekFile(index.get(), IndexRecordOffset(0))) {
             DropPages(list);
             return 0;
         }
@@ -211,8 +211,7 @@ int ArticleListLoadPage(ArticleList *list, DWORD first_row)
         while (i + run < rows && list->row_map[first_row + i + run] == number + run)
             run++;
         DWORD got = 0;
-        if (!ReadBytesAt(index.get(), kIndexHeaderSize + kIndexRecordSize * number, &list->page[i],
-                         run * kIndexRecordSize, &got))
+        if (!ReadBytesAt(index.get(), IndexRecordOffset(number), &list->page[i], run * kIndexRecordSize, &got))
             return 0;
         if (got < run * kIndexRecordSize) {
             SetLastError(ERROR_HANDLE_EOF);

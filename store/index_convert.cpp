@@ -189,7 +189,7 @@ int RecordsFitLog(const GroupStore *store, DWORD record_count, int *fit)
         }
     }
     ScopedFile index(OpenForReading(store->index_path));
-    if (!index.valid() || !SeekFile(index.get(), kIndexHeaderSize))
+    if (!index.valid() || !SeekFile(index.get(), IndexRecordOffset(0)))
         return 0;
     IndexRecord *batch = (IndexRecord *)malloc(kIndexRecordBatch * sizeof(IndexRecord));
     if (!batch) {

@@ -12,10 +12,6 @@
 
 namespace {
 
-DWORD RecordOffset(DWORD number)
-{
-    return kIndexHeaderSize + kIndexRecordSize * number;
-}
 
 /* The store's open index, or a handle opened for the call. */
 class IndexHandle {
@@ -200,7 +196,7 @@ int IndexReadRecords(GroupStore *store, IndexRecord *buffer, DWORD first, DWORD 
     if (!file.valid())
         return 0;
     DWORD got = 0;
-    if (!ReadBytesAt(file.get(), RecordOffset(first), buffer, wanted * kIndexRecordSize, &got))
+    if (!ReadBytesAt(file.get(), IndexRecordOffset(first), buffer, wanted * kIndexRecordSize, &got))
         return 0;
     *count = got / kIndexRecordSize;
     return 1;
@@ -211,7 +207,7 @@ int IndexWriteRecord(GroupStore *store, const IndexRecord *record, DWORD number)
     IndexHandle file(store, GENERIC_READ | GENERIC_WRITE);
     if (!file.valid())
         return 0;
-    if (number != 0xFFFFFFFFu && !SeekFile(file.get(), RecordOffset(number)))
+    if (number != 0xFFFFFFFFu && !SeekFile(file.get(), IndexRecordOffset(number)))
         return 0;
     return WriteBytes(file.get(), record, sizeof *record);
 }
@@ -329,7 +325,7 @@ int IndexRebuild(GroupStore *store)
     free(batch);
     ClearKeywordFilter(&filter);
     /* Nothing stays after the last record (an old, longer index). */
-    if ((!SeekFile(index, RecordOffset(store->record_count)) || !SetEndOfFile(index)) && ok) {
+    if ((!SeekFile(index, IndexRecordOffset(store->record_count)) || !SetEndOfFile(index)) && ok) {
         ok = 0;
         error = GetLastError();
     }
@@ -367,7 +363,7 @@ int IndexRefilter(GroupStore *store)
     for (DWORD number = 0; ok && number < store->record_count; number++) {
         IndexRecord record;
         DWORD got = 0;
-        if (!ReadBytesAt(index.get(), RecordOffset(number), &record, sizeof record, &got) ||
+        if (!ReadBytesAt(index.get(), IndexRecordOffset(number), &record, sizeof record, &got) ||
             got < sizeof record) {
             if (got < sizeof record)
                 SetLastError(ERROR_HANDLE_EOF);
@@ -387,7 +383,7 @@ int IndexRefilter(GroupStore *store)
             low++;
         if (priority != RecordPriority(&record)) {
             record.flags = (record.flags & ~kRecordPriorityMask) | (priority << kRecordPriorityShift);
-            if (!SeekFile(index.get(), RecordOffset(number)) || !WriteBytes(index.get(), &record, sizeof record))
+            if (!SeekFile(index.get(), IndexRecordOffset(number)) || !WriteBytes(index.get(), &record, sizeof record))
                 ok = 0;
         }
     }
@@ -423,7 +419,7 @@ int IndexMarkAllRead(GroupStore *store)
             break;
         }
         record.flags |= kRecordRead;
-        if (!SeekFile(index, RecordOffset(number)) || !WriteBytes(index, &record, sizeof record)) {
+        if (!SeekFile(index, IndexRecordOffset(number)) || !WriteBytes(index, &record, sizeof record)) {
             ok = 0;
             break;
         }

@@ -66,6 +66,12 @@ struct IndexRecord {
 static_assert(sizeof(IndexHeader) == 100, "index header is 100 bytes");
 static_assert(sizeof(IndexRecord) == 92, "index record is 92 bytes");
 
+/* Where record `number` starts in the index file. */
+inline DWORD IndexRecordOffset(DWORD number)
+{
+    return kIndexHeaderSize + kIndexRecordSize * number;
+}
+
 inline DWORD RecordPriority(const IndexRecord *record)
 {
     return (record->flags & kRecordPriorityMask) >> kRecordPriorityShift;

@@ -12,7 +12,6 @@ namespace {
 
 enum : DWORD {
     kCopyBuffer = 64 * 1024, /* bytes of the old log read at once */
-    kRecordBatch = 512,      /* records read from the old index at once */
 };
 
 /* The index path with its last three characters ("idx") replaced;
@@ -110,7 +109,7 @@ int WriteKept(GroupStore *store, HANDLE old_log, HANDLE new_index, HANDLE new_lo
     char *log_data = (char *)malloc(kCopyBuffer);
     char *log_out = (char *)malloc(kCopyBuffer);
     char *index_out = (char *)malloc(kCopyBuffer);
-    IndexRecord *records = (IndexRecord *)malloc(kRecordBatch * sizeof(IndexRecord));
+    IndexRecord *records = (IndexRecord *)malloc(kIndexRecordBatch * sizeof(IndexRecord));
     int ok = log_data && log_out && index_out && records;
     if (!ok)
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
@@ -121,8 +120,8 @@ int WriteKept(GroupStore *store, HANDLE old_log, HANDLE new_index, HANDLE new_lo
     HANDLE old_index = store->index_file;
     if (ok)
         ok = SeekFile(old_index, kIndexHeaderSize) && SeekFile(new_index, kIndexHeaderSize);
-    for (DWORD first = 0; ok && first < store->record_count; first += kRecordBatch) {
-        DWORD count = store->record_count - first < kRecordBatch ? store->record_count - first : kRecordBatch;
+    for (DWORD first = 0; ok && first < store->record_count; first += kIndexRecordBatch) {
+        DWORD count = store->record_count - first < kIndexRecordBatch ? store->record_count - first : kIndexRecordBatch;
         DWORD got = 0;
         if (!ReadBytes(old_index, records, count * kIndexRecordSize, &got)) {
             ok = 0;

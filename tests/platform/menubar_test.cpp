@@ -70,11 +70,12 @@ protected:
     Parent parent_;
 };
 
-TEST_F(MenuBarTest, ButtonsFollowTheResourceLeftToRight)
+/* Buttons stand left to right as the resource lists them; an image button
+ * sends its command as a menu command once released over it. */
+TEST_F(MenuBarTest, ButtonsInResourceOrderAndImageButtonClicks)
 {
     HWND bar;
     ASSERT_TRUE(Create(IDR_SUBJECT_BAR, IDB_SUBJECT_BAR, SUBJECT_BAR_IMAGES, &bar));
-    ASSERT_NE(bar, nullptr);
     EXPECT_TRUE(IsWindowVisible(bar));
     RECT back, subject, tools;
     ASSERT_TRUE(GetMenuBarButtonRect(bar, IDM_SUBJECT_BACK, &back));
@@ -82,25 +83,16 @@ TEST_F(MenuBarTest, ButtonsFollowTheResourceLeftToRight)
     ASSERT_TRUE(GetMenuBarButtonRect(bar, IDM_SUBJECT_TOOLS, &tools));
     EXPECT_LT(back.right, subject.left + 1);
     EXPECT_LT(subject.right, tools.left + 1);
-    RECT none;
-    EXPECT_FALSE(GetMenuBarButtonRect(bar, 12345, &none));
-}
+    EXPECT_FALSE(GetMenuBarButtonRect(bar, 12345, &back));
 
-TEST_F(MenuBarTest, ImageButtonClickSendsItsCommandAsAMenuCommand)
-{
-    HWND bar;
     ASSERT_TRUE(Create(IDR_ARTICLE_BAR, IDB_ARTICLE_BAR, ARTICLE_BAR_IMAGES, &bar));
     POINT pt = ClientCentre(bar, IDM_ARTICLE_BACK);
-    /* Released outside the button, the click is cancelled. */
     SendMessageW(bar, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(pt.x, pt.y));
-    SendMessageW(bar, WM_LBUTTONUP, 0, MAKELPARAM(pt.x + 200, pt.y));
+    SendMessageW(bar, WM_LBUTTONUP, 0, MAKELPARAM(pt.x + 200, pt.y)); /* released outside: cancelled */
+    SendMessageW(bar, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(pt.x, pt.y));
     EXPECT_TRUE(parent_.commands.empty());
-    SendMessageW(bar, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(pt.x, pt.y));
-    EXPECT_TRUE(parent_.commands.empty()); /* only the release completes a click */
     SendMessageW(bar, WM_LBUTTONUP, 0, MAKELPARAM(pt.x, pt.y));
-    ASSERT_EQ(parent_.commands.size(), 1u);
-    EXPECT_EQ(LOWORD(parent_.commands[0]), IDM_ARTICLE_BACK);
-    EXPECT_EQ(HIWORD(parent_.commands[0]), 0);
+    EXPECT_EQ(parent_.commands, std::vector<WPARAM>{MAKEWPARAM(IDM_ARTICLE_BACK, 0)});
 }
 
 TEST_F(MenuBarTest, DropDownOpensItsPopupAndTheChoiceReachesTheParent)
@@ -111,41 +103,33 @@ TEST_F(MenuBarTest, DropDownOpensItsPopupAndTheChoiceReachesTheParent)
     ChooseNextPopupCommand(IDM_PRIORITY_LOW);
     SendMessageW(bar, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(pt.x, pt.y));
     ASSERT_TRUE(PumpUntil([&] { return !parent_.commands.empty(); }));
-    EXPECT_EQ(LOWORD(parent_.commands[0]), IDM_PRIORITY_LOW);
-    EXPECT_EQ(HIWORD(parent_.commands[0]), 0);
-
-    parent_.commands.clear();
     pt = ClientCentre(bar, IDM_SUBJECT_TOOLS);
     ChooseNextPopupCommand(IDM_EXIT);
     SendMessageW(bar, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(pt.x, pt.y));
-    ASSERT_TRUE(PumpUntil([&] { return !parent_.commands.empty(); }));
-    EXPECT_EQ(LOWORD(parent_.commands[0]), IDM_EXIT);
+    ASSERT_TRUE(PumpUntil([&] { return parent_.commands.size() == 2; }));
+    EXPECT_EQ(parent_.commands, (std::vector<WPARAM>{MAKEWPARAM(IDM_PRIORITY_LOW, 0), MAKEWPARAM(IDM_EXIT, 0)}));
 }
 
-TEST_F(MenuBarTest, RefusesAMissingResourceOrTooFewImages)
+/* Each strip holds its bar's images, 16 x 16 each; a bar asking for more
+ * images than its strip holds, or a missing resource, is refused. */
+TEST_F(MenuBarTest, StripsHoldTheirImagesAndShortStripsAreRefused)
 {
-    HWND bar = (HWND)1;
-    EXPECT_FALSE(Create(999, 0, 0, &bar));
-    EXPECT_EQ(bar, nullptr);
-    /* The group bar's strip holds one image. */
-    EXPECT_FALSE(Create(IDR_GROUP_BAR, IDB_GROUP_BAR, 6, &bar));
-    EXPECT_EQ(GetLastError(), (DWORD)ERROR_RESOURCE_DATA_NOT_FOUND);
-}
-
-TEST_F(MenuBarTest, StripsHoldTheStatedImageCounts)
-{
-    struct Strip {
+    const struct {
         int id, images;
     } strips[] = {{IDB_GROUP_BAR, 1}, {IDB_SUBJECT_BAR, 6}, {IDB_ARTICLE_BAR, 2}};
-    for (const Strip &s : strips) {
+    for (const auto &s : strips) {
         HBITMAP bmp = (HBITMAP)LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(s.id), IMAGE_BITMAP, 0, 0, 0);
-        ASSERT_NE(bmp, nullptr) << s.id;
-        BITMAP info;
+        BITMAP info = {};
         GetObjectW(bmp, sizeof info, &info);
         EXPECT_EQ(info.bmWidth, 16 * s.images) << s.id;
         EXPECT_EQ(info.bmHeight, 16) << s.id;
         DeleteObject(bmp);
     }
+    HWND bar = (HWND)1;
+    EXPECT_FALSE(Create(999, 0, 0, &bar));
+    EXPECT_EQ(bar, nullptr);
+    EXPECT_FALSE(Create(IDR_GROUP_BAR, IDB_GROUP_BAR, 6, &bar));
+    EXPECT_EQ(GetLastError(), (DWORD)ERROR_RESOURCE_DATA_NOT_FOUND);
 }
 
 } // namespace

@@ -6,11 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "base/scoped_win.h"
 #include "store/article_reader.h"
 #include "store/article_writer.h"
 #include "store/index_file.h"
-#include "base/line_reader.h"
 #include "store_test_util.h"
 
 namespace {
@@ -47,40 +45,17 @@ const Sample kSamples[] = {
     {106, {"Subject: Plain\r\n"}, {}, {}, {0, 0, 0, 0, "Plain", "0000", "(Unknown)"}},
 };
 
-std::string Stored(int i)
+/* The log and records of the first `count` samples, stored back to back. */
+GroupBytes Stored(int count)
 {
-    const Sample &s = kSamples[i];
-    return ArticleBytes(s.stored.empty() ? s.head : s.stored, s.number, s.body);
-}
-
-std::string Log(int count)
-{
-    std::string log;
-    for (int i = 0; i < count; i++)
-        log += Stored(i);
-    return log;
-}
-
-/* The records of the first `count` samples, stored back to back. */
-std::string Records(int count)
-{
-    std::string bytes;
-    uint32_t offset = 0;
+    GroupBytes g;
     for (int i = 0; i < count; i++) {
-        std::string article = Stored(i);
-        RecordFields r = kSamples[i].record;
-        r.number = kSamples[i].number;
-        r.offset = r.subject_offset = offset;
-        r.length = (uint32_t)article.size();
-        size_t subject = article.find("Subject: ");
-        if (subject != std::string::npos) {
-            r.subject_offset += (uint32_t)subject + 9;
-            r.subject_length = (uint32_t)r.subject.size();
-        }
-        bytes += RecordBytes(r);
-        offset += r.length;
+        const Sample &s = kSamples[i];
+        RecordFields r = s.record;
+        r.number = s.number;
+        g.Add(s.stored.empty() ? s.head : s.stored, s.body, r);
     }
-    return bytes;
+    return g;
 }
 
 /* The header of the first `count` samples, all unread. */
@@ -139,19 +114,19 @@ TEST_F(ArticleLogTest, LogAndIndexOfSeveralArticlesByteForByte)
     ASSERT_TRUE(GroupStoreSetStatusText(&store_, L"4件の記事を取得しました。"));
     ASSERT_TRUE(IndexWriteHeader(&store_, INVALID_HANDLE_VALUE));
 
-    EXPECT_EQ(FileBytes(LogPath()), Log(4));
+    EXPECT_EQ(FileBytes(LogPath()), Stored(4).log);
     HeaderFields header = Counts(4, 106, 110);
     header.reserved = 7;
     header.status = "4\x8C\x8F\x82\xCC\x8B\x4C\x8E\x96\x82\xF0\x8E\xE6\x93\xBE\x82\xB5\x82\xDC\x82\xB5\x82\xBD\x81\x42";
-    EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(header) + Records(4));
+    EXPECT_EQ(FileBytes(IndexPath()), Stored(4).Index(header));
 
     /* An article reads back as wide text; a range past the log's end fails. */
-    wchar_t *article = ReadArticle(&store_, (DWORD)Stored(0).size(), (DWORD)Stored(1).size());
+    wchar_t *article = ReadArticle(&store_, (DWORD)Stored(1).log.size(), (DWORD)Stored(2).articles[1].size());
     ASSERT_NE(article, nullptr);
     EXPECT_EQ(std::wstring(article).find(L"(山田 Hanako)\r\n"), (size_t)47);
     free(article);
     SetLastError(0);
-    EXPECT_EQ(ReadArticle(&store_, 0, (DWORD)Log(4).size() + 1), nullptr);
+    EXPECT_EQ(ReadArticle(&store_, 0, (DWORD)Stored(4).log.size() + 1), nullptr);
     EXPECT_EQ(GetLastError(), (DWORD)ERROR_HANDLE_EOF);
 }
 
@@ -162,51 +137,29 @@ TEST_F(ArticleLogTest, RebuildFromTheLogAlone)
      * being the log's highest article number. */
     ASSERT_TRUE(DeleteFileW(IndexPath().c_str()));
     ASSERT_TRUE(BringUp());
-    EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(Counts(4, 106)) + Records(4));
+    EXPECT_EQ(FileBytes(IndexPath()), Stored(4).Index(Counts(4, 106)));
 
     /* A log cut inside an article keeps the whole ones before it, and an old,
      * longer index is cut after the last record. */
-    const std::string third = Stored(2);
+    const std::string third = Stored(3).articles[2];
     for (size_t cut : {(size_t)5, third.find("X-Local"), third.find("===="), third.find("====") + 20,
                        third.size() - 2}) {
         ASSERT_TRUE(WriteFileBytes(IndexPath(), std::string(100 + 92 * 5, 'x')));
-        ASSERT_TRUE(WriteFileBytes(LogPath(), Log(2) + third.substr(0, cut)));
+        ASSERT_TRUE(WriteFileBytes(LogPath(), Stored(2).log + third.substr(0, cut)));
         ASSERT_TRUE(Rebuild()) << cut;
-        EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(Counts(2, 102, 12)) + Records(2)) << cut;
+        EXPECT_EQ(FileBytes(IndexPath()), Stored(2).Index(Counts(2, 102, 12))) << cut;
     }
 
     /* 1023 bytes with the CR LF is the longest line a log may hold; a longer
      * one stops the rebuild with 234, keeping the records before it. */
     std::string longest = ArticleBytes({"Subject: Plain\r\n"}, 2, {std::string(1021, 'b') + "\r\n"});
-    ASSERT_TRUE(WriteFileBytes(LogPath(), Log(1) + longest));
+    ASSERT_TRUE(WriteFileBytes(LogPath(), Stored(1).log + longest));
     ASSERT_TRUE(Rebuild());
     EXPECT_EQ(GroupStoreRecordCount(&store_), 2u);
     std::string too_long = ArticleBytes({"Subject: Plain\r\n"}, 2, {std::string(1022, 'b') + "\r\n"});
-    ASSERT_TRUE(WriteFileBytes(LogPath(), Log(1) + too_long + Stored(3)));
+    ASSERT_TRUE(WriteFileBytes(LogPath(), Stored(1).log + too_long + Stored(4).articles[3]));
     SetLastError(0);
     EXPECT_FALSE(Rebuild());
     EXPECT_EQ(GetLastError(), (DWORD)ERROR_MORE_DATA);
-    EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(Counts(1, 9, 12)) + Records(1));
-}
-
-TEST(LineReader, LinesEndAfterCrLfAndMustFitTheLineBuffer)
-{
-    TempFolder folder;
-    std::wstring path = folder.file(L"lines.txt");
-    std::string fits = std::string(1021, 'x') + "\r\n"; /* with its NUL, 1024 bytes */
-    ASSERT_TRUE(WriteFileBytes(path, "one\r\ntwo\nstill two\r\r\n\r\n" + fits + "y" + fits + "after\r\n"));
-    /* Buffers of 1, 4 and 100 bytes split lines (and a CR LF) across reads. */
-    for (DWORD buffer : {1u, 4u, 100u, 4096u}) {
-        ScopedFile file(CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
-        LineReader reader;
-        ASSERT_TRUE(LineReaderInit(&reader, file.get(), buffer, 1024));
-        std::vector<std::string> lines;
-        const char *line;
-        DWORD length;
-        while (LineReaderNext(&reader, &line, &length))
-            lines.emplace_back(line, length);
-        EXPECT_EQ(GetLastError(), (DWORD)ERROR_MORE_DATA);
-        EXPECT_EQ(lines, (std::vector<std::string>{"one\r\n", "two\nstill two\r\r\n", "\r\n", fits})) << buffer;
-        LineReaderFree(&reader);
-    }
+    EXPECT_EQ(FileBytes(IndexPath()), Stored(1).Index(Counts(1, 9, 12)));
 }

@@ -5,7 +5,6 @@
 
 #include "store/data_folder.h"
 #include "store_test_util.h"
-#include "support/gui_helper.h"
 
 TEST(DataFolder, StartMakesTheFilesAndRemovesDraftBackupsOnly)
 {

@@ -8,50 +8,31 @@
 
 using IndexConvertTest = GroupFixture;
 
-TEST_F(IndexConvertTest, EveryOldVersionEndsAsVersion5)
+/* Old versions keep their records; a text index (version 1) or a cut one is
+ * rebuilt from the log, keeping what its header still says. */
+TEST_F(IndexConvertTest, OldAndTruncatedIndexesEndAsVersion5)
 {
     ASSERT_TRUE(WriteFileBytes(LogPath(), OldLog()));
-    HeaderFields h{5, 34, 40, 77, 3, 2, "old", 1, 1, 1};
-    for (uint32_t version = 2; version <= 4; version++) {
-        ASSERT_TRUE(WriteFileBytes(IndexPath(), OldIndex(version)));
-        ASSERT_TRUE(BringUp()) << version;
+    const HeaderFields converted{5, 34, 40, 77, 3, 2, "old", 1, 1, 1}, cut{5, 34, 40, 77, 3, 0, "old", 3};
+    const std::string current = HeaderBytes(cut) + CurrentRecords(false);
+    const struct {
+        std::string index;
+        HeaderFields header;
+        bool rebuilt;
+    } cases[] = {
+        {OldIndex(2), converted, false},
+        {OldIndex(3), converted, false},
+        {OldIndex(4), converted, false},
+        {OldTextIndex(SJIS_NIHONGO " ok"), {5, 34, 40, 77, 3, 0, SJIS_NIHONGO " ok", 3}, true},
+        {current.substr(0, 100 + 92 + 40), cut, true}, /* a whole header, records cut */
+        {current.substr(0, 14), {5, 34, 40, 0, 3, 0, "", 3}, true}, /* half of reserved */
+        {current.substr(0, 3), {5, 34, 0, 0, 3, 0, "", 3}, true},   /* made anew: last fetched from the log */
+    };
+    for (const auto &c : cases) {
+        ASSERT_TRUE(WriteFileBytes(IndexPath(), c.index));
+        ASSERT_TRUE(BringUp()) << &c - cases;
         EXPECT_EQ(unknown_, 0);
-        EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(h) + CurrentRecords(false)) << version;
+        EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(c.header) + CurrentRecords(c.rebuilt)) << &c - cases;
         EXPECT_FALSE(FileExists(IndexPath() + L"~"));
     }
-
-    /* Version 1: a text header of lines (last fetched, status, server last,
-     * reserved) is replaced and the records rebuilt. */
-    ASSERT_TRUE(WriteFileBytes(IndexPath(), OldTextIndex(SJIS_NIHONGO " ok")));
-    ASSERT_TRUE(BringUp());
-    h.saved_position = h.high = h.low = 0;
-    h.status = SJIS_NIHONGO " ok";
-    h.unread = 3;
-    EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(h) + CurrentRecords(true));
-}
-
-TEST_F(IndexConvertTest, TruncatedIndexIsRebuiltKeepingWhatItStillSays)
-{
-    ASSERT_TRUE(WriteFileBytes(LogPath(), OldLog()));
-    HeaderFields h{5, 34, 40, 77, 3, 0, "old", 3};
-    std::string current = HeaderBytes(h) + CurrentRecords(false);
-
-    /* A whole header whose records are cut: the header numbers stay. */
-    ASSERT_TRUE(WriteFileBytes(IndexPath(), current.substr(0, 100 + 92 + 40)));
-    ASSERT_TRUE(BringUp());
-    EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(h) + CurrentRecords(true));
-
-    /* 14 bytes: version, last fetched, server last and half of reserved. */
-    ASSERT_TRUE(WriteFileBytes(IndexPath(), current.substr(0, 14)));
-    ASSERT_TRUE(BringUp());
-    h.reserved = 0;
-    h.status = "";
-    EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(h) + CurrentRecords(true));
-
-    /* Too little to hold a version: made anew, last fetched from the log's
-     * highest article number. */
-    ASSERT_TRUE(WriteFileBytes(IndexPath(), current.substr(0, 3)));
-    ASSERT_TRUE(BringUp());
-    h.server_last = 0;
-    EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(h) + CurrentRecords(true));
 }

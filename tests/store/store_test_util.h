@@ -13,28 +13,12 @@
 /* Articles whose head is one "Subject: " line, stored back to back from
  * article number `first`, with `flags[i]` in the i-th record; the records
  * are as an append makes them (sender "(Unknown)", date "0000"). */
-struct SimpleGroup {
-    std::vector<std::string> articles;
-    std::string log;
-    std::vector<RecordFields> records;
-
+struct SimpleGroup : GroupBytes {
     SimpleGroup(const std::vector<std::string> &subjects, uint32_t first, const std::vector<uint32_t> &flags)
     {
-        for (uint32_t i = 0; i < subjects.size(); i++) {
-            articles.push_back(ArticleBytes({"Subject: " + subjects[i] + "\r\n"}, first + i,
-                                            {"body " + std::to_string(i) + "\r\n"}));
-            uint32_t offset = (uint32_t)log.size();
-            records.push_back({flags[i], first + i, offset, (uint32_t)articles[i].size(), subjects[i], "0000",
-                               "(Unknown)", offset + 9, (uint32_t)subjects[i].size()});
-            log += articles[i];
-        }
-    }
-    std::string Index(const HeaderFields &header) const
-    {
-        std::string bytes = HeaderBytes(header);
-        for (const RecordFields &r : records)
-            bytes += RecordBytes(r);
-        return bytes;
+        for (uint32_t i = 0; i < subjects.size(); i++)
+            Add({"Subject: " + subjects[i] + "\r\n"}, {"body " + std::to_string(i) + "\r\n"},
+                RecordFields{flags[i], first + i, 0, 0, subjects[i], "0000", "(Unknown)"});
     }
 };
 

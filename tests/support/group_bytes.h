@@ -36,31 +36,23 @@ struct GroupArticle {
 inline std::vector<std::string> WriteGroupFiles(const TempFolder &data, const std::wstring &group,
                                                 const std::vector<GroupArticle> &articles)
 {
-    std::string log, records;
-    std::vector<std::string> stored;
+    GroupBytes g;
     HeaderFields h;
-    for (size_t i = 0; i < articles.size(); i++) {
-        const GroupArticle &a = articles[i];
-        std::string from = "From: " + Sjis(a.from) + "\r\n", subject = Sjis(a.subject);
+    for (const GroupArticle &a : articles) {
         std::vector<std::string> body;
         for (const std::wstring &line : a.body)
             body.push_back(Sjis(line) + "\r\n");
-        std::string bytes = ArticleBytes({from, "Subject: " + subject + "\r\n", "Date: 5 Mar 2024\r\n"},
-                                         (uint32_t)(10 + i), body);
-        RecordFields r{a.flags, (uint32_t)(10 + i), (uint32_t)log.size(), (uint32_t)bytes.size(), subject.substr(0, 47),
-                       a.date, Sjis(a.from).substr(0, 15), (uint32_t)(log.size() + from.size() + 9),
-                       (uint32_t)subject.size()};
-        records += RecordBytes(r);
-        log += bytes;
-        stored.push_back(bytes);
+        g.Add({"From: " + Sjis(a.from) + "\r\n", "Subject: " + Sjis(a.subject) + "\r\n", "Date: 5 Mar 2024\r\n"},
+              body, RecordFields{a.flags, 10 + h.record_count, 0, 0, Sjis(a.subject).substr(0, 47), a.date,
+                                 Sjis(a.from).substr(0, 15)});
         h.record_count++;
         h.unread += (a.flags & 1) ? 0 : 1;
         h.high += (a.flags >> 1) == 2;
         h.low += (a.flags >> 1) == 1;
     }
-    WriteFileBytes(data.file(group + L".log"), log);
-    WriteFileBytes(data.file(group + L".idx"), HeaderBytes(h) + records);
-    return stored;
+    WriteFileBytes(data.file(group + L".log"), g.log);
+    WriteFileBytes(data.file(group + L".idx"), g.Index(h));
+    return g.articles;
 }
 
 #endif

@@ -2,6 +2,7 @@
 
 #include <commctrl.h>
 
+#include "pelnor_process.h"
 #include "png_write.h"
 #include "temp_folder.h"
 
@@ -12,28 +13,25 @@ thread_local ModalWatcher *t_watcher;
 /* The message box's icon, told apart by the shared system icon it shows. */
 UINT IconOfBox(HWND box)
 {
+    static const struct {
+        const wchar_t *id;
+        UINT icon;
+    } icons[] = {{IDI_HAND, MB_ICONERROR},
+                 {IDI_EXCLAMATION, MB_ICONEXCLAMATION},
+                 {IDI_QUESTION, MB_ICONQUESTION},
+                 {IDI_ASTERISK, MB_ICONINFORMATION}};
     for (HWND child = GetWindow(box, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
-        if ((GetWindowLongW(child, GWL_STYLE) & SS_TYPEMASK) != SS_ICON)
+        HICON shown = (GetWindowLongW(child, GWL_STYLE) & SS_TYPEMASK) == SS_ICON
+                          ? (HICON)SendMessageW(child, STM_GETICON, 0, 0)
+                          : nullptr;
+        if (!shown)
             continue;
-        HICON icon = (HICON)SendMessageW(child, STM_GETICON, 0, 0);
-        if (!icon)
-            continue;
-        if (icon == LoadIconW(nullptr, IDI_HAND))
-            return MB_ICONERROR;
-        if (icon == LoadIconW(nullptr, IDI_EXCLAMATION))
-            return MB_ICONEXCLAMATION;
-        if (icon == LoadIconW(nullptr, IDI_QUESTION))
-            return MB_ICONQUESTION;
-        if (icon == LoadIconW(nullptr, IDI_ASTERISK))
-            return MB_ICONINFORMATION;
+        for (const auto &i : icons)
+            if (shown == LoadIconW(nullptr, i.id))
+                return i.icon;
         return 0xFFFFFFFF; /* an icon, but not a system one */
     }
     return 0;
-}
-
-bool IsMessageBox(HWND window)
-{
-    return ClassNameOf(window) == L"#32770" && GetDlgItem(window, 0xFFFF) != nullptr;
 }
 
 } // namespace
@@ -49,22 +47,6 @@ ModalWatcher::~ModalWatcher()
     if (hook_)
         UnhookWindowsHookEx(hook_);
     t_watcher = nullptr;
-}
-
-void ModalWatcher::QueueAnswer(int button_id)
-{
-    answers_.push_back(button_id);
-}
-
-void ModalWatcher::SetDialogHandler(std::function<void(HWND)> handler)
-{
-    dialog_handler_ = std::move(handler);
-}
-
-void ModalWatcher::Clear()
-{
-    boxes_.clear();
-    dialogs_.clear();
 }
 
 LRESULT CALLBACK ModalWatcher::Hook(int code, WPARAM wp, LPARAM lp)
@@ -83,21 +65,20 @@ void ModalWatcher::Activated(HWND window)
             return; /* activated again after a box over it closed */
     seen_.push_back(window);
 
-    if (!IsMessageBox(window)) {
+    HWND text = GetDlgItem(window, 0xFFFF); /* only message boxes have it */
+    if (!text) {
         dialogs_.push_back(WindowText(window));
         if (dialog_handler_)
             dialog_handler_(window);
         return;
     }
-
     RecordedBox box;
     box.caption = WindowText(window);
-    box.text = WindowText(GetDlgItem(window, 0xFFFF));
+    box.text = WindowText(text);
     box.icon = IconOfBox(window);
     box.owner = GetWindow(window, GW_OWNER);
     box.has_owner = box.owner != nullptr;
-    static const int ids[] = {IDOK, IDCANCEL, IDABORT, IDRETRY, IDIGNORE, IDYES, IDNO};
-    for (int id : ids) {
+    for (int id : {IDOK, IDCANCEL, IDABORT, IDRETRY, IDIGNORE, IDYES, IDNO}) {
         HWND button = GetDlgItem(window, id);
         /* The box itself may not be shown yet: look at the button's own style. */
         if (button && (GetWindowLongW(button, GWL_STYLE) & WS_VISIBLE))
@@ -111,24 +92,19 @@ void ModalWatcher::Activated(HWND window)
         LRESULT def = SendMessageW(window, DM_GETDEFID, 0, 0);
         answer = HIWORD(def) == DC_HASDEFID ? LOWORD(def) : (box.buttons.empty() ? IDOK : box.buttons.front());
     }
-    box.answer = answer;
     boxes_.push_back(box);
     PostMessageW(window, WM_COMMAND, MAKEWPARAM(answer, BN_CLICKED), (LPARAM)GetDlgItem(window, answer));
-}
-
-static void DispatchOne(MSG *msg, HWND accel_window, HACCEL accel)
-{
-    if (accel && accel_window && TranslateAcceleratorW(accel_window, accel, msg))
-        return;
-    TranslateMessage(msg);
-    DispatchMessageW(msg);
 }
 
 void PumpPending(HWND accel_window, HACCEL accel)
 {
     MSG msg;
-    while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE))
-        DispatchOne(&msg, accel_window, accel);
+    while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
+        if (accel && accel_window && TranslateAcceleratorW(accel_window, accel, &msg))
+            continue;
+        TranslateMessage(&msg);
+        DispatchMessageW(&msg);
+    }
 }
 
 bool PumpUntil(const std::function<bool()> &done, DWORD timeout_ms, HWND accel_window, HACCEL accel)
@@ -150,29 +126,20 @@ bool PumpUntil(const std::function<bool()> &done, DWORD timeout_ms, HWND accel_w
 
 void PressKey(WORD vk, bool ctrl, bool alt, bool shift)
 {
-    INPUT in[8] = {};
-    int n = 0;
-    auto key = [&](WORD code, bool up) {
-        in[n].type = INPUT_KEYBOARD;
-        in[n].ki.wVk = code;
-        in[n].ki.dwFlags = up ? KEYEVENTF_KEYUP : 0;
-        n++;
-    };
-    if (ctrl)
-        key(VK_CONTROL, false);
-    if (alt)
-        key(VK_MENU, false);
-    if (shift)
-        key(VK_SHIFT, false);
-    key(vk, false);
-    key(vk, true);
-    if (shift)
-        key(VK_SHIFT, true);
-    if (alt)
-        key(VK_MENU, true);
-    if (ctrl)
-        key(VK_CONTROL, true);
-    SendInput(n, in, sizeof(INPUT));
+    const WORD held[] = {(WORD)(ctrl ? VK_CONTROL : 0), (WORD)(alt ? VK_MENU : 0), (WORD)(shift ? VK_SHIFT : 0)};
+    std::vector<WORD> order;
+    for (WORD key : held)
+        if (key)
+            order.push_back(key);
+    order.push_back(vk);
+    std::vector<INPUT> in(order.size() * 2);
+    for (size_t i = 0; i < order.size(); i++) {
+        /* Down in order, up in reverse. */
+        in[i].type = in[in.size() - 1 - i].type = INPUT_KEYBOARD;
+        in[i].ki.wVk = in[in.size() - 1 - i].ki.wVk = order[i];
+        in[in.size() - 1 - i].ki.dwFlags = KEYEVENTF_KEYUP;
+    }
+    SendInput((UINT)in.size(), in.data(), sizeof(INPUT));
 }
 
 namespace {
@@ -187,6 +154,7 @@ void CALLBACK WakeMenuLoop(HWND, UINT, UINT_PTR, DWORD)
 {
 }
 
+/* The popup menu window shown now; earlier ones may linger hidden. */
 BOOL CALLBACK FindVisiblePopup(HWND window, LPARAM found)
 {
     if (IsWindowVisible(window) && ClassNameOf(window) == L"#32768") {
@@ -196,48 +164,48 @@ BOOL CALLBACK FindVisiblePopup(HWND window, LPARAM found)
     return TRUE;
 }
 
-/* The popup menu window shown now; earlier ones may linger hidden. */
-HWND VisiblePopupMenu()
-{
-    HWND found = nullptr;
-    EnumThreadWindows(GetCurrentThreadId(), FindVisiblePopup, (LPARAM)&found);
-    return found;
-}
-
 /* While a popup menu is tracked, the system passes each message through this
  * filter: the wanted item is reached with the arrow keys and chosen with
  * Enter, as a user would. The filter stays installed for the thread (Wine
  * stops reading the posted keys when it is removed from inside itself). */
 LRESULT CALLBACK MenuFilter(int code, WPARAM wp, LPARAM lp)
 {
-    if (code == MSGF_MENU && t_popup_command) {
-        HWND popup = VisiblePopupMenu();
-        HMENU menu = popup ? (HMENU)SendMessageW(popup, 0x01E1 /* MN_GETHMENU */, 0, 0) : nullptr;
-        if (menu) {
-            UINT wanted = t_popup_command;
-            t_popup_command = 0;
-            KillTimer(nullptr, t_wake_timer);
-            t_wake_timer = 0;
-            int steps = 0;
-            bool found = false;
-            for (int i = 0, n = GetMenuItemCount(menu); i < n && !found; i++) {
-                MENUITEMINFOW mii = {sizeof(mii), MIIM_FTYPE | MIIM_ID};
-                GetMenuItemInfoW(menu, i, TRUE, &mii);
-                if (mii.fType & MFT_SEPARATOR)
-                    continue;
-                steps++;
-                found = mii.wID == wanted;
-            }
-            if (!found) {
-                PostMessageW(popup, WM_KEYDOWN, VK_ESCAPE, 0);
-            } else {
-                for (int i = 0; i < steps; i++)
-                    PostMessageW(popup, WM_KEYDOWN, VK_DOWN, 0);
-                PostMessageW(popup, WM_KEYDOWN, VK_RETURN, 0);
-            }
+    HWND popup = nullptr;
+    if (code == MSGF_MENU && t_popup_command)
+        EnumThreadWindows(GetCurrentThreadId(), FindVisiblePopup, (LPARAM)&popup);
+    HMENU menu = popup ? (HMENU)SendMessageW(popup, 0x01E1 /* MN_GETHMENU */, 0, 0) : nullptr;
+    if (menu) {
+        UINT wanted = t_popup_command;
+        t_popup_command = 0;
+        KillTimer(nullptr, t_wake_timer);
+        t_wake_timer = 0;
+        int steps = 0;
+        bool found = false;
+        for (int i = 0, n = GetMenuItemCount(menu); i < n && !found; i++) {
+            MENUITEMINFOW mii = {sizeof(mii), MIIM_FTYPE | MIIM_ID};
+            GetMenuItemInfoW(menu, i, TRUE, &mii);
+            if (mii.fType & MFT_SEPARATOR)
+                continue;
+            steps++;
+            found = mii.wID == wanted;
         }
+        for (int i = 0; found && i < steps; i++)
+            PostMessageW(popup, WM_KEYDOWN, VK_DOWN, 0);
+        PostMessageW(popup, WM_KEYDOWN, found ? VK_RETURN : VK_ESCAPE, 0);
     }
     return CallNextHookEx(nullptr, code, wp, lp);
+}
+
+std::vector<std::function<void()>> g_soon;
+
+void CALLBACK RunSoonTimer(HWND, UINT, UINT_PTR id, DWORD)
+{
+    KillTimer(nullptr, id);
+    if (g_soon.empty())
+        return;
+    std::function<void()> work = g_soon.front();
+    g_soon.erase(g_soon.begin());
+    work();
 }
 
 } // namespace
@@ -251,67 +219,9 @@ void ChooseNextPopupCommand(UINT command_id)
         t_menu_hook = SetWindowsHookExW(WH_MSGFILTER, MenuFilter, nullptr, GetCurrentThreadId());
 }
 
-std::wstring WindowText(HWND window)
-{
-    int n = GetWindowTextLengthW(window);
-    std::wstring s(n + 1, L'\0');
-    n = GetWindowTextW(window, &s[0], n + 1);
-    s.resize(n > 0 ? n : 0);
-    return s;
-}
-
-std::wstring ClassNameOf(HWND window)
-{
-    wchar_t name[256];
-    int n = GetClassNameW(window, name, 256);
-    return std::wstring(name, n > 0 ? n : 0);
-}
-
-std::wstring ListViewText(HWND list, int row, int column)
-{
-    wchar_t buf[1024] = L"";
-    LVITEMW item = {};
-    item.iSubItem = column;
-    item.pszText = buf;
-    item.cchTextMax = 1024;
-    SendMessageW(list, LVM_GETITEMTEXTW, row, (LPARAM)&item);
-    return buf;
-}
-
-int ListViewRowCount(HWND list)
-{
-    return (int)SendMessageW(list, LVM_GETITEMCOUNT, 0, 0);
-}
-
-std::wstring SaveScreenshot(HWND window, const wchar_t *name)
-{
-    std::wstring folder = WinePathOf(PELNOR_BUILD_DIR "/screenshots");
-    CreateDirectoryW(folder.c_str(), nullptr);
-    std::wstring path = folder + L"\\" + name + L".png";
-    return CaptureWindowPng(window, path.c_str()) ? path : std::wstring();
-}
-
-namespace {
-
-thread_local std::vector<std::function<void()>> *t_soon;
-
-void CALLBACK RunSoonTimer(HWND, UINT, UINT_PTR id, DWORD)
-{
-    KillTimer(nullptr, id);
-    if (!t_soon || t_soon->empty())
-        return;
-    std::function<void()> work = t_soon->front();
-    t_soon->erase(t_soon->begin());
-    work();
-}
-
-} // namespace
-
 void RunSoon(std::function<void()> work)
 {
-    if (!t_soon)
-        t_soon = new std::vector<std::function<void()>>();
-    t_soon->push_back(std::move(work));
+    g_soon.push_back(std::move(work));
     SetTimer(nullptr, 0, 0, RunSoonTimer);
 }
 
@@ -326,13 +236,41 @@ void DoubleClickListRow(HWND list, int row)
      * parent is told with NM_DBLCLK. (Synthetic button messages would start
      * the control's drag detection, which waits for a real mouse.) */
     LVITEMW state = {};
-    state.stateMask = LVIS_SELECTED | LVIS_FOCUSED;
-    state.state = LVIS_SELECTED | LVIS_FOCUSED;
+    state.stateMask = state.state = LVIS_SELECTED | LVIS_FOCUSED;
     SendMessageW(list, LVM_SETITEMSTATE, row, (LPARAM)&state);
     NMITEMACTIVATE nm = {};
-    nm.hdr.hwndFrom = list;
-    nm.hdr.idFrom = (UINT_PTR)GetDlgCtrlID(list);
-    nm.hdr.code = NM_DBLCLK;
+    nm.hdr = {list, (UINT_PTR)GetDlgCtrlID(list), (UINT)NM_DBLCLK};
     nm.iItem = row;
     SendMessageW(GetParent(list), WM_NOTIFY, nm.hdr.idFrom, (LPARAM)&nm);
+}
+
+std::wstring WindowText(HWND window)
+{
+    std::wstring s(GetWindowTextLengthW(window) + 1, L'\0');
+    s.resize(GetWindowTextW(window, &s[0], (int)s.size()));
+    return s;
+}
+
+std::wstring ClassNameOf(HWND window)
+{
+    wchar_t name[256];
+    return std::wstring(name, GetClassNameW(window, name, 256));
+}
+
+std::wstring ListViewText(HWND list, int row, int column)
+{
+    return RemoteListViewText(GetCurrentProcess(), list, row, column);
+}
+
+int ListViewRowCount(HWND list)
+{
+    return (int)SendMessageW(list, LVM_GETITEMCOUNT, 0, 0);
+}
+
+std::wstring SaveScreenshot(HWND window, const wchar_t *name)
+{
+    std::wstring folder = WinePathOf(PELNOR_BUILD_DIR "/screenshots");
+    CreateDirectoryW(folder.c_str(), nullptr);
+    std::wstring path = folder + L"\\" + name + L".png";
+    return CaptureWindowPng(window, path.c_str()) ? path : std::wstring();
 }

@@ -15,11 +15,10 @@
 struct RecordedBox {
     std::wstring caption;
     std::wstring text;
-    UINT icon = 0;        /* MB_ICONERROR, MB_ICONEXCLAMATION, MB_ICONQUESTION, MB_ICONINFORMATION or 0 */
+    UINT icon = 0; /* MB_ICONERROR, MB_ICONEXCLAMATION, MB_ICONQUESTION, MB_ICONINFORMATION or 0 */
     bool has_owner = false;
     HWND owner = nullptr;
     std::vector<int> buttons; /* ids of the box's buttons, e.g. IDYES, IDNO */
-    int answer = 0;       /* the button that was pressed */
 };
 
 /* Watches the modal windows the calling thread opens. Message boxes are
@@ -33,12 +32,15 @@ public:
     ModalWatcher(const ModalWatcher &) = delete;
     ModalWatcher &operator=(const ModalWatcher &) = delete;
 
-    void QueueAnswer(int button_id);
-    void SetDialogHandler(std::function<void(HWND dialog)> handler);
-
+    void QueueAnswer(int button_id) { answers_.push_back(button_id); }
+    void SetDialogHandler(std::function<void(HWND dialog)> handler) { dialog_handler_ = std::move(handler); }
     const std::vector<RecordedBox> &boxes() const { return boxes_; }
     const std::vector<std::wstring> &dialog_titles() const { return dialogs_; }
-    void Clear();
+    void Clear()
+    {
+        boxes_.clear();
+        dialogs_.clear();
+    }
 
 private:
     static LRESULT CALLBACK Hook(int code, WPARAM wp, LPARAM lp);
@@ -57,7 +59,6 @@ private:
  * in the program's own loop. */
 bool PumpUntil(const std::function<bool()> &done, DWORD timeout_ms = 20000, HWND accel_window = nullptr,
                HACCEL accel = nullptr);
-
 /* Dispatches what is queued now and returns. */
 void PumpPending(HWND accel_window = nullptr, HACCEL accel = nullptr);
 
@@ -65,14 +66,12 @@ void PumpPending(HWND accel_window = nullptr, HACCEL accel = nullptr);
  * would, with the given modifiers held. */
 void PressKey(WORD vk, bool ctrl = false, bool alt = false, bool shift = false);
 
-/* Clicks a menu command of a popup that TrackPopupMenu shows: when the next
- * popup menu window appears on this thread, the item with this command id is
- * chosen. Call before the click that opens the menu. */
+/* Chooses the item with this command id in the next popup menu that
+ * TrackPopupMenu shows on this thread. Call before the click that opens it. */
 void ChooseNextPopupCommand(UINT command_id);
 
-/* Runs `work` from the thread's message loop (whichever loop runs next,
- * a dialog's modal loop included), once. Dialog handlers use it to act
- * after the dialog is shown. */
+/* Runs `work` once from whichever message loop of the thread runs next, a
+ * dialog's modal loop included: dialog handlers act after the dialog shows. */
 void RunSoon(std::function<void()> work);
 
 /* Clicks a push button or check box as a user would (press and release). */

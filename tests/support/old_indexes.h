@@ -9,21 +9,20 @@
 #include <string.h>
 
 #include <string>
+#include <vector>
 
 #include "support/store_bytes.h"
 
 /* The three articles of the log, numbered 31, 32 and 34 by their
- * X-Local-Seq lines. */
+ * X-Local-Seq lines, and where each starts in it. */
 inline std::string OldArticle(int i)
 {
-    switch (i) {
-    case 0:
-        return ArticleBytes({"From: Ann <ann@x>\r\n", "Subject: first\r\n", "Date: 1 Feb 2001\r\n"}, 31, {"1\r\n"});
-    case 1:
-        return ArticleBytes({"Subject: second\r\n", "From: bob@x (Bob)\r\n", "Date: 12 Nov 2001\r\n"}, 32, {"2\r\n"});
-    default:
-        return ArticleBytes({"Date: 3 Apr 2002\r\n", "From: carol@x\r\n"}, 34, {"3\r\n"});
-    }
+    const std::vector<std::string> heads[3] = {
+        {"From: Ann <ann@x>\r\n", "Subject: first\r\n", "Date: 1 Feb 2001\r\n"},
+        {"Subject: second\r\n", "From: bob@x (Bob)\r\n", "Date: 12 Nov 2001\r\n"},
+        {"Date: 3 Apr 2002\r\n", "From: carol@x\r\n"}};
+    const uint32_t numbers[3] = {31, 32, 34};
+    return ArticleBytes(heads[i], numbers[i], {std::to_string(i + 1) + "\r\n"});
 }
 
 inline std::string OldLog()
@@ -33,18 +32,11 @@ inline std::string OldLog()
 
 inline uint32_t OldArticleOffset(int i)
 {
-    uint32_t at = 0;
-    for (int j = 0; j < i; j++)
-        at += (uint32_t)OldArticle(j).size();
-    return at;
+    return (uint32_t)OldLog().find(OldArticle(i));
 }
 
 /* Flags the old records carry: read, read + high, low. */
-inline uint32_t OldRecordFlags(int i)
-{
-    const uint32_t flags[3] = {1, 1 | 4, 2};
-    return flags[i];
-}
+const uint32_t kOldRecordFlags[3] = {1, 1 | 4, 2};
 
 /* An old binary index (versions 2 to 4), field by field. Header: version,
  * last fetched 34, server last 40, reserved 77, record count 3, saved
@@ -57,7 +49,7 @@ inline std::string OldIndex(uint32_t version)
     if (version >= 3)
         bytes += U32(1);
     for (int i = 0; i < 3; i++) {
-        bytes += U32(OldRecordFlags(i)) + U32(31 + i) + U32(OldArticleOffset(i)) + U32((uint32_t)OldArticle(i).size());
+        bytes += U32(kOldRecordFlags[i]) + U32(31 + i) + U32(OldArticleOffset(i)) + U32((uint32_t)OldArticle(i).size());
         bytes += Padded("stale " + std::to_string(i), 48);
         if (version == 4)
             bytes += "9999" + Padded("stale from", 16);
@@ -84,7 +76,7 @@ inline std::string CurrentRecords(bool rebuilt)
     std::string bytes;
     for (int i = 0; i < 3; i++) {
         uint32_t offset = OldArticleOffset(i);
-        bytes += RecordBytes(RecordFields{rebuilt ? 0 : OldRecordFlags(i), rebuilt ? numbers[i] : 31u + i, offset,
+        bytes += RecordBytes(RecordFields{rebuilt ? 0 : kOldRecordFlags[i], rebuilt ? numbers[i] : 31u + i, offset,
                                           (uint32_t)OldArticle(i).size(), subjects[i], dates[i], froms[i],
                                           offset + subject_at[i], i < 2 ? (uint32_t)strlen(subjects[i]) : 0});
     }

@@ -1,7 +1,6 @@
 #include "pelnor_process.h"
 
 #include <commctrl.h>
-#include <stddef.h>
 
 #include "gui_helper.h"
 #include "temp_folder.h"
@@ -12,27 +11,21 @@ PelnorProcess StartPelnor()
     std::wstring command = L"\"" + exe + L"\"";
     STARTUPINFOW si = {sizeof(si)};
     PROCESS_INFORMATION pi = {};
-    PelnorProcess p;
-    if (CreateProcessW(exe.c_str(), &command[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi)) {
-        CloseHandle(pi.hThread);
-        p.handle = pi.hProcess;
-        p.id = pi.dwProcessId;
-    }
-    return p;
+    if (!CreateProcessW(exe.c_str(), &command[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi))
+        return PelnorProcess();
+    CloseHandle(pi.hThread);
+    return PelnorProcess{pi.hProcess, pi.dwProcessId};
 }
 
 DWORD ExitCodeAfter(HANDLE process, DWORD ms)
 {
-    if (WaitForSingleObject(process, ms) != WAIT_OBJECT_0)
-        return STILL_ACTIVE;
     DWORD code = STILL_ACTIVE;
-    GetExitCodeProcess(process, &code);
+    if (WaitForSingleObject(process, ms) == WAIT_OBJECT_0)
+        GetExitCodeProcess(process, &code);
     return code;
 }
 
-namespace {
-
-BOOL CALLBACK CountFrame(HWND window, LPARAM lp)
+static BOOL CALLBACK CountFrame(HWND window, LPARAM lp)
 {
     if (ClassNameOf(window) == L"PelnorMainFrmWnd") {
         ((FrameCount *)lp)->count++;
@@ -40,8 +33,6 @@ BOOL CALLBACK CountFrame(HWND window, LPARAM lp)
     }
     return TRUE;
 }
-
-} // namespace
 
 FrameCount PelnorFrames()
 {

@@ -27,8 +27,8 @@ struct FrameCount {
 };
 FrameCount PelnorFrames();
 
-/* A cell of a list-view control of another process: the item is read
- * through memory lent in that process. */
+/* A cell of a list-view control of `process` (which may be this one): the
+ * item is read through memory lent in that process. */
 std::wstring RemoteListViewText(HANDLE process, HWND list, int row, int column);
 
 #endif

@@ -7,28 +7,20 @@ void DeletePelnorKey()
     RegDeleteTreeW(HKEY_CURRENT_USER, PELNOR_REGISTRY_KEY);
 }
 
-static HKEY OpenKey(const wchar_t *subkey)
+static void SetValue(const wchar_t *subkey, const wchar_t *name, DWORD type, const void *data, DWORD size)
 {
-    std::wstring path = PELNOR_REGISTRY_KEY;
-    if (subkey)
-        path += std::wstring(L"\\") + subkey;
-    HKEY key = nullptr;
-    RegCreateKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr);
-    return key;
+    std::wstring path = subkey ? PELNOR_REGISTRY_KEY L"\\" + std::wstring(subkey) : PELNOR_REGISTRY_KEY;
+    RegSetKeyValueW(HKEY_CURRENT_USER, path.c_str(), name, type, data, size);
 }
 
 void SetPelnorString(const wchar_t *name, const std::wstring &value, const wchar_t *subkey)
 {
-    HKEY key = OpenKey(subkey);
-    RegSetValueExW(key, name, 0, REG_SZ, (const BYTE *)value.c_str(), (DWORD)((value.size() + 1) * sizeof(wchar_t)));
-    RegCloseKey(key);
+    SetValue(subkey, name, REG_SZ, value.c_str(), (DWORD)((value.size() + 1) * sizeof(wchar_t)));
 }
 
 void SetPelnorDword(const wchar_t *name, DWORD value, const wchar_t *subkey)
 {
-    HKEY key = OpenKey(subkey);
-    RegSetValueExW(key, name, 0, REG_DWORD, (const BYTE *)&value, sizeof value);
-    RegCloseKey(key);
+    SetValue(subkey, name, REG_DWORD, &value, sizeof value);
 }
 
 void SeedCompleteSettings(const std::wstring &data_path)

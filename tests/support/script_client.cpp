@@ -11,20 +11,11 @@
 
 namespace {
 
-int ControlPort()
-{
-    static int port = 0;
-    if (port)
-        return port;
-    std::wstring path = WinePathOf(PELNOR_BUILD_DIR "/nntp-script/port");
-    std::string text = FileBytes(path);
-    port = atoi(text.c_str());
-    return port;
-}
-
+/* One request to the server's control port, whose number the fixture
+ * writes to a file; the whole reply, less its final newlines. */
 bool Control(const std::string &request, std::string *reply)
 {
-    int port = ControlPort();
+    static int port = atoi(FileBytes(WinePathOf(PELNOR_BUILD_DIR "/nntp-script/port")).c_str());
     if (!port)
         return false;
     SOCKET s = socket(AF_INET, SOCK_STREAM, 0);
@@ -62,57 +53,31 @@ std::string JsonString(const std::string &bytes)
 {
     std::string out = "\"";
     for (unsigned char c : bytes) {
-        if (c == '"' || c == '\\') {
-            out += '\\';
-            out += (char)c;
-        } else if (c < 0x20 || c >= 0x7F) {
-            char escape[8];
-            snprintf(escape, sizeof(escape), "\\u%04x", c);
-            out += escape;
-        } else {
-            out += (char)c;
-        }
+        char escape[8];
+        snprintf(escape, sizeof escape, c == '"' || c == '\\' ? "\\%c" : c < 0x20 || c >= 0x7F ? "\\u%04x" : "%c", c);
+        out += escape;
     }
     return out + "\"";
 }
 
 int PortOf(const std::string &reply)
 {
-    if (reply.compare(0, 5, "PORT ") != 0)
-        return 0;
-    return atoi(reply.c_str() + 5);
+    return reply.compare(0, 5, "PORT ") == 0 ? atoi(reply.c_str() + 5) : 0;
 }
 
 } // namespace
 
-NntpScript &NntpScript::Send(const std::string &bytes)
+NntpScript &NntpScript::Step(const char *kind, const std::string *bytes)
 {
-    steps_ += (steps_.empty() ? "" : ",") + std::string("[\"send\",") + JsonString(bytes) + "]";
+    steps_ += (steps_.empty() ? "[\"" : ",[\"") + std::string(kind) + "\"";
+    steps_ += (bytes ? "," + JsonString(*bytes) : "") + "]";
     return *this;
 }
 
 NntpScript &NntpScript::Recv(int lines)
 {
     for (int i = 0; i < lines; i++)
-        steps_ += (steps_.empty() ? "" : ",") + std::string("[\"recv\"]");
-    return *this;
-}
-
-NntpScript &NntpScript::Close()
-{
-    steps_ += (steps_.empty() ? "" : ",") + std::string("[\"close\"]");
-    return *this;
-}
-
-NntpScript &NntpScript::Reset()
-{
-    steps_ += (steps_.empty() ? "" : ",") + std::string("[\"reset\"]");
-    return *this;
-}
-
-NntpScript &NntpScript::Stall()
-{
-    steps_ += (steps_.empty() ? "" : ",") + std::string("[\"stall\"]");
+        Step("recv");
     return *this;
 }
 
@@ -150,20 +115,11 @@ std::string NntpScript::Transcript(int seconds)
 int FreeLoopbackPort()
 {
     std::string reply;
-    if (!Control("FREEPORT", &reply))
-        return 0;
-    return PortOf(reply);
+    return Control("FREEPORT", &reply) ? PortOf(reply) : 0;
 }
 
 int BusyLoopbackPort()
 {
     std::string reply;
-    if (!Control("BUSYPORT", &reply))
-        return 0;
-    return PortOf(reply);
-}
-
-std::string Crlf(const std::string &line)
-{
-    return line + "\r\n";
+    return Control("BUSYPORT", &reply) ? PortOf(reply) : 0;
 }

@@ -11,15 +11,13 @@
 
 class NntpScript {
 public:
-    /* Server sends these bytes. */
-    NntpScript &Send(const std::string &bytes);
-    /* Server reads one line from the client. */
+    /* The server sends these bytes; reads `lines` lines from the client;
+     * reads one line, then sends the reply; closes; stops answering. */
+    NntpScript &Send(const std::string &bytes) { return Step("send", &bytes); }
     NntpScript &Recv(int lines = 1);
-    /* Reads one line, then sends the reply. */
     NntpScript &Reply(const std::string &bytes) { return Recv().Send(bytes); }
-    NntpScript &Close();
-    NntpScript &Reset();
-    NntpScript &Stall();
+    NntpScript &Close() { return Step("close"); }
+    NntpScript &Stall() { return Step("stall"); }
 
     /* Hands the dialogue to the server: the port it listens on (0 when the
      * server could not be reached; the test fails then). */
@@ -31,6 +29,7 @@ public:
     bool finished() const { return finished_; }
 
 private:
+    NntpScript &Step(const char *kind, const std::string *bytes = nullptr);
     std::string steps_;
     int port_ = 0;
     bool finished_ = false;
@@ -42,8 +41,5 @@ int FreeLoopbackPort();
 /* A loopback port whose listener never takes connections: a connect there
  * waits (for a minute at most). */
 int BusyLoopbackPort();
-
-/* A greeting-to-QUIT dialogue's pieces. */
-std::string Crlf(const std::string &line);
 
 #endif

@@ -7,11 +7,9 @@ ScriptedRas *g_ras;
 DWORD WINAPI EnumConnections(RASCONNW *connections, DWORD *bytes, DWORD *count)
 {
     g_ras->calls++;
-    *count = 0;
-    if (g_ras->active_connections > 0 && connections && *bytes >= sizeof(RASCONNW)) {
+    *count = g_ras->active_connections > 0 && connections && *bytes >= sizeof(RASCONNW);
+    if (*count)
         connections->hrasconn = (HRASCONN)(ULONG_PTR)0x0DD;
-        *count = 1;
-    }
     return 0;
 }
 

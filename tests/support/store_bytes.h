@@ -90,4 +90,36 @@ inline std::string ArticleBytes(const std::vector<std::string> &head, uint32_t n
     return s + "================\r\n";
 }
 
+/* A group's log and records built one article at a time: the record's
+ * offset, length and subject range (just after "Subject: ", up to its
+ * CR LF; none without the line) come from where the article lands. */
+struct GroupBytes {
+    std::vector<std::string> articles;
+    std::string log;
+    std::vector<RecordFields> records;
+
+    void Add(const std::vector<std::string> &head, const std::vector<std::string> &body, RecordFields r)
+    {
+        std::string article = ArticleBytes(head, r.number, body);
+        size_t subject = article.find("Subject: ");
+        r.offset = r.subject_offset = (uint32_t)log.size();
+        r.length = (uint32_t)article.size();
+        if (subject != std::string::npos) {
+            r.subject_offset += (uint32_t)subject + 9;
+            r.subject_length = (uint32_t)(article.find("\r\n", subject) - subject - 9);
+        }
+        articles.push_back(article);
+        records.push_back(r);
+        log += article;
+    }
+    std::string Records() const
+    {
+        std::string bytes;
+        for (const RecordFields &r : records)
+            bytes += RecordBytes(r);
+        return bytes;
+    }
+    std::string Index(const HeaderFields &header) const { return HeaderBytes(header) + Records(); }
+};
+
 #endif

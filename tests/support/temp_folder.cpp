@@ -4,18 +4,13 @@
 
 TempFolder::TempFolder()
 {
-    wchar_t base[MAX_PATH];
+    wchar_t base[MAX_PATH], name[MAX_PATH];
     GetTempPathW(MAX_PATH, base);
     static unsigned counter;
-    for (;;) {
-        wchar_t name[MAX_PATH];
+    do
         wsprintfW(name, L"%spelnor-test-%lu-%u", base, GetCurrentProcessId(), ++counter);
-        if (CreateDirectoryW(name, nullptr)) {
-            path_ = name;
-            path_ += L'\\';
-            return;
-        }
-    }
+    while (!CreateDirectoryW(name, nullptr));
+    path_ = std::wstring(name) + L'\\';
 }
 
 TempFolder::~TempFolder()
@@ -25,26 +20,22 @@ TempFolder::~TempFolder()
 
 void RemoveTree(const std::wstring &folder)
 {
-    std::wstring dir = folder;
-    if (!dir.empty() && dir.back() != L'\\')
-        dir += L'\\';
+    std::wstring dir = folder.empty() || folder.back() == L'\\' ? folder : folder + L'\\';
     WIN32_FIND_DATAW fd;
     HANDLE find = FindFirstFileW((dir + L"*").c_str(), &fd);
-    if (find != INVALID_HANDLE_VALUE) {
-        do {
-            std::wstring name = fd.cFileName;
-            if (name == L"." || name == L"..")
-                continue;
-            std::wstring full = dir + name;
-            if (fd.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
-                RemoveTree(full);
-            } else {
-                SetFileAttributesW(full.c_str(), FILE_ATTRIBUTE_NORMAL);
-                DeleteFileW(full.c_str());
-            }
-        } while (FindNextFileW(find, &fd));
-        FindClose(find);
+    for (BOOL more = find != INVALID_HANDLE_VALUE; more; more = FindNextFileW(find, &fd)) {
+        std::wstring name = fd.cFileName, full = dir + name;
+        if (name == L"." || name == L"..")
+            continue;
+        if (fd.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
+            RemoveTree(full);
+        } else {
+            SetFileAttributesW(full.c_str(), FILE_ATTRIBUTE_NORMAL);
+            DeleteFileW(full.c_str());
+        }
     }
+    if (find != INVALID_HANDLE_VALUE)
+        FindClose(find);
     RemoveDirectoryW(dir.c_str());
 }
 
@@ -59,25 +50,18 @@ bool WriteFileBytes(const std::wstring &path, const std::string &bytes)
     return ok && written == bytes.size();
 }
 
-bool ReadFileBytes(const std::wstring &path, std::string *bytes)
-{
-    HANDLE f = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                           FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (f == INVALID_HANDLE_VALUE)
-        return false;
-    bytes->clear();
-    char buf[65536];
-    DWORD got = 0;
-    while (ReadFile(f, buf, sizeof buf, &got, nullptr) && got > 0)
-        bytes->append(buf, got);
-    CloseHandle(f);
-    return true;
-}
-
 std::string FileBytes(const std::wstring &path)
 {
     std::string bytes;
-    ReadFileBytes(path, &bytes);
+    HANDLE f = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                           FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (f == INVALID_HANDLE_VALUE)
+        return bytes;
+    char buf[65536];
+    DWORD got = 0;
+    while (ReadFile(f, buf, sizeof buf, &got, nullptr) && got > 0)
+        bytes.append(buf, got);
+    CloseHandle(f);
     return bytes;
 }
 

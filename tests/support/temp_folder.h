@@ -22,10 +22,9 @@ private:
     std::wstring path_;
 };
 
-/* Whole-file access; a missing file reads as false. */
+/* Whole-file access; a missing file reads as "". */
 bool WriteFileBytes(const std::wstring &path, const std::string &bytes);
-bool ReadFileBytes(const std::wstring &path, std::string *bytes);
-std::string FileBytes(const std::wstring &path); /* "" when missing */
+std::string FileBytes(const std::wstring &path);
 bool FileExists(const std::wstring &path);
 bool FolderExists(const std::wstring &path);
 void RemoveTree(const std::wstring &path);

@@ -74,6 +74,15 @@ protected:
         return value;
     }
 
+    /* The reload's one error box, captioned "GROUP". */
+    void ExpectOneBox(const wchar_t *text)
+    {
+        ASSERT_EQ(watcher_.boxes().size(), 1u);
+        EXPECT_EQ(watcher_.boxes()[0].caption, L"GROUP");
+        EXPECT_EQ(watcher_.boxes()[0].text, text);
+        EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONERROR);
+    }
+
     TempFolder data_;
     HWND parent_ = nullptr;
     GroupView view_;
@@ -130,38 +139,26 @@ TEST_F(GroupViewTest, ReloadShowsEachGroupsHeader)
 {
     ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"),
                                "fj.comp.misc\r\n# a comment\r\n\r\nfj.news.group\r\njapan.test\r\n"));
-    HeaderFields misc;
-    misc.last_fetched = 1200;
-    misc.server_last = 1250;
-    misc.record_count = 30;
-    misc.unread = 12;
-    misc.status = "\x38\x8C\x8F\x82\xCC\x8B\x4C\x8E\x96\x82\xF0\x8E\xE6\x93\xBE\x82\xB5\x82\xDC\x82\xB5\x82\xBD\x81\x42"; /* 8件の記事を取得しました。 */
-    WriteIndex(L"fj.comp.misc", misc);
-    HeaderFields caught;
-    caught.last_fetched = 0xFFFFFFFF;
-    caught.server_last = 77;
-    WriteIndex(L"fj.news.group", caught);
+    const char *status = "\x38\x8C\x8F\x82\xCC\x8B\x4C\x8E\x96\x82\xF0\x8E\xE6\x93\xBE" /* 8件の記事を取得 */
+                         "\x82\xB5\x82\xDC\x82\xB5\x82\xBD\x81\x42";                  /* しました。 */
+    WriteIndex(L"fj.comp.misc", HeaderFields{5, 1200, 1250, 0, 30, 0, status, 12});
+    WriteIndex(L"fj.news.group", HeaderFields{5, 0xFFFFFFFF, 77});
     WriteIndex(L"japan.test", HeaderFields());
 
     Create();
     ASSERT_TRUE(GroupViewReload(&view_, data_.path().c_str()));
     ASSERT_EQ(ListViewRowCount(view_.list), 3);
 
-    EXPECT_EQ(ListViewText(view_.list, 0, 0), L"fj.comp.misc");
-    EXPECT_EQ(ListViewText(view_.list, 0, kColumnUnread), L"12");
-    EXPECT_EQ(ListViewText(view_.list, 0, kColumnArticles), L"30");
-    EXPECT_EQ(ListViewText(view_.list, 0, kColumnStatus), L"8件の記事を取得しました。");
-    EXPECT_EQ(ListViewText(view_.list, 0, kColumnCurrent), L"1200");
-    EXPECT_EQ(ListViewText(view_.list, 0, kColumnMaximum), L"1250");
-
-    EXPECT_EQ(ListViewText(view_.list, 1, 0), L"fj.news.group");
-    EXPECT_EQ(ListViewText(view_.list, 1, kColumnCurrent), L"Catchup");
-    EXPECT_EQ(ListViewText(view_.list, 1, kColumnMaximum), L"77");
-    EXPECT_EQ(ListViewText(view_.list, 1, kColumnStatus), L"");
-
-    EXPECT_EQ(ListViewText(view_.list, 2, 0), L"japan.test");
-    EXPECT_EQ(ListViewText(view_.list, 2, kColumnUnread), L"0");
-    EXPECT_EQ(ListViewText(view_.list, 2, kColumnCurrent), L"0");
+    /* Name, unread, articles, status, last fetched ("Catchup" after a
+     * catch-up on the server), the server's last. */
+    const wchar_t *rows[3][6] = {
+        {L"fj.comp.misc", L"12", L"30", L"8件の記事を取得しました。", L"1200", L"1250"},
+        {L"fj.news.group", L"0", L"0", L"", L"Catchup", L"77"},
+        {L"japan.test", L"0", L"0", L"", L"0", L"0"},
+    };
+    for (int row = 0; row < 3; row++)
+        for (int column = 0; column < 6; column++)
+            EXPECT_EQ(ListViewText(view_.list, row, column), rows[row][column]) << row << " " << column;
 
     EXPECT_EQ(Selected(), 0);
     EXPECT_EQ(Focused(), 0);
@@ -179,10 +176,7 @@ TEST_F(GroupViewTest, EmptyOrMissingGroupFile)
 {
     Create();
     EXPECT_FALSE(GroupViewReload(&view_, data_.path().c_str()));
-    ASSERT_EQ(watcher_.boxes().size(), 1u);
-    EXPECT_EQ(watcher_.boxes()[0].caption, L"GROUP");
-    EXPECT_EQ(watcher_.boxes()[0].text, L"グループ一覧が取得できませんでした(2)");
-    EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONERROR);
+    ExpectOneBox(L"グループ一覧が取得できませんでした(2)");
 
     ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), ""));
     ASSERT_TRUE(GroupViewReload(&view_, data_.path().c_str()));

@@ -1,0 +1,33 @@
+/* Lines as the log and the group files are read: split across reads of
+ * any size, ended after CR LF, refused past the line buffer. */
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+#include "base/line_reader.h"
+#include "base/scoped_win.h"
+#include "support/temp_folder.h"
+
+TEST(LineReader, LinesEndAfterCrLfAndMustFitTheLineBuffer)
+{
+    TempFolder folder;
+    std::wstring path = folder.file(L"lines.txt");
+    std::string fits = std::string(1021, 'x') + "\r\n"; /* with its NUL, 1024 bytes */
+    ASSERT_TRUE(WriteFileBytes(path, "one\r\ntwo\nstill two\r\r\n\r\n" + fits + "y" + fits + "after\r\n"));
+    /* Buffers of 1, 4 and 100 bytes split lines (and a CR LF) across reads. */
+    for (DWORD buffer : {1u, 4u, 100u, 4096u}) {
+        ScopedFile file(CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+        LineReader reader;
+        ASSERT_TRUE(LineReaderInit(&reader, file.get(), buffer, 1024));
+        std::vector<std::string> lines;
+        const char *line;
+        DWORD length;
+        while (LineReaderNext(&reader, &line, &length))
+            lines.emplace_back(line, length);
+        EXPECT_EQ(GetLastError(), (DWORD)ERROR_MORE_DATA);
+        EXPECT_EQ(lines, (std::vector<std::string>{"one\r\n", "two\nstill two\r\r\n", "\r\n", fits})) << buffer;
+        LineReaderFree(&reader);
+    }
+}
