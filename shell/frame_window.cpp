@@ -14,6 +14,7 @@
 #include "text/widestr.h"
 #include "shell/download_command.h"
 #include "shell/frame_commands.h"
+#include "base/record_window.h"
 #include "base/message_box.h"
 #include "base/res_text.h"
 #include "shell/panes.h"
@@ -140,11 +141,9 @@ void OnDestroy(AppFrame *frame)
 
 LRESULT CALLBACK FrameWindowProc(HWND window, UINT msg, WPARAM wp, LPARAM lp)
 {
-    AppFrame *frame = FrameOf(window);
+    AppFrame *frame = WindowRecord<AppFrame>(window, msg, lp);
     switch (msg) {
     case WM_CREATE:
-        frame = (AppFrame *)((CREATESTRUCTW *)lp)->lpCreateParams;
-        SetWindowLongPtrW(window, 0, (LONG_PTR)frame);
         frame->mainWindow = window;
         OnCreate(frame);
         return 0;
@@ -188,21 +187,14 @@ LRESULT CALLBACK FrameWindowProc(HWND window, UINT msg, WPARAM wp, LPARAM lp)
 
 AppFrame *FrameOf(HWND window)
 {
-    return (AppFrame *)GetWindowLongPtrW(window, 0);
+    return WindowRecord<AppFrame>(window);
 }
 
 int RegisterFrameClass(HINSTANCE instance)
 {
     if (!RegisterArticleViewClass(instance) || !RegisterSubjectViewClass(instance))
         return 0;
-    WNDCLASSW wc = {};
-    wc.style = 0;
-    wc.lpfnWndProc = FrameWindowProc;
-    wc.cbWndExtra = sizeof(AppFrame *);
-    wc.hInstance = instance;
-    wc.hbrBackground = (HBRUSH)GetStockObject(WHITE_BRUSH);
-    wc.lpszClassName = PELNOR_FRAME_CLASS;
-    return RegisterClassW(&wc) != 0;
+    return RegisterRecordWindowClass(instance, PELNOR_FRAME_CLASS, FrameWindowProc, 0);
 }
 
 HWND CreateMainFrame(AppFrame *frame, int show)

@@ -4,6 +4,7 @@
 #include <string.h>
 #include <wchar.h>
 
+#include "base/record_window.h"
 #include "base/scoped_win.h"
 #include "platform/clipboard.h"
 
@@ -13,14 +14,9 @@ enum { kScrollWidth = 16, kNoFontLineHeight = 10, kFirstMeasure = 64 };
 
 const wchar_t kEmpty[] = L"";
 
-ArticleView *ViewOf(HWND window)
-{
-    return (ArticleView *)GetWindowLongPtrW(window, 0);
-}
-
 void Notify(ArticleView *view, UINT code)
 {
-    SendMessageW(view->parent, WM_COMMAND, MAKEWPARAM(view->control_id, code), (LPARAM)view->window);
+    NotifyParent(view->parent, view->control_id, code, view->window);
 }
 
 /* A unit whose low byte is a Shift_JIS lead byte goes with the unit after
@@ -394,11 +390,9 @@ void OnPaint(ArticleView *view)
 
 LRESULT CALLBACK ArticleViewProc(HWND window, UINT msg, WPARAM wp, LPARAM lp)
 {
-    ArticleView *view = ViewOf(window);
+    ArticleView *view = WindowRecord<ArticleView>(window, msg, lp);
     switch (msg) {
     case WM_CREATE:
-        view = (ArticleView *)((CREATESTRUCTW *)lp)->lpCreateParams;
-        SetWindowLongPtrW(window, 0, (LONG_PTR)view);
         view->window = window;
         view->scroll_bar = CreateWindowExW(0, L"SCROLLBAR", L"VSARTS", WS_CHILD | SBS_VERT, 0, 0, 0, 0, window,
                                            nullptr, GetModuleHandleW(nullptr), nullptr);
@@ -435,13 +429,7 @@ LRESULT CALLBACK ArticleViewProc(HWND window, UINT msg, WPARAM wp, LPARAM lp)
 
 int RegisterArticleViewClass(HINSTANCE instance)
 {
-    WNDCLASSW wc = {};
-    wc.lpfnWndProc = ArticleViewProc;
-    wc.cbWndExtra = sizeof(ArticleView *);
-    wc.hInstance = instance;
-    wc.hbrBackground = (HBRUSH)GetStockObject(WHITE_BRUSH);
-    wc.lpszClassName = PELNOR_ARTICLE_VIEW_CLASS;
-    return RegisterClassW(&wc) != 0;
+    return RegisterRecordWindowClass(instance, PELNOR_ARTICLE_VIEW_CLASS, ArticleViewProc, 0);
 }
 
 void ArticleViewInit(ArticleView *view, ArticleText *holder)

@@ -3,6 +3,7 @@
 #include <commctrl.h>
 #include <string.h>
 
+#include "base/record_window.h"
 #include "base/res_text.h"
 #include "base/scoped_win.h"
 #include "resources/resource.h"
@@ -28,14 +29,9 @@ const wchar_t kWidthKey[] = PELNOR_REGISTRY_KEY L"\\SubjectView";
 
 enum { kHeaderHeight = 20, kScrollWidth = 16, kMarkSize = 10, kMinRowHeight = 10 };
 
-SubjectView *ViewOf(HWND window)
-{
-    return (SubjectView *)GetWindowLongPtrW(window, 0);
-}
-
 void Notify(SubjectView *view, UINT code)
 {
-    SendMessageW(view->parent, WM_COMMAND, MAKEWPARAM(view->control_id, code), (LPARAM)view->window);
+    NotifyParent(view->parent, view->control_id, code, view->window);
 }
 
 long PageSize(const SubjectView *view)
@@ -440,11 +436,9 @@ int MakeHeader(SubjectView *view)
 
 LRESULT CALLBACK SubjectViewProc(HWND window, UINT msg, WPARAM wp, LPARAM lp)
 {
-    SubjectView *view = ViewOf(window);
+    SubjectView *view = WindowRecord<SubjectView>(window, msg, lp);
     switch (msg) {
     case WM_CREATE:
-        view = (SubjectView *)((CREATESTRUCTW *)lp)->lpCreateParams;
-        SetWindowLongPtrW(window, 0, (LONG_PTR)view);
         view->window = window;
         return MakeHeader(view) ? 0 : -1;
     case WM_SIZE:
@@ -496,14 +490,7 @@ int Rebuild(SubjectView *view)
 
 int RegisterSubjectViewClass(HINSTANCE instance)
 {
-    WNDCLASSW wc = {};
-    wc.style = CS_DBLCLKS;
-    wc.lpfnWndProc = SubjectViewProc;
-    wc.cbWndExtra = sizeof(SubjectView *);
-    wc.hInstance = instance;
-    wc.hbrBackground = (HBRUSH)GetStockObject(WHITE_BRUSH);
-    wc.lpszClassName = PELNOR_SUBJECT_VIEW_CLASS;
-    return RegisterClassW(&wc) != 0;
+    return RegisterRecordWindowClass(instance, PELNOR_SUBJECT_VIEW_CLASS, SubjectViewProc, CS_DBLCLKS);
 }
 
 void SubjectViewInit(SubjectView *view)
