@@ -16,12 +16,17 @@ void StartRun(AppFrame *frame)
      * itself clears it when its end arrives. */
     if (started == kDownloadFailed)
         frame->busy = 0;
+    else if (started == kDownloadStarted)
+        frame->runInProgress = 1;
 }
 
 } // namespace
 
 void GetArticlesCommand(AppFrame *frame)
 {
+    /* One run at a time: a second would write the same files. */
+    if (frame->runInProgress)
+        return;
     switch (DialBeforeRun(frame->mainWindow, frame->instance, &frame->settings, &frame->rasConnection)) {
     case kDialupRunNow:
         StartRun(frame);
@@ -58,5 +63,6 @@ void OnRunFinished(AppFrame *frame, DownloadJob *job)
         ShowBox(nullptr, job->result->text, job->result->title, MB_ICONERROR);
     }
     frame->busy = 0;
+    frame->runInProgress = 0;
     FreeDownloadJob(job);
 }

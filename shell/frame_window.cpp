@@ -175,6 +175,12 @@ LRESULT CALLBACK FrameWindowProc(HWND window, UINT msg, WPARAM wp, LPARAM lp)
         return 0;
     case WM_PELNOR_ACTIVATE:
         return 0;
+    case WM_CLOSE:
+        /* The worker writes the group's files and posts its end here: the
+         * program does not go away under it. */
+        if (frame && frame->runInProgress)
+            return 0;
+        break;
     case WM_DESTROY:
         if (frame)
             OnDestroy(frame);
