@@ -52,6 +52,24 @@ int ReadStatus(NntpConnection *c, char *reply, const wchar_t *title, RunResult *
     return 0;
 }
 
+/* Sends `command` + `argument` and reads its status line into `reply`. A
+ * server that wants "MODE READER" first (401, as INN's innd answers the
+ * hosts it feeds) gets it once on the link, and the command is sent again.
+ * On failure the result holds the send or receive text under the titles. */
+int Exchange(NntpConnection *c, const char *command, const char *argument, const wchar_t *send_title,
+             const wchar_t *receive_title, char *reply, RunResult *result)
+{
+    for (;;) {
+        if (!SendCommand(c, command, argument, send_title, result) || !ReadStatus(c, reply, receive_title, result))
+            return 0;
+        if (c->mode_reader_sent || strncmp(reply, "401", 3) != 0)
+            return 1;
+        c->mode_reader_sent = 1;
+        if (!SendCommand(c, "MODE READER", "", send_title, result) || !ReadStatus(c, reply, receive_title, result))
+            return 0;
+    }
+}
+
 /* The reply line as 16-bit text without its line end. */
 void ReplyWithoutLineEnd(const char *reply, wchar_t *out, int out_chars)
 {
@@ -62,6 +80,25 @@ void ReplyWithoutLineEnd(const char *reply, wchar_t *out, int out_chars)
     while (length > 0 && (out[length - 1] == L'\r' || out[length - 1] == L'\n'))
         out[--length] = L'\0';
 }
+
+/* Sets the result to "unexpected reply" with the line that came back. */
+void SetUnexpectedReply(RunResult *result, const wchar_t *title, const char *reply, int severity)
+{
+    wchar_t line[kRunResultChars], text[kRunResultChars];
+    ReplyWithoutLineEnd(reply, line, kRunResultChars);
+    FormatResText(IDS_UNEXPECTED_REPLY, line, text, kRunResultChars);
+    RunResultSet(result, title, text, severity);
+    SetLastError(kErrorInvalidData);
+}
+
+/* Stored articles between two saves of the group's header during a run:
+ * a program killed in a run fetches at most these again. A save is one
+ * 100-byte write. */
+const DWORD kHeaderSaveEvery = 20;
+
+/* More article numbers missing from a group's range than this is no range
+ * to probe one number at a time. */
+const unsigned long long kMostMissingNumbers = 1000000;
 
 } // namespace
 
@@ -78,12 +115,10 @@ int SelectGroup(NntpConnection *c, const wchar_t *group, DWORD *count, DWORD *fi
         SetLastError(kErrorNotEnoughMemory);
         return 0;
     }
-    int sent = SendCommand(c, "GROUP ", name, socket_error, result);
-    free(name);
-    if (!sent)
-        return 0;
     char reply[kNntpLineBufferSize];
-    if (!ReadStatus(c, reply, socket_error_uc, result))
+    int exchanged = Exchange(c, "GROUP ", name, socket_error, socket_error_uc, reply, result);
+    free(name);
+    if (!exchanged)
         return 0;
 
     if (reply[0] != '2') {
@@ -98,22 +133,24 @@ int SelectGroup(NntpConnection *c, const wchar_t *group, DWORD *count, DWORD *fi
         return 0;
     }
 
+    /* 211 and three numbers that fit; an empty group may give its last as
+     * one below its first. A range that cannot be the group's is shown in
+     * the group's status, never probed. */
     const char *cursor = reply;
     DWORD fields[4];
-    for (int i = 0; i < 4; i++) {
-        fields[i] = cursor ? (DWORD)ParseReplyNumber(&cursor) : 0xFFFFFFFFu;
-        if (!cursor) {
-            wchar_t line[kRunResultChars], text[kRunResultChars];
-            ReplyWithoutLineEnd(reply, line, kRunResultChars);
-            FormatResText(IDS_UNEXPECTED_REPLY, line, text, kRunResultChars);
-            RunResultSet(result, group, text, kSeverityWarning);
-            SetLastError(kErrorInvalidData);
-            return 0;
-        }
+    for (int i = 0; i < 4 && cursor; i++)
+        fields[i] = (DWORD)ParseReplyNumberStrict(&cursor);
+    bool sane = cursor && fields[0] == 211 && fields[3] != 0xFFFFFFFFu;
+    if (sane && fields[1] != 0 && fields[3] + 1ull != fields[2])
+        sane = fields[3] >= fields[2] && fields[3] - fields[2] + 1ull <= fields[1] + kMostMissingNumbers;
+    if (!sane) {
+        SetUnexpectedReply(result, group, reply, kSeverityWarning);
+        return 0;
     }
     *count = fields[1];
-    *first = fields[2];
     *last = fields[3];
+    /* An empty group has nothing to fetch whatever range it gives. */
+    *first = *count == 0 ? *last + 1 : fields[2];
     return 1;
 }
 
@@ -158,27 +195,47 @@ void Fail(GroupDownload *d, UINT text_id)
     SetLastError(error);
 }
 
-/* "HEAD n" or "BODY n" and its status line. 1 when the article follows, 0
- * with result kFetchSkipped when the server has no such article, 0 with
- * kFetchFailed (and the result set) on a send or receive failure. */
-int RequestArticlePart(GroupDownload *d, const char *command, DWORD number, FetchOutcome *outcome)
+/* "HEAD n" or "BODY n" and its status line. 1 when the article follows
+ * (`expected` and the number asked for), 0 with kFetchSkipped when the
+ * server has no such article (4xx), 0 with kFetchFailed (and the result
+ * set) on a send or receive failure or any other reply, which would pair
+ * every later reply with the wrong command. */
+int RequestArticlePart(GroupDownload *d, const char *command, DWORD expected, DWORD number, FetchOutcome *outcome)
 {
     char argument[16];
     _snprintf(argument, sizeof argument, "%lu", (unsigned long)number);
     argument[sizeof argument - 1] = '\0';
-    if (!SendCommand(d->c, command, argument, d->group, d->result)) {
-        *outcome = kFetchFailed;
+    *outcome = kFetchFailed;
+    if (!Exchange(d->c, command, argument, d->group, d->group, d->line, d->result))
         return 0;
-    }
-    if (!ReadStatus(d->c, d->line, d->group, d->result)) {
-        *outcome = kFetchFailed;
-        return 0;
-    }
-    if (d->line[0] != '2') {
+    if (d->line[0] == '4') {
         *outcome = kFetchSkipped;
         return 0;
     }
+    const char *cursor = d->line;
+    DWORD code = (DWORD)ParseReplyNumberStrict(&cursor);
+    DWORD replied = cursor ? (DWORD)ParseReplyNumberStrict(&cursor) : 0;
+    if (!cursor || code != expected || replied != number) {
+        SetUnexpectedReply(d->result, d->group, d->line, kSeverityError);
+        return 0;
+    }
     return 1;
+}
+
+/* Reads the rest of a reply up to its terminating "." line, keeping
+ * nothing: a body cut short by a NUL byte leaves its remaining lines. */
+int DrainReply(GroupDownload *d)
+{
+    for (;;) {
+        SetLastError(0);
+        if (!NntpReadLine(d->c, d->line, kNntpLineCapacity, 0)) {
+            if (GetLastError() == 0)
+                continue;
+            return 0;
+        }
+        if (strcmp(d->line, ".\r\n") == 0)
+            return 1;
+    }
 }
 
 /* Reads the head up to its '.' line into the writer. */
@@ -208,18 +265,14 @@ int ReadHead(GroupDownload *d)
     }
 }
 
-FetchOutcome FetchArticle(GroupDownload *d, DWORD number)
+/* The article's status lines, head and body into the writer. kFetchFailed
+ * leaves the result set; what was written of the article is for the
+ * caller to cut off. */
+FetchOutcome FetchArticleParts(GroupDownload *d, DWORD number)
 {
-    if (!ArticleWriterBegin(&d->writer, number)) {
-        Fail(d, IDS_LOG_WRITE_FAILED);
-        return kFetchFailed;
-    }
     FetchOutcome outcome;
-    if (!RequestArticlePart(d, "HEAD ", number, &outcome))
+    if (!RequestArticlePart(d, "HEAD ", 221, number, &outcome))
         return outcome; /* nothing of the article is in the log yet */
-    /* From here a failure leaves in the log whatever was written: the
-     * article never gets its index record, so it is not shown, and the
-     * next one is appended after it. */
     if (!ReadHead(d)) {
         Fail(d, IDS_RECV_INCOMPLETE);
         return kFetchFailed;
@@ -228,22 +281,15 @@ FetchOutcome FetchArticle(GroupDownload *d, DWORD number)
         Fail(d, IDS_INDEX_WRITE_FAILED);
         return kFetchFailed;
     }
-
-    if (!RequestArticlePart(d, "BODY ", number, &outcome)) {
-        if (outcome == kFetchSkipped) {
-            /* A refused body is no failure: its head is cut back out of
-             * the log, as if the article had never been there. */
-            DWORD error = GetLastError();
-            ArticleWriterAbandon(&d->writer);
-            SetLastError(error);
-        }
+    if (!RequestArticlePart(d, "BODY ", 222, number, &outcome))
         return outcome;
-    }
     for (;;) {
-        /* A read that ends without an error (a NUL byte) ends the body. */
+        /* A read that ends without an error (a NUL byte) ends the body; the
+         * rest of the reply is read and dropped so that the next status
+         * line is the next command's. */
         SetLastError(0);
         if (!NntpReadLine(d->c, d->line, kNntpLineCapacity, 0)) {
-            if (GetLastError() == 0)
+            if (GetLastError() == 0 && DrainReply(d))
                 break;
             Fail(d, IDS_RECV_INCOMPLETE);
             return kFetchFailed;
@@ -267,6 +313,24 @@ FetchOutcome FetchArticle(GroupDownload *d, DWORD number)
     return kFetchStored;
 }
 
+FetchOutcome FetchArticle(GroupDownload *d, DWORD number)
+{
+    if (!ArticleWriterBegin(&d->writer, number)) {
+        Fail(d, IDS_LOG_WRITE_FAILED);
+        return kFetchFailed;
+    }
+    FetchOutcome outcome = FetchArticleParts(d, number);
+    if (outcome != kFetchStored) {
+        /* A refused body, or a failure inside the article: whatever was
+         * written of it is cut back out of the log, as if it had never
+         * been there. */
+        DWORD error = GetLastError();
+        ArticleWriterAbandon(&d->writer);
+        SetLastError(error);
+    }
+    return outcome;
+}
+
 /* Fetches start..last, at most `limit` articles; the last number processed
  * goes to *processed. Leaves the summary in the result unless the run
  * failed. */
@@ -284,10 +348,21 @@ void FetchRange(GroupDownload *d, DWORD start, DWORD last, DWORD limit, Progress
             limited = 1;
             break;
         }
+        /* Up to the number before this one everything is stored or was
+         * refused: a failure here keeps that, and so does a header saved
+         * now and then, for a program killed in the middle of a run. */
+        *processed = (DWORD)(n - 1);
         FetchOutcome outcome = FetchArticle(d, (DWORD)n);
         if (outcome == kFetchStored) {
             fetched++;
             ProgressStep(progress);
+            if (fetched % kHeaderSaveEvery == 0) {
+                GroupStoreSetLastFetched(&d->store, (DWORD)n);
+                if (!IndexWriteHeader(&d->store, INVALID_HANDLE_VALUE)) {
+                    Fail(d, IDS_INDEX_WRITE_FAILED);
+                    return;
+                }
+            }
         }
         if (d->result->severity == kSeverityError)
             return;
@@ -321,6 +396,7 @@ void DownloadGroup(NntpConnection *c, const wchar_t *group, const wchar_t *data_
     ArticleWriterInit(&d->writer, &d->store);
 
     DWORD count, first, last, start, processed;
+    int in_range = 0;
     if (!GroupStoreSetNames(&d->store, data_path, group) || !IndexReadHeader(&d->store)) {
         Fail(d, IDS_INDEX_INIT_FAILED);
         goto done;
@@ -347,24 +423,35 @@ void DownloadGroup(NntpConnection *c, const wchar_t *group, const wchar_t *data_
         Fail(d, IDS_INDEX_OPEN_FAILED);
         goto done;
     }
+    /* What a killed run left of an unfinished article goes first. */
+    if (!IndexCutLogTail(&d->store)) {
+        Fail(d, IDS_LOG_WRITE_FAILED);
+        goto done;
+    }
     if (start > last || (GroupStoreLastFetched(&d->store) == kCaughtUpOnServer)) {
         RunResultSetRes(result, L"", IDS_NO_NEW_ARTICLES, kSeverityInformation);
         processed = last;
     } else {
+        in_range = 1;
         FetchRange(d, start, last, limit, progress, &processed);
     }
     ArticleWriterRelease(&d->writer);
     GroupStoreCloseLog(&d->store);
     GroupStoreCloseIndex(&d->store);
 
-    /* After a failure the header stays as it was: the next run fetches
-     * again from the old last fetched. */
-    if (result->severity != kSeverityError) {
+    /* After a failure inside the range the header keeps what was stored
+     * before it, with the failure as the group's status: the next run
+     * goes on right after the last stored article. */
+    if (result->severity != kSeverityError || in_range) {
+        RunResult kept = *result;
         GroupStoreSetLastFetched(&d->store, processed);
         GroupStoreSetServerLast(&d->store, last);
         if (!GroupStoreSetStatusText(&d->store, result->text) ||
-            !IndexWriteHeader(&d->store, INVALID_HANDLE_VALUE))
+            !IndexWriteHeader(&d->store, INVALID_HANDLE_VALUE)) {
             Fail(d, IDS_INDEX_WRITE_FAILED);
+        } else if (kept.severity == kSeverityError) {
+            *result = kept;
+        }
     }
 
 done:

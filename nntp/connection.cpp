@@ -115,6 +115,7 @@ void NntpInit(NntpConnection *c)
     c->read_pos = c->buffer;
     c->end_pos = c->buffer;
     c->end_of_stream = 0;
+    c->mode_reader_sent = 0;
     c->connect_timeout_ms = g_connect_timeout_ms;
     c->receive_timeout_ms = g_receive_timeout_ms;
 }

@@ -32,6 +32,7 @@ struct NntpConnection {
     int end_of_stream;      /* 1 once recv returned 0 */
     DWORD connect_timeout_ms;
     DWORD receive_timeout_ms;
+    int mode_reader_sent;   /* 1 once "MODE READER" went out on this link */
 };
 
 /* The time-outs every connection initialised from now on uses (0 keeps the

@@ -10,4 +10,9 @@
  * gives 0xFFFFFFFF. No overflow check (the value wraps). */
 unsigned long ParseReplyNumber(const char **cursor);
 
+/* Reads the decimal field at *cursor as ParseReplyNumber does, but a field
+ * of no digits or one whose value does not fit in 32 bits also sets *cursor
+ * to null. */
+unsigned long ParseReplyNumberStrict(const char **cursor);
+
 #endif

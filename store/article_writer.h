@@ -66,9 +66,8 @@ int ArticleWriterBodyLine(ArticleWriter *writer, const char *text);
 /* Writes the separator and appends the article's index record. */
 int ArticleWriterFinishArticle(ArticleWriter *writer);
 
-/* Gives up the article begun last when its body is refused after the head
- * was written: the log is cut back to where the article started. Failures
- * never come here; they leave what was written. */
+/* Gives up the article begun last (its body refused, or the download
+ * failed inside it): the log is cut back to where the article started. */
 int ArticleWriterAbandon(ArticleWriter *writer);
 
 /* Frees the header block and the filter. The store stays open. */

@@ -247,6 +247,28 @@ int IndexAppend(GroupStore *store, DWORD start, DWORD end, const HeaderBlock *bl
     return 1;
 }
 
+int IndexCutLogTail(GroupStore *store)
+{
+    DWORD end = 0;
+    if (store->record_count > 0) {
+        IndexRecord last;
+        DWORD one = 1;
+        if (!IndexReadRecords(store, &last, store->record_count - 1, &one))
+            return 0;
+        if (one != 1) {
+            SetLastError(ERROR_HANDLE_EOF);
+            return 0;
+        }
+        end = last.log_offset + last.log_length;
+    }
+    DWORD high = 0, size = GetFileSize(store->log_file, &high);
+    if (size == INVALID_FILE_SIZE && GetLastError() != NO_ERROR)
+        return 0;
+    if ((high || size > end) && (!SeekFile(store->log_file, end) || !SetEndOfFile(store->log_file)))
+        return 0;
+    return SeekFile(store->index_file, IndexRecordOffset(store->record_count)) && SetEndOfFile(store->index_file);
+}
+
 int IndexRebuild(GroupStore *store)
 {
     if (!GroupStoreOpenIndex(store))
@@ -405,9 +427,6 @@ int IndexMarkAllRead(GroupStore *store)
     HANDLE index = store->index_file;
     /* Record by record, so that a failure leaves every record before it
      * read and the header's count says how far the marking got. */
-    /* The log's highest article number: a lost index's last fetched was at
-     * least that, so a rebuild never has those articles fetched again. */
-    DWORD highest_number = 0;
     int ok = SeekFile(index, kIndexHeaderSize);
     for (DWORD number = 0; ok && number < store->record_count; number++) {
         IndexRecord record;

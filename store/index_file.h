@@ -127,6 +127,12 @@ int IndexAppend(GroupStore *store, DWORD start, DWORD end, const HeaderBlock *bl
  * gives records for the whole articles before it. */
 int IndexRebuild(GroupStore *store);
 
+/* Cuts off the log what follows the end of the last record, and off the
+ * index what follows its last record: what a run killed in the middle of
+ * an article left behind. Needs the log and the index open and the header
+ * read. */
+int IndexCutLogTail(GroupStore *store);
+
 /* Matches every record's subject text (read from the log) against the
  * group's filter again, writes back the records whose priority changed and
  * saves the header with the new high and low counts (also after a

@@ -189,7 +189,13 @@ TEST(ArticleDownload, RefusedGroupIsAWarningAndTheRunGoesOn)
     };
     for (const Case &c :
          {Case{"411 No such group fj.gone\r\n", L"グループへ移動できませんでした : 411 No such group fj.gone"},
-          Case{"211 12x 1 5 fj.gone\r\n", L"予期せぬ文字列が返りました : 211 12x 1 5 fj.gone"}}) {
+          Case{"211 12x 1 5 fj.gone\r\n", L"予期せぬ文字列が返りました : 211 12x 1 5 fj.gone"},
+          /* Ranges that cannot be the group's are never probed. */
+          Case{"211 5 10 3 fj.gone\r\n", L"予期せぬ文字列が返りました : 211 5 10 3 fj.gone"},
+          Case{"211 5 1 4294967295 fj.gone\r\n", L"予期せぬ文字列が返りました : 211 5 1 4294967295 fj.gone"},
+          Case{"211 5 1 99999999999 fj.gone\r\n", L"予期せぬ文字列が返りました : 211 5 1 99999999999 fj.gone"},
+          Case{"211 5 1 3000000 fj.gone\r\n", L"予期せぬ文字列が返りました : 211 5 1 3000000 fj.gone"},
+          Case{"200 5 1 5 fj.gone\r\n", L"予期せぬ文字列が返りました : 200 5 1 5 fj.gone"}}) {
         NntpScript script;
         Serve(script.Send(kGreeting).Reply(c.reply).Reply(GroupReply(1, 1)), 1).Reply(c.reply);
         DataFolder data;
@@ -252,6 +258,14 @@ TEST(ArticleDownload, StoreFailureTexts)
 
 namespace {
 
+/* Article 1 of 1..3 served and the head of article 2. */
+NntpScript ServeUpTo2()
+{
+    NntpScript script;
+    Serve(script.Send(kGreeting).Reply(GroupReply(1, 3)), 1).Reply(ArticleReply(221, 2, Plain(2).head));
+    return script;
+}
+
 /* Articles 1 and 2 of 1..3 served. */
 NntpScript FirstTwoOfThree()
 {
@@ -262,58 +276,88 @@ NntpScript FirstTwoOfThree()
 
 } // namespace
 
-TEST(ArticleDownload, FailureMidArticleKeepsEarlierArticlesAndTheHeader)
+/* Every fault inside a group keeps what was stored before it: the header
+ * says the last article completely stored and counts it, an unfinished
+ * article is cut off the log, and a reply that is not the one asked for
+ * ends the run instead of being paired with the next command. A second run
+ * against a healthy server then fetches only what is missing. */
+TEST(ArticleDownload, FaultsKeepWhatWasStoredAndTheNextRunGoesOnFromThere)
 {
-    struct Case {
-        NntpScript script;
-        const wchar_t *text;
-        std::string unfinished; /* what stays of article 3 in the log */
-    };
     const std::string head3 = "221 3 <3@pelnor.test>\r\n";
-    const std::string head3_stored = Plain(3).head + "X-Local-Seq: 3\r\n\r\n";
     NntpScript at_body = FirstTwoOfThree();
     at_body.Reply(ArticleReply(221, 3, Plain(3).head));
-    Case cases[] = {
+    const std::string nul(1, '\0');
+    struct Case {
+        NntpScript script;
+        const wchar_t *text; /* null: the run succeeds */
+    } cases[] = {
         {FirstTwoOfThree().Recv().Close(), L"受信に失敗しました(38)."},
         {FirstTwoOfThree().Recv().Send(head3 + "From: x\r\nSubj").Close(), L"受信が正常に終了しませんでした(38)."},
         {FirstTwoOfThree().Recv().Send(head3 + "Subject: " + std::string(1030, 's') + "\r\n.\r\n"),
          L"受信が正常に終了しませんでした(234)."},
-        /* Once the head is written, it stays: the log is never cut back. */
-        {NntpScript(at_body).Recv().Close(), L"受信に失敗しました(38).", head3_stored},
+        {NntpScript(at_body).Recv().Close(), L"受信に失敗しました(38)."},
         {NntpScript(at_body).Recv().Send("222 3 <3@pelnor.test>\r\nbody of").Close(),
-         L"受信が正常に終了しませんでした(38).", head3_stored},
+         L"受信が正常に終了しませんでした(38)."},
+        {FirstTwoOfThree().Reply("221 4 <4@pelnor.test>\r\n"), L"予期せぬ文字列が返りました : 221 4 <4@pelnor.test>"},
+        {FirstTwoOfThree().Reply("222 3 <3@pelnor.test>\r\n"), L"予期せぬ文字列が返りました : 222 3 <3@pelnor.test>"},
+        {FirstTwoOfThree().Reply("500 what?\r\n"), L"予期せぬ文字列が返りました : 500 what?"},
+        /* A "." line inside article 2's body ends it; the line after it is
+         * no reply to HEAD 3. */
+        {ServeUpTo2().Reply("222 2 <2@pelnor.test>\r\nbody of 2\r\n.\r\nstray\r\n.\r\n"),
+         L"予期せぬ文字列が返りました : stray"},
+        /* A NUL byte ends article 2's body; the rest of its reply is
+         * dropped, so article 3 is read as article 3. */
+        {Serve(ServeUpTo2().Reply("222 2 <2@pelnor.test>\r\nbody of 2\r\nx" + nul + "y\r\n" + nul +
+                                     "\r\nmore\r\n.\r\n"),
+               3),
+         nullptr},
     };
-    StoreBytes first_two;
-    first_two.Add(Plain(1));
-    first_two.Add(Plain(2));
-    DataFolder data;
+    StoreBytes first_two, all;
+    for (DWORD n : {1, 2})
+        first_two.Add(Plain(n));
+    for (DWORD n : {1, 2, 3})
+        all.Add(Plain(n));
     for (Case &c : cases) {
+        DataFolder data;
         data.Index(L"fj.test", 0);
-        DeleteFileW(data.folder.file(L"fj.test.log").c_str());
         SessionRun run = data.Run(c.script);
-        EXPECT_EQ(run.ok, 0);
+        if (!c.text) {
+            EXPECT_EQ(run.ok, 1);
+            EXPECT_EQ(data.Log(), all.log);
+            EXPECT_EQ(data.Idx(), Header(3, 3, 3, L"3件の記事を取得しました。") + all.records);
+            continue;
+        }
+        EXPECT_EQ(run.ok, 0) << &c - cases;
         EXPECT_STREQ(run.result.title, L"fj.test");
         EXPECT_STREQ(run.result.text, c.text);
         EXPECT_EQ(run.result.severity, 2u);
-        /* Every earlier article with its record; the header as it was. */
-        EXPECT_EQ(data.Log(), first_two.log + c.unfinished);
-        EXPECT_EQ(data.Idx(), Header(0, 0, 0, L"") + first_two.records);
-    }
+        EXPECT_EQ(data.Log(), first_two.log) << &c - cases;
+        EXPECT_EQ(data.Idx(), Header(2, 3, 2, c.text) + first_two.records) << &c - cases;
 
-    /* The next run fetches again from the old last fetched. The records of
-     * the first attempt were never counted, so the new ones take their
-     * places; the log keeps both copies and the unfinished head. */
-    NntpScript again = FirstTwoOfThree();
-    Serve(again, 3);
-    SessionRun run = data.Run(again);
+        NntpScript again;
+        Serve(again.Send(kGreeting).Reply(GroupReply(1, 3)), 3);
+        run = data.Run(again);
+        EXPECT_EQ(run.ok, 1);
+        EXPECT_EQ(again.Transcript(), "GROUP fj.test\r\nHEAD 3\r\nBODY 3\r\nQUIT\r\n");
+        EXPECT_EQ(data.Log(), all.log);
+        EXPECT_EQ(data.Idx(), Header(3, 3, 3, L"1件の記事を取得しました。") + all.records);
+    }
+}
+
+/* A server that wants MODE READER first (INN's innd, to the hosts it feeds)
+ * gets it once, and the command goes again. */
+TEST(ArticleDownload, ModeReaderIsSentOnceWhenTheServerAsksForIt)
+{
+    NntpScript script;
+    script.Send(kGreeting)
+        .Reply("401 MODE-READER\r\n")
+        .Reply("200 reader ready\r\n")
+        .Reply(GroupReply(1, 1))
+        .Reply("401 MODE-READER\r\n"); /* a second time is a refused article */
+    DataFolder data;
+    data.Index(L"fj.test", 0);
+    SessionRun run = data.Run(script);
     EXPECT_EQ(run.ok, 1);
-    EXPECT_EQ(again.Transcript(),
-              "GROUP fj.test\r\nHEAD 1\r\nBODY 1\r\nHEAD 2\r\nBODY 2\r\nHEAD 3\r\nBODY 3\r\nQUIT\r\n");
-    StoreBytes second = first_two;
-    second.log += head3_stored;
-    second.records.clear();
-    for (DWORD n : {1, 2, 3})
-        second.Add(Plain(n));
-    EXPECT_EQ(data.Log(), second.log);
-    EXPECT_EQ(data.Idx(), Header(3, 3, 3, L"3件の記事を取得しました。") + second.records);
+    EXPECT_EQ(script.Transcript(), "GROUP fj.test\r\nMODE READER\r\nGROUP fj.test\r\nHEAD 1\r\nQUIT\r\n");
+    EXPECT_EQ(data.Idx(), Header(1, 1, 0, L"0件の記事を取得しました。"));
 }
