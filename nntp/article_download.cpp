@@ -348,6 +348,9 @@ void FetchRange(GroupDownload *d, DWORD start, DWORD last, DWORD limit, Progress
             limited = 1;
             break;
         }
+        /* A long run of missing numbers can be stopped too. */
+        if (ProgressStopRequested(progress))
+            break;
         /* Up to the number before this one everything is stored or was
          * refused: a failure here keeps that, and so does a header saved
          * now and then, for a program killed in the middle of a run. */

@@ -48,10 +48,18 @@ INT_PTR CALLBACK ProgressProc(HWND dialog, UINT msg, WPARAM wp, LPARAM lp)
             ShowResBox(nullptr, IDS_NOT_INITIALIZED, IDS_CAPTION_UPPER_ERROR, MB_ICONERROR);
             return TRUE;
         }
-        if (LOWORD(wp) == IDOK)
+        /* Escape or closing the dialog asks the worker to stop after the
+         * article in progress; the dialog stays until the worker ends it,
+         * so the frame cannot start a second run meanwhile. */
+        if (LOWORD(wp) == IDOK) {
             EndDialog(dialog, 1);
-        else if (LOWORD(wp) == IDCANCEL)
-            EndDialog(dialog, 2);
+        } else if (LOWORD(wp) == IDCANCEL && !ProgressStopRequested(&job->progress)) {
+            ProgressRequestStop(&job->progress);
+            SetDlgItemTextW(dialog, IDC_PROGRESS_GROUP, LoadResString(IDS_RUN_STOPPING));
+        }
+        return TRUE;
+    case WM_CLOSE:
+        SendMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
         return TRUE;
     }
     return FALSE;

@@ -9,6 +9,17 @@ void ProgressInit(ProgressDialog *p)
     p->dialog = nullptr;
     p->range_count = 0;
     p->step_count = 0;
+    p->stop_requested = 0;
+}
+
+void ProgressRequestStop(ProgressDialog *p)
+{
+    InterlockedExchange(&p->stop_requested, 1);
+}
+
+bool ProgressStopRequested(ProgressDialog *p)
+{
+    return InterlockedCompareExchange(&p->stop_requested, 0, 0) != 0;
 }
 
 void ProgressStartGroup(ProgressDialog *p, const wchar_t *group, DWORD count, DWORD limit)

@@ -12,7 +12,13 @@ struct ProgressDialog {
     HWND dialog;       /* null until the dialog is up */
     DWORD range_count; /* articles of the current group's range, less one */
     DWORD step_count;
+    volatile LONG stop_requested; /* set by the user; the worker stops at the next article */
 };
+
+/* Asks the run to stop after the article in progress (any thread). */
+void ProgressRequestStop(ProgressDialog *p);
+/* Whether the user asked the run to stop. */
+bool ProgressStopRequested(ProgressDialog *p);
 
 void ProgressInit(ProgressDialog *p);
 

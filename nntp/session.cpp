@@ -124,7 +124,7 @@ int RunSession(const SessionParams *params, RunResult *result)
     }
 
     GroupCursorReset(params->cursor);
-    while (GroupCursorFetch(params->cursor)) {
+    while (!ProgressStopRequested(params->progress) && GroupCursorFetch(params->cursor)) {
         result->severity = kSeverityInformation;
         DownloadGroup(c, params->cursor->name, params->data_path, params->limit, params->progress, result);
         if (result->severity == kSeverityError)

@@ -269,5 +269,7 @@
 
 /* Texts of this program's own, beyond the original's table. */
 #define IDS_GROUPS_NOT_NAMED    460
+#define IDS_RUN_STOPPING        461
+#define IDS_RUN_STOPPED         462
 
 #endif

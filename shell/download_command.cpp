@@ -10,14 +10,17 @@ namespace {
 void StartRun(AppFrame *frame)
 {
     frame->busy = 1;
+    /* Set before the run: its end can arrive while the progress dialog is
+     * still closing, before RunDownload returns. */
+    frame->runInProgress = 1;
     DownloadStart started =
         RunDownload(frame->instance, frame->mainWindow, &frame->settings, frame->groupView->list);
     /* A left password prompt keeps the frame busy, as it always has; the run
      * itself clears it when its end arrives. */
+    if (started != kDownloadStarted)
+        frame->runInProgress = 0;
     if (started == kDownloadFailed)
         frame->busy = 0;
-    else if (started == kDownloadStarted)
-        frame->runInProgress = 1;
 }
 
 } // namespace
@@ -57,7 +60,8 @@ void OnRunFinished(AppFrame *frame, DownloadJob *job)
     frame->dialled = 0;
 
     if (job->result->severity != kSeverityError) {
-        ShowResBox(frame->mainWindow, IDS_DOWNLOAD_DONE, IDS_CAPTION_DISCONNECT, MB_OK);
+        UINT done = ProgressStopRequested(&job->progress) ? IDS_RUN_STOPPED : IDS_DOWNLOAD_DONE;
+        ShowResBox(frame->mainWindow, done, IDS_CAPTION_DISCONNECT, MB_OK);
         ReloadData(frame);
     } else {
         ShowBox(nullptr, job->result->text, job->result->title, MB_ICONERROR);

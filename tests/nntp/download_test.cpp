@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "resources/resource.h"
 #include "session_fixture.h"
 #include "store/store_test_util.h"
 #include "support/script_client.h"
@@ -360,4 +361,38 @@ TEST(ArticleDownload, ModeReaderIsSentOnceWhenTheServerAsksForIt)
     EXPECT_EQ(run.ok, 1);
     EXPECT_EQ(script.Transcript(), "GROUP fj.test\r\nMODE READER\r\nGROUP fj.test\r\nHEAD 1\r\nQUIT\r\n");
     EXPECT_EQ(data.Idx(), Header(1, 1, 0, L"0件の記事を取得しました。"));
+}
+
+/* Stopping takes effect after the article in progress: what was stored is
+ * kept and the header says so; no later group is started. */
+TEST(ArticleDownload, StopEndsTheRunAfterTheArticleInProgress)
+{
+    /* The progress bar asks for the stop as the first article is counted. */
+    static const wchar_t kBarClass[] = L"PelnorStoppingBar";
+    WNDCLASSW wc = {};
+    wc.lpfnWndProc = [](HWND bar, UINT msg, WPARAM wp, LPARAM lp) -> LRESULT {
+        if (msg == PBM_DELTAPOS)
+            ProgressRequestStop((ProgressDialog *)GetWindowLongPtrW(GetParent(bar), GWLP_USERDATA));
+        return DefWindowProcW(bar, msg, wp, lp);
+    };
+    wc.lpszClassName = kBarClass;
+    RegisterClassW(&wc);
+    HWND dialog = CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
+    CreateWindowExW(0, kBarClass, L"", WS_CHILD, 0, 0, 10, 10, dialog, (HMENU)IDC_PROGRESS_BAR, nullptr, nullptr);
+
+    NntpScript script;
+    Serve(script.Send(kGreeting).Reply(GroupReply(1, 3)), 1);
+    DataFolder data;
+    data.Index(L"fj.test", 0);
+    data.Index(L"fj.later", 0);
+    SessionRun run = RunScriptedSession(script.Start(), {L"fj.test", L"fj.later"}, nullptr, nullptr,
+                                        data.folder.path(), 100, L"127.0.0.1", dialog);
+    DestroyWindow(dialog);
+    EXPECT_EQ(run.ok, 1);
+    EXPECT_EQ(script.Transcript(), "GROUP fj.test\r\nHEAD 1\r\nBODY 1\r\nQUIT\r\n");
+    StoreBytes first;
+    first.Add(Plain(1));
+    EXPECT_EQ(data.Log(), first.log);
+    EXPECT_EQ(data.Idx(), Header(1, 3, 1, L"1件の記事を取得しました。") + first.records);
+    EXPECT_EQ(data.Idx(L"fj.later"), Header(0, 0, 0, L""));
 }

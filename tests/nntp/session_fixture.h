@@ -17,10 +17,13 @@ struct SessionRun {
     ProgressDialog progress; /* without a window: it only counts */
 };
 
-/* Runs a session on the calling thread against `server`:`port`. */
+/* Runs a session on the calling thread against `server`:`port`. With a
+ * `progress_dialog` the progress goes there too; its user data is the
+ * progress record. */
 inline SessionRun RunScriptedSession(int port, const std::vector<std::wstring> &groups, const char *user = nullptr,
                                      const char *password = nullptr, const std::wstring &data_path = L"",
-                                     DWORD limit = 100, const wchar_t *server = L"127.0.0.1")
+                                     DWORD limit = 100, const wchar_t *server = L"127.0.0.1",
+                                     HWND progress_dialog = nullptr)
 {
     HWND list = CreateWindowExW(0, WC_LISTVIEWW, L"", WS_POPUP | LVS_REPORT, 0, 0, 200, 200, nullptr, nullptr,
                                 GetModuleHandleW(nullptr), nullptr);
@@ -36,6 +39,9 @@ inline SessionRun RunScriptedSession(int port, const std::vector<std::wstring> &
     SessionRun run;
     RunResultClear(&run.result);
     ProgressInit(&run.progress);
+    run.progress.dialog = progress_dialog;
+    if (progress_dialog)
+        SetWindowLongPtrW(progress_dialog, GWLP_USERDATA, (LONG_PTR)&run.progress);
     SessionParams params = {server, (DWORD)port, data_path.c_str(), limit, &cursor, &run.progress, user, password};
     SetLastError(0);
     run.ok = RunSession(&params, &run.result);

@@ -164,6 +164,36 @@ TEST_F(DownloadTest, RunFillsEachRowsCountsAndStatus)
               "GROUP fj.a\r\nHEAD 1\r\nBODY 1\r\nHEAD 2\r\nBODY 2\r\nGROUP fj.b\r\nQUIT\r\n");
 }
 
+/* Escape asks the run to stop; while the worker runs, I starts no second
+ * run and closing the frame does not take the program away under it. */
+TEST_F(DownloadTest, EscapeStopsTheRunAndNothingElseStartsOrClosesMeanwhile)
+{
+    NntpScript script;
+    script.Send("200 ready\r\n");
+    ServeGroup(&script, "fj.a", 3, 1, 3);
+    StartWith("fj.a\r\nfj.b\r\n", script.Start());
+    int progress_dialogs = 0;
+    on_dialog_ = [&](HWND dialog, const std::wstring &title) {
+        if (title != L"Articles")
+            return;
+        progress_dialogs++;
+        SendMessageW(dialog, WM_COMMAND, IDCANCEL, 0); /* what Escape sends */
+        EXPECT_TRUE(IsWindow(dialog));                  /* it stays up until the worker ends */
+        Command(IDM_GET_ARTICLES);
+        SendMessageW(frame_.mainWindow, WM_CLOSE, 0, 0);
+        EXPECT_TRUE(IsWindow(frame_.mainWindow));
+    };
+    PressGetArticles();
+    EXPECT_EQ(progress_dialogs, 1);
+    EXPECT_EQ(watcher_.boxes().back().text, L"ダウンロードを中止しました。取得した記事は保存されています。");
+    /* fj.b was never reached; whatever fj.a stored is counted in its row. */
+    EXPECT_EQ(script.Transcript().find("GROUP fj.b"), std::string::npos);
+    EXPECT_EQ(ListViewText(list_, 0, 2), ListViewText(list_, 0, 4));
+    /* Once the run is over the frame closes again. */
+    SendMessageW(frame_.mainWindow, WM_CLOSE, 0, 0);
+    EXPECT_FALSE(IsWindow(frame_.mainWindow));
+}
+
 TEST_F(DownloadTest, AfterCatchUpTheNextRunFetchesNothingAndTheOneAfterOnlyNewArticles)
 {
     NntpScript first;
