@@ -7,11 +7,12 @@
  */
 #include <windows.h>
 #include <winsock.h>
-#include <commctrl.h>
 
 #include <stdio.h>
 #include <stdlib.h>
 #include <wchar.h>
+
+#include <string>
 
 #include "nntp/session.h"
 #include "base/res_text.h"
@@ -23,23 +24,13 @@ int wmain(int argc, wchar_t **argv)
         return 2;
     }
     SetResourceInstance(GetModuleHandleW(nullptr));
-    INITCOMMONCONTROLSEX icc = {sizeof(icc), ICC_LISTVIEW_CLASSES};
-    InitCommonControlsEx(&icc);
     WSADATA wsa;
     WSAStartup(MAKEWORD(1, 1), &wsa);
 
-    HWND list = CreateWindowExW(0, WC_LISTVIEWW, L"", WS_POPUP | LVS_REPORT, 0, 0, 100, 100, nullptr, nullptr,
-                                GetModuleHandleW(nullptr), nullptr);
-    LVCOLUMNW column = {};
-    column.mask = LVCF_WIDTH;
-    column.cx = 100;
-    SendMessageW(list, LVM_INSERTCOLUMNW, 0, (LPARAM)&column);
+    std::wstring names;
     for (int i = 3; i < argc; i++) {
-        LVITEMW item = {};
-        item.mask = LVIF_TEXT;
-        item.iItem = i - 3;
-        item.pszText = argv[i];
-        SendMessageW(list, LVM_INSERTITEMW, 0, (LPARAM)&item);
+        names += argv[i];
+        names += L'\0';
         /* A new group's index: version 5, every value 0. */
         wchar_t path[MAX_PATH];
         _snwprintf(path, MAX_PATH, L"%s%s.idx", argv[2], argv[i]);
@@ -52,9 +43,9 @@ int wmain(int argc, wchar_t **argv)
     }
 
     GroupCursor cursor;
-    GroupCursorInit(&cursor, list);
-    ProgressDialog progress;
-    ProgressInit(&progress);
+    GroupCursorInit(&cursor, names.c_str());
+    DownloadProgress progress;
+    ProgressInit(&progress, nullptr);
     RunResult result;
     RunResultClear(&result);
     SessionParams params = {};

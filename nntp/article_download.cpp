@@ -21,18 +21,7 @@ namespace {
 int SendCommand(NntpConnection *c, const char *command, const char *argument, const wchar_t *title,
                 RunResult *result)
 {
-    char line[kNntpMaxSendLine + 1];
-    size_t command_length = strlen(command);
-    size_t argument_length = strlen(argument);
-    int sent;
-    if (command_length + argument_length >= sizeof(line)) {
-        SetLastError(kErrorMoreData);
-        sent = 0;
-    } else {
-        memcpy(line, command, command_length);
-        memcpy(line + command_length, argument, argument_length + 1);
-        sent = NntpSendLine(c, line);
-    }
+    int sent = NntpSendCommand(c, command, argument, "");
     if (!sent) {
         DWORD error = GetLastError();
         RunResultSetError(result, title, IDS_SEND_FAILED, error, kSeverityError);
@@ -334,7 +323,7 @@ FetchOutcome FetchArticle(GroupDownload *d, DWORD number)
 /* Fetches start..last, at most `limit` articles; the last number processed
  * goes to *processed. Leaves the summary in the result unless the run
  * failed. */
-void FetchRange(GroupDownload *d, DWORD start, DWORD last, DWORD limit, ProgressDialog *progress,
+void FetchRange(GroupDownload *d, DWORD start, DWORD last, DWORD limit, DownloadProgress *progress,
                 DWORD *processed)
 {
     /* The count is one less than the articles of the range (kept so: the
@@ -384,7 +373,7 @@ void FetchRange(GroupDownload *d, DWORD start, DWORD last, DWORD limit, Progress
 } // namespace
 
 void DownloadGroup(NntpConnection *c, const wchar_t *group, const wchar_t *data_path, DWORD limit,
-                   ProgressDialog *progress, RunResult *result)
+                   DownloadProgress *progress, RunResult *result)
 {
     GroupDownload *d = (GroupDownload *)malloc(sizeof(GroupDownload));
     if (!d) {

@@ -17,7 +17,7 @@
  * server refused the group (the run goes on), 2 on a failure that ends the
  * run; after a severity-2 failure the index header is left as it was. */
 void DownloadGroup(NntpConnection *c, const wchar_t *group, const wchar_t *data_path, DWORD limit,
-                   ProgressDialog *progress, RunResult *result);
+                   DownloadProgress *progress, RunResult *result);
 
 /* The GROUP exchange: sends "GROUP " + name and reads count, first and last
  * from the reply. 1, or 0 with the result set (severity 1 for a refusal or

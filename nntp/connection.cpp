@@ -160,19 +160,27 @@ void NntpClose(NntpConnection *c)
     }
 }
 
-int NntpSendLine(NntpConnection *c, const char *line)
+int NntpSendCommand(NntpConnection *c, const char *command, const char *argument, const char *line_end)
 {
-    size_t length = strlen(line);
+    size_t parts[3] = {strlen(command), strlen(argument), strlen(line_end)};
+    size_t length = parts[0] + parts[1] + parts[2];
     if (length >= kNntpMaxSendLine) {
         SetLastError(kErrorMoreData);
         return 0;
     }
     char text[kNntpMaxSendLine + 2];
-    memcpy(text, line, length);
+    memcpy(text, command, parts[0]);
+    memcpy(text + parts[0], argument, parts[1]);
+    memcpy(text + parts[0] + parts[1], line_end, parts[2]);
     text[length] = '\r';
     text[length + 1] = '\n';
     send(c->socket, text, (int)length + 2, 0);
     return 1;
+}
+
+int NntpSendLine(NntpConnection *c, const char *line)
+{
+    return NntpSendCommand(c, line, "", "");
 }
 
 int NntpReadLine(NntpConnection *c, char *line, int capacity, int strip)

@@ -1,15 +1,40 @@
 #include "download_run.h"
 
+#include <commctrl.h>
 #include <stdlib.h>
 
-#include "nntp/password_prompt.h"
-#include "nntp/session.h"
-#include "resources/resource.h"
+#include "base/dialog.h"
 #include "base/frame_messages.h"
 #include "base/message_box.h"
 #include "base/res_text.h"
+#include "nntp/password_prompt.h"
+#include "nntp/session.h"
+#include "resources/resource.h"
 
 namespace {
+
+void OnGroupStarted(void *context, const wchar_t *group, DWORD count, DWORD limit)
+{
+    DownloadJob *job = (DownloadJob *)context;
+    if (job->dialog)
+        ProgressDialogShowGroup(job->dialog, group, count, limit);
+}
+
+void OnArticleStored(void *context)
+{
+    DownloadJob *job = (DownloadJob *)context;
+    if (job->dialog)
+        SendDlgItemMessageW(job->dialog, IDC_PROGRESS_BAR, PBM_DELTAPOS, 1, 0);
+}
+
+/* The dialog closes and the frame takes the job back (and frees it). */
+void OnFinished(void *context)
+{
+    DownloadJob *job = (DownloadJob *)context;
+    if (job->dialog)
+        SendMessageW(job->dialog, WM_COMMAND, IDOK, 0);
+    SendMessageW(job->main_window, WM_PELNOR_RUN_FINISHED, 0, (LPARAM)job);
+}
 
 DWORD WINAPI PatrolThread(LPVOID parameter)
 {
@@ -19,40 +44,36 @@ DWORD WINAPI PatrolThread(LPVOID parameter)
     params.port = job->port;
     params.data_path = job->data_path;
     params.limit = job->limit;
-    params.cursor = job->cursor;
+    params.cursor = &job->cursor;
     params.progress = &job->progress;
     params.user = job->user;
     params.password = job->password;
-    int ok = RunSession(&params, job->result);
-    SendMessageW(job->progress.dialog, WM_COMMAND, IDOK, 0);
-    SendMessageW(job->main_window, WM_PELNOR_RUN_FINISHED, 0, (LPARAM)job);
-    return (DWORD)ok;
+    return (DWORD)RunSession(&params, job->result);
 }
 
-INT_PTR CALLBACK ProgressProc(HWND dialog, UINT msg, WPARAM wp, LPARAM lp)
+/* The worker waits for the dialog, so that the close it sends at the end
+ * of the session always finds it. */
+void LetWorkerGo(DownloadJob *job)
 {
-    DownloadJob *job = (DownloadJob *)GetWindowLongPtrW(dialog, DWLP_USER);
+    ResumeThread(job->worker);
+    CloseHandle(job->worker);
+    job->worker = nullptr;
+}
+
+INT_PTR ProgressHandler(HWND dialog, UINT msg, WPARAM wp, LPARAM, DownloadJob *job)
+{
     switch (msg) {
     case WM_INITDIALOG:
-        job = (DownloadJob *)lp;
-        SetWindowLongPtrW(dialog, DWLP_USER, (LONG_PTR)job);
-        job->progress.dialog = dialog;
-        /* The worker waited for the dialog, so that the close it sends at
-         * the end of the session always finds it. */
-        ResumeThread(job->worker);
-        CloseHandle(job->worker);
-        job->worker = nullptr;
+        job->dialog = dialog;
+        LetWorkerGo(job);
         return TRUE;
     case WM_COMMAND:
-        if (!job) {
-            ShowResBox(nullptr, IDS_NOT_INITIALIZED, IDS_CAPTION_UPPER_ERROR, MB_ICONERROR);
-            return TRUE;
-        }
         /* Escape or closing the dialog asks the worker to stop after the
          * article in progress; the dialog stays until the worker ends it,
          * so the frame cannot start a second run meanwhile. */
         if (LOWORD(wp) == IDOK) {
-            EndDialog(dialog, 1);
+            job->dialog = nullptr;
+            EndDialog(dialog, kDialogOk);
         } else if (LOWORD(wp) == IDCANCEL && !ProgressStopRequested(&job->progress)) {
             ProgressRequestStop(&job->progress);
             SetDlgItemTextW(dialog, IDC_PROGRESS_GROUP, LoadResString(IDS_RUN_STOPPING));
@@ -65,18 +86,20 @@ INT_PTR CALLBACK ProgressProc(HWND dialog, UINT msg, WPARAM wp, LPARAM lp)
     return FALSE;
 }
 
-DownloadJob *MakeJob(HWND main_window, const Settings *settings, HWND group_list)
+DownloadJob *MakeJob(HWND main_window, const Settings *settings, wchar_t *group_names)
 {
     DownloadJob *job = (DownloadJob *)calloc(1, sizeof(DownloadJob));
-    if (!job)
+    if (!job) {
+        free(group_names);
         return nullptr;
-    job->cursor = (GroupCursor *)calloc(1, sizeof(GroupCursor));
+    }
+    job->group_names = group_names;
     job->result = (RunResult *)calloc(1, sizeof(RunResult));
-    if (!job->cursor || !job->result) {
+    if (!job->result) {
         FreeDownloadJob(job);
         return nullptr;
     }
-    GroupCursorInit(job->cursor, group_list);
+    GroupCursorInit(&job->cursor, group_names);
     RunResultClear(job->result);
     job->settings = settings;
     job->port = settings->Port;
@@ -85,23 +108,38 @@ DownloadJob *MakeJob(HWND main_window, const Settings *settings, HWND group_list
     job->limit = settings->Limit;
     job->user = settings->UserID;
     job->password = settings->Password;
-    ProgressInit(&job->progress);
+    DownloadEvents events = {job, OnGroupStarted, OnArticleStored, OnFinished};
+    ProgressInit(&job->progress, &events);
     return job;
 }
 
 } // namespace
 
-DownloadStart RunDownload(HINSTANCE instance, HWND main_window, const Settings *settings, HWND group_list)
+void ProgressDialogShowGroup(HWND dialog, const wchar_t *group, DWORD count, DWORD limit)
 {
+    SetDlgItemTextW(dialog, IDC_PROGRESS_GROUP, group);
+    DWORD top = count < limit ? count : limit;
+    HWND bar = GetDlgItem(dialog, IDC_PROGRESS_BAR);
+    SendMessageW(bar, PBM_SETRANGE, 0, MAKELPARAM(0, (WORD)top));
+    SendMessageW(bar, PBM_SETPOS, 0, 0);
+}
+
+DownloadStart RunDownload(HINSTANCE instance, HWND main_window, const Settings *settings, wchar_t *group_names)
+{
+    if (!group_names) {
+        ShowResBox(nullptr, IDS_NO_MEMORY, IDS_CAPTION_PELNOR, MB_OK);
+        return kDownloadFailed;
+    }
     PasswordPrompt prompt = {instance, settings->UserID, nullptr};
     if (settings->UserID && !settings->Password) {
         if (RunPasswordPrompt(&prompt, main_window) != 1 || !prompt.password) {
             free(prompt.password);
+            free(group_names);
             return kDownloadCancelled;
         }
     }
 
-    DownloadJob *job = MakeJob(main_window, settings, group_list);
+    DownloadJob *job = MakeJob(main_window, settings, group_names);
     if (!job) {
         free(prompt.password);
         ShowResBox(nullptr, IDS_NO_MEMORY, IDS_CAPTION_PELNOR, MB_OK);
@@ -119,12 +157,9 @@ DownloadStart RunDownload(HINSTANCE instance, HWND main_window, const Settings *
         FreeDownloadJob(job);
         return kDownloadFailed;
     }
-    if (DialogBoxParamW(instance, MAKEINTRESOURCEW(IDD_PROGRESS), main_window, ProgressProc, (LPARAM)job) == -1 &&
-        job->worker) {
+    if (RunDialog<ProgressHandler>(instance, IDD_PROGRESS, main_window, job) == -1 && job->worker) {
         /* No dialog to show the progress in: the run goes on without one. */
-        ResumeThread(job->worker);
-        CloseHandle(job->worker);
-        job->worker = nullptr;
+        LetWorkerGo(job);
     }
     return kDownloadStarted;
 }
@@ -133,7 +168,7 @@ void FreeDownloadJob(DownloadJob *job)
 {
     if (!job)
         return;
-    free(job->cursor);
+    free(job->group_names);
     free(job->result);
     if (job->prompted_password) {
         SecureZeroMemory(job->prompted_password, strlen(job->prompted_password));

@@ -1,8 +1,9 @@
 /*
  * A download run: one worker thread (the patrol thread) runs the NNTP
  * session while the user-interface thread shows the modal "Articles"
- * progress dialog. When the session ends the worker closes the dialog and
- * sends the main window WM_PELNOR_RUN_FINISHED with the job.
+ * progress dialog, which shows the session's events. When the session ends
+ * the dialog closes and the main window gets WM_PELNOR_RUN_FINISHED with
+ * the job.
  */
 #ifndef PELNOR_DOWNLOAD_RUN_H
 #define PELNOR_DOWNLOAD_RUN_H
@@ -18,13 +19,15 @@ struct DownloadJob {
     const Settings *settings; /* the server name is taken from it */
     DWORD port;
     const wchar_t *data_path;
-    GroupCursor *cursor;      /* owned */
+    wchar_t *group_names;     /* owned: the group view's names, in its order */
+    GroupCursor cursor;       /* over group_names */
     RunResult *result;        /* owned */
     HWND main_window;         /* receives WM_PELNOR_RUN_FINISHED */
+    HWND dialog;              /* the progress dialog, null until it is up */
     DWORD limit;
     const char *user;         /* borrowed UserID, or null */
     const char *password;     /* the stored password or the prompted one */
-    ProgressDialog progress;
+    DownloadProgress progress;
     char *prompted_password;  /* owned; lives until the job is freed, as
                                  the worker may use it after the dialog */
     HANDLE worker;            /* until the dialog lets the worker go */
@@ -38,10 +41,16 @@ enum DownloadStart {
 
 /* Prompts for the password when a user has none stored, makes the job and
  * its worker and shows the progress dialog (owned by `main_window`) until
- * the worker closes it. */
-DownloadStart RunDownload(HINSTANCE instance, HWND main_window, const Settings *settings, HWND group_list);
+ * the session ends. `group_names` (each name ended by a NUL, the list by an
+ * empty name) is taken over in every case. */
+DownloadStart RunDownload(HINSTANCE instance, HWND main_window, const Settings *settings, wchar_t *group_names);
 
-/* Frees the job with its cursor, result and prompted password. */
+/* A group's range begins in the progress dialog: its name in field 1003 and
+ * the bar's range 0..min(count, limit), position 0. The bound goes in the
+ * high 16 bits of the range message, so a larger value is cut to 16 bits. */
+void ProgressDialogShowGroup(HWND dialog, const wchar_t *group, DWORD count, DWORD limit);
+
+/* Frees the job with its names, result and prompted password. */
 void FreeDownloadJob(DownloadJob *job);
 
 #endif

@@ -1,36 +1,34 @@
 #include "group_cursor.h"
 
-#include <commctrl.h>
+#include <wchar.h>
 
-void GroupCursorInit(GroupCursor *cursor, HWND list)
+#include "text/widestr.h"
+
+void GroupCursorInit(GroupCursor *cursor, const wchar_t *names)
 {
     cursor->name[0] = L'\0';
-    cursor->row = 0;
-    cursor->row_count = 0;
-    cursor->list = list;
-    cursor->spare = 0;
+    cursor->names = names;
+    GroupCursorReset(cursor);
 }
 
 void GroupCursorReset(GroupCursor *cursor)
 {
     cursor->row = 0;
-    cursor->row_count = (DWORD)SendMessageW(cursor->list, LVM_GETITEMCOUNT, 0, 0);
+    cursor->next = cursor->names;
 }
 
 int GroupCursorFetch(GroupCursor *cursor)
 {
-    LVITEMW item = {};
-    item.mask = LVIF_TEXT;
-    item.iItem = (int)cursor->row;
-    item.iSubItem = 0;
-    item.pszText = cursor->name;
-    item.cchTextMax = kGroupNameChars;
     cursor->name[0] = L'\0';
-    LRESULT length = SendMessageW(cursor->list, LVM_GETITEMTEXTW, cursor->row, (LPARAM)&item);
-    return length > 0 && cursor->name[0] != L'\0';
+    if (!cursor->next || cursor->next[0] == L'\0')
+        return 0;
+    CopyWideText(cursor->name, cursor->next, kGroupNameChars);
+    return 1;
 }
 
 void GroupCursorAdvance(GroupCursor *cursor)
 {
+    if (cursor->next && cursor->next[0] != L'\0')
+        cursor->next += wcslen(cursor->next) + 1;
     cursor->row++;
 }

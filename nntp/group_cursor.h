@@ -1,7 +1,7 @@
 /*
- * Walks the group names of the group view's list control, row by row, by
- * sending the list its get-item-text request (from the worker thread; the
- * user-interface thread answers while it runs the progress dialog).
+ * Walks the group names of a download run, in the group view's order. The
+ * names are taken from the view on the user-interface thread before the
+ * run starts, so the worker never asks a window.
  */
 #ifndef PELNOR_GROUP_CURSOR_H
 #define PELNOR_GROUP_CURSOR_H
@@ -13,18 +13,18 @@ enum { kGroupNameChars = 1024 };
 struct GroupCursor {
     wchar_t name[kGroupNameChars];
     DWORD row;
-    DWORD row_count;
-    HWND list;    /* the group view's list-view control */
-    DWORD spare;  /* 0 */
+    const wchar_t *names; /* each name ends in a NUL, the list in an empty name */
+    const wchar_t *next;  /* the current row's name */
 };
 
-void GroupCursorInit(GroupCursor *cursor, HWND list);
+/* Over `names` (borrowed). */
+void GroupCursorInit(GroupCursor *cursor, const wchar_t *names);
 
-/* Back to row 0; asks the list for its row count. */
+/* Back to row 0. */
 void GroupCursorReset(GroupCursor *cursor);
 
-/* Reads the text of the current row (sub-item 0, at most 1024 units) into
- * cursor->name: 1, or 0 when the list gives no text, which ends the groups. */
+/* The current row's name into cursor->name (at most 1023 units): 1, or 0
+ * at the end of the list. */
 int GroupCursorFetch(GroupCursor *cursor);
 
 /* On to the next row. */

@@ -1,33 +1,47 @@
 /*
- * The progress record of a download run: the dialog window that shows the
- * current group and its bar, the range count and the step count. The worker
- * calls these; with no window set they only count.
+ * How a download run reports while it works: the worker calls these, and
+ * whoever shows the run (the progress dialog) fills in the events. A run
+ * without events only counts. The user's request to stop is kept here too.
  */
 #ifndef PELNOR_PROGRESS_H
 #define PELNOR_PROGRESS_H
 
 #include <windows.h>
 
-struct ProgressDialog {
-    HWND dialog;       /* null until the dialog is up */
+struct DownloadEvents {
+    void *context;
+    /* A group's range begins: `count` is one less than its articles,
+     * `limit` the per-run limit. */
+    void (*group_started)(void *context, const wchar_t *group, DWORD count, DWORD limit);
+    /* One more article stored. */
+    void (*article_stored)(void *context);
+    /* The session has ended (success or not); the last call of the run.
+     * The run's records may be freed from here on. */
+    void (*finished)(void *context);
+};
+
+struct DownloadProgress {
+    DownloadEvents events;
     DWORD range_count; /* articles of the current group's range, less one */
     DWORD step_count;
     volatile LONG stop_requested; /* set by the user; the worker stops at the next article */
 };
 
+/* Counters cleared; `events` may be null for none. */
+void ProgressInit(DownloadProgress *p, const DownloadEvents *events);
+
 /* Asks the run to stop after the article in progress (any thread). */
-void ProgressRequestStop(ProgressDialog *p);
+void ProgressRequestStop(DownloadProgress *p);
 /* Whether the user asked the run to stop. */
-bool ProgressStopRequested(ProgressDialog *p);
+bool ProgressStopRequested(DownloadProgress *p);
 
-void ProgressInit(ProgressDialog *p);
+/* A group's range begins: counters reset, the events told. */
+void ProgressStartGroup(DownloadProgress *p, const wchar_t *group, DWORD count, DWORD limit);
 
-/* Group name into field 1003, counters reset, bar range 0..min(count,
- * limit): the bound goes in the high 16 bits of the range message, so a
- * larger value is cut to 16 bits. */
-void ProgressStartGroup(ProgressDialog *p, const wchar_t *group, DWORD count, DWORD limit);
+/* One more article stored. */
+void ProgressStep(DownloadProgress *p);
 
-/* One more article: the bar moves by 1. */
-void ProgressStep(ProgressDialog *p);
+/* The session has ended. */
+void ProgressFinished(DownloadProgress *p);
 
 #endif

@@ -5,49 +5,21 @@
 
 #include "nntp/article_download.h"
 #include "nntp/connection.h"
+#include "nntp/exchange.h"
 #include "resources/resource.h"
 #include "text/byte_error.h"
 #include "text/widestr.h"
 
 namespace {
 
-/* The reply line as the text of a message (line end included). */
-void SetReplyText(RunResult *result, const wchar_t *title, const char *reply)
+/* String `title_id` over the reply line (line end included) as the text. */
+void SetReplyText(RunResult *result, UINT title_id, const char *reply)
 {
+    wchar_t title[kRunResultChars];
+    LoadResText(title_id, title, kRunResultChars);
     wchar_t *text = ToWide(reply);
     RunResultSet(result, title, text, kSeverityError);
     free(text);
-}
-
-/* Sends `command` + `argument` and reads the one-line reply. On failure the
- * result holds the send or receive text under `title`. */
-int Exchange(NntpConnection *c, const char *command, const char *argument, char *reply, const wchar_t *title,
-             RunResult *result)
-{
-    size_t length = strlen(command) + strlen(argument);
-    char *line = (char *)malloc(length + 1);
-    if (!line) {
-        RunResultSetError(result, title, IDS_SEND_FAILED, kErrorNotEnoughMemory, kSeverityError);
-        SetLastError(kErrorNotEnoughMemory);
-        return 0;
-    }
-    strcpy(line, command);
-    strcat(line, argument);
-    int sent = NntpSendLine(c, line);
-    DWORD error = GetLastError();
-    free(line);
-    if (!sent) {
-        RunResultSetError(result, title, IDS_SEND_FAILED, error, kSeverityError);
-        SetLastError(error);
-        return 0;
-    }
-    if (!NntpReadLine(c, reply, kNntpLineCapacity, 0)) {
-        error = GetLastError();
-        RunResultSetError(result, title, IDS_RECV_FAILED, error, kSeverityError);
-        SetLastError(error);
-        return 0;
-    }
-    return 1;
 }
 
 /* The error a failure without a system error of its own is recorded with. */
@@ -66,6 +38,7 @@ int RunSession(const SessionParams *params, RunResult *result)
     LoadResText(IDS_CAPTION_SOCKET, caption_socket, 64);
     if (!c) {
         RunResultSetRes(result, caption_pelnor, IDS_NO_MEMORY, kSeverityError);
+        ProgressFinished(params->progress);
         SetLastError(kErrorNotEnoughMemory);
         return 0;
     }
@@ -79,48 +52,31 @@ int RunSession(const SessionParams *params, RunResult *result)
         error = kErrorNotEnoughMemory;
         goto finish;
     }
-    if (!NntpConnect(c, server, (unsigned short)params->port)) {
+    NntpStep failed;
+    if (!NntpGreet(c, server, (unsigned short)params->port, reply, &failed)) {
         error = ErrorOr(GetLastError(), kErrorInvalidData);
-        RunResultSetRes(result, params->server, IDS_CONNECT_FAILED, kSeverityError);
-        goto finish;
-    }
-    if (!NntpReadLine(c, reply, kNntpLineCapacity, 0)) {
-        error = ErrorOr(GetLastError(), kErrorInvalidData);
-        RunResultSetRes(result, params->server, IDS_NO_GREETING, kSeverityError);
-        goto finish;
-    }
-    if (reply[0] != '2') {
-        /* 200 and 201 alike: posting permission does not matter here. */
-        wchar_t title[kRunResultChars];
-        LoadResText(IDS_CONNECTION_REFUSED, title, kRunResultChars);
-        SetReplyText(result, title, reply);
-        error = kErrorInvalidData;
+        if (failed == kNntpStepConnect) {
+            RunResultSetRes(result, params->server, IDS_CONNECT_FAILED, kSeverityError);
+        } else if (failed == kNntpStepReceive) {
+            RunResultSetRes(result, params->server, IDS_NO_GREETING, kSeverityError);
+        } else {
+            SetReplyText(result, IDS_CONNECTION_REFUSED, reply);
+            error = kErrorInvalidData;
+        }
         goto finish;
     }
 
-    if (params->user && params->password) {
-        if (!Exchange(c, "authinfo user ", params->user, reply, caption_pelnor, result)) {
+    int password_step;
+    if (params->user && params->password &&
+        !NntpLogin(c, params->user, params->password, "", reply, &failed, &password_step)) {
+        if (failed == kNntpStepRefused) {
+            SetReplyText(result, password_step ? IDS_BAD_PASSWORD : IDS_BAD_USER, reply);
+        } else {
             error = ErrorOr(GetLastError(), kErrorInvalidData);
-            goto finish;
+            RunResultSetError(result, password_step ? caption_socket : caption_pelnor,
+                              failed == kNntpStepSend ? IDS_SEND_FAILED : IDS_RECV_FAILED, error, kSeverityError);
         }
-        if (reply[0] != '3') {
-            /* Only a request for the password lets the exchange go on: a
-             * server that accepts the user alone is refused too. */
-            wchar_t title[kRunResultChars];
-            LoadResText(IDS_BAD_USER, title, kRunResultChars);
-            SetReplyText(result, title, reply);
-            goto finish;
-        }
-        if (!Exchange(c, "authinfo pass ", params->password, reply, caption_socket, result)) {
-            error = ErrorOr(GetLastError(), kErrorInvalidData);
-            goto finish;
-        }
-        if (reply[0] != '2') {
-            wchar_t title[kRunResultChars];
-            LoadResText(IDS_BAD_PASSWORD, title, kRunResultChars);
-            SetReplyText(result, title, reply);
-            goto finish;
-        }
+        goto finish;
     }
 
     GroupCursorReset(params->cursor);
@@ -143,6 +99,8 @@ finish:
     }
     free(server);
     free(c);
+    /* Told last: from here on the run's records may be freed. */
+    ProgressFinished(params->progress);
     if (error != 0) {
         SetLastError(error);
         return 0;

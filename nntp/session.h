@@ -18,13 +18,13 @@ struct SessionParams {
     const wchar_t *data_path; /* `DataPath`, ending in a backslash */
     DWORD limit;              /* articles per group and run */
     GroupCursor *cursor;
-    ProgressDialog *progress;
+    DownloadProgress *progress;
     const char *user;         /* 8-bit, or null for none */
     const char *password;     /* 8-bit, or null for none */
 };
 
 /* Runs the session; every failure leaves its title, text and severity in
- * `result`. 1 when every group was processed, else 0 with the last error set
+ * `result`. The progress is told the session finished as its last act. 1 when every group was processed, else 0 with the last error set
  * to the error recorded at the failure. QUIT is sent whenever a socket was
  * opened. */
 int RunSession(const SessionParams *params, RunResult *result);

@@ -14,7 +14,7 @@ void StartRun(AppFrame *frame)
      * still closing, before RunDownload returns. */
     frame->runInProgress = 1;
     DownloadStart started =
-        RunDownload(frame->instance, frame->mainWindow, &frame->settings, frame->groupView->list);
+        RunDownload(frame->instance, frame->mainWindow, &frame->settings, GroupViewNames(frame->groupView));
     /* A left password prompt keeps the frame busy, as it always has; the run
      * itself clears it when its end arrives. */
     if (started != kDownloadStarted)

@@ -1,77 +1,32 @@
-/* Dialog 110: the group counter while the group-list worker runs. */
-#include <stdlib.h>
+#include "group_list_dialog.h"
 
-#include "nntp/run_result.h"
+#include <stdlib.h>
+#include <wchar.h>
+
+#include "base/dialog.h"
+#include "base/message_box.h"
+#include "base/res_text.h"
+#include "nntp/group_list.h"
 #include "resources/resource.h"
-#include "subscribe/group_list.h"
 
 namespace {
 
-void ShowPelnorBox(const wchar_t *text, UINT icon)
-{
-    wchar_t caption[64];
-    LoadResText(IDS_CAPTION_PELNOR, caption, 64);
-    MessageBoxW(nullptr, text, caption, icon);
-}
+struct GroupListDialogState {
+    HWND dialog;
+    DWORD group_count;
+    const wchar_t *server;
+    DWORD port;
+    const char *user;
+    const char *password;
+    const wchar_t *active_path;
+    const wchar_t *category_path;
+    GroupListJob *job;
+    LONG references; /* the dialog and the worker: the last one frees */
+};
 
-void OnInit(HWND dialog, GroupListDialogState *state)
-{
-    SetWindowLongPtrW(dialog, DWLP_USER, (LONG_PTR)state);
-    state->dialog = dialog;
-    state->job = GroupListJobCreate(state->active_path, state->category_path, state->server, state->port,
-                                    state->user, state->password, dialog);
-    if (state->job) {
-        state->job->dialog_state = state;
-        InterlockedIncrement(&state->references);
-        HANDLE thread = CreateThread(nullptr, 0, GroupListWorker, state->job, 0, nullptr);
-        if (thread) {
-            CloseHandle(thread);
-            return;
-        }
-        InterlockedDecrement(&state->references);
-    }
-    wchar_t text[kRunResultChars];
-    LoadResText(IDS_NO_MEMORY, text, kRunResultChars);
-    ShowPelnorBox(text, MB_ICONHAND);
-    PostMessageW(dialog, WM_COMMAND, IDOK, 0);
-}
-
-void OnCommand(HWND dialog, WORD id)
-{
-    GroupListDialogState *state = (GroupListDialogState *)GetWindowLongPtrW(dialog, DWLP_USER);
-    if (id == IDC_GROUP_LIST_DONE) {
-        GroupListJob *job = state ? state->job : nullptr;
-        if (job && job->error_text && job->error_text[0]) {
-            ShowPelnorBox(job->error_text, MB_ICONEXCLAMATION);
-        } else if (job && job->out_of_memory) {
-            wchar_t text[kRunResultChars];
-            LoadResText(IDS_NO_MEMORY, text, kRunResultChars);
-            ShowPelnorBox(text, MB_ICONEXCLAMATION);
-        }
-        PostMessageW(dialog, WM_COMMAND, IDOK, 0);
-    } else if (id == IDOK) {
-        EndDialog(dialog, 1);
-    } else if (id == IDCANCEL) {
-        EndDialog(dialog, 2);
-    }
-}
-
-INT_PTR CALLBACK GroupListProc(HWND dialog, UINT message, WPARAM wp, LPARAM lp)
-{
-    switch (message) {
-    case WM_INITDIALOG:
-        OnInit(dialog, (GroupListDialogState *)lp);
-        return TRUE;
-    case WM_COMMAND:
-        OnCommand(dialog, LOWORD(wp));
-        return TRUE;
-    }
-    return FALSE;
-}
-
-} // namespace
-
-void GroupListReleaseState(GroupListDialogState *state)
+/* Drops one hold on the state (the dialog's or the worker's); the last one
+ * frees the job and the state. */
+void ReleaseState(GroupListDialogState *state)
 {
     if (InterlockedDecrement(&state->references) == 0) {
         GroupListJobFree(state->job);
@@ -79,14 +34,94 @@ void GroupListReleaseState(GroupListDialogState *state)
     }
 }
 
+/* The counter is set from the worker's thread; the system hands the text
+ * to the dialog's thread. Once the dialog has gone nothing is shown. */
+void OnGroupStored(void *context)
+{
+    GroupListDialogState *state = (GroupListDialogState *)context;
+    state->group_count++;
+    wchar_t format[64], text[64];
+    LoadResText(IDS_GL_COUNT, format, 64);
+    _snwprintf(text, 63, format, (int)state->group_count);
+    text[63] = L'\0';
+    if (state->dialog)
+        SetDlgItemTextW(state->dialog, IDC_GROUP_COUNT, text);
+}
+
+void OnFinished(void *context)
+{
+    GroupListDialogState *state = (GroupListDialogState *)context;
+    if (state->dialog)
+        PostMessageW(state->dialog, WM_COMMAND, MAKEWPARAM(IDC_GROUP_LIST_DONE, 0), 0);
+}
+
+DWORD WINAPI Worker(LPVOID parameter)
+{
+    GroupListDialogState *state = (GroupListDialogState *)parameter;
+    GroupListRun(state->job);
+    ReleaseState(state);
+    return 0;
+}
+
+void OnInit(HWND dialog, GroupListDialogState *state)
+{
+    state->dialog = dialog;
+    GroupListEvents events = {state, OnGroupStored, OnFinished};
+    state->job = GroupListJobCreate(state->active_path, state->category_path, state->server, state->port,
+                                    state->user, state->password, &events);
+    if (state->job) {
+        InterlockedIncrement(&state->references);
+        HANDLE thread = CreateThread(nullptr, 0, Worker, state, 0, nullptr);
+        if (thread) {
+            CloseHandle(thread);
+            return;
+        }
+        InterlockedDecrement(&state->references);
+    }
+    ShowResBox(nullptr, IDS_NO_MEMORY, IDS_CAPTION_PELNOR, MB_ICONHAND);
+    PostMessageW(dialog, WM_COMMAND, IDOK, 0);
+}
+
+void OnDone(GroupListJob *job)
+{
+    if (job && job->error_text && job->error_text[0])
+        ShowTextBox(job->error_text, IDS_CAPTION_PELNOR, MB_ICONEXCLAMATION);
+    else if (job && job->out_of_memory)
+        ShowResBox(nullptr, IDS_NO_MEMORY, IDS_CAPTION_PELNOR, MB_ICONEXCLAMATION);
+}
+
+INT_PTR GroupListHandler(HWND dialog, UINT message, WPARAM wp, LPARAM, GroupListDialogState *state)
+{
+    switch (message) {
+    case WM_INITDIALOG:
+        OnInit(dialog, state);
+        return TRUE;
+    case WM_COMMAND:
+        switch (LOWORD(wp)) {
+        case IDC_GROUP_LIST_DONE:
+            OnDone(state->job);
+            PostMessageW(dialog, WM_COMMAND, IDOK, 0);
+            break;
+        case IDOK:
+            EndDialog(dialog, kDialogOk);
+            break;
+        case IDCANCEL:
+            EndDialog(dialog, kDialogCancel);
+            break;
+        }
+        return TRUE;
+    }
+    return FALSE;
+}
+
+} // namespace
+
 int RunGroupListDownload(HINSTANCE instance, HWND parent, const wchar_t *active_path, const wchar_t *category_path,
                          const wchar_t *server, DWORD port, const char *user, const char *password)
 {
     GroupListDialogState *state = (GroupListDialogState *)calloc(1, sizeof(GroupListDialogState));
     if (!state) {
-        wchar_t text[kRunResultChars];
-        LoadResText(IDS_NO_MEMORY, text, kRunResultChars);
-        ShowPelnorBox(text, MB_ICONHAND);
+        ShowResBox(nullptr, IDS_NO_MEMORY, IDS_CAPTION_PELNOR, MB_ICONHAND);
         return 0;
     }
     state->server = server;
@@ -96,10 +131,10 @@ int RunGroupListDownload(HINSTANCE instance, HWND parent, const wchar_t *active_
     state->active_path = active_path;
     state->category_path = category_path;
     state->references = 1; /* the dialog's; the worker takes its own */
-    DialogBoxParamW(instance, MAKEINTRESOURCEW(IDD_GROUP_LIST), parent, GroupListProc, (LPARAM)state);
+    RunDialog<GroupListHandler>(instance, IDD_GROUP_LIST, parent, state);
     /* The worker may still run (the dialog was closed early): it finds the
      * dialog gone and frees the job when it ends. */
     state->dialog = nullptr;
-    GroupListReleaseState(state);
+    ReleaseState(state);
     return 0;
 }

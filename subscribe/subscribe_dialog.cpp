@@ -5,21 +5,17 @@
 
 #include "nntp/password_prompt.h"
 #include "resources/resource.h"
+#include "base/dialog.h"
 #include "base/message_box.h"
 #include "base/res_text.h"
 #include "base/scoped_win.h"
 #include "base/line_reader.h"
-#include "subscribe/group_list.h"
+#include "subscribe/group_list_dialog.h"
 #include "text/widestr.h"
 
 namespace {
 
 enum { kLineCapacity = 1024, kReadBuffer = 4096, kItemText = 1024 };
-
-SubscribeState *StateOf(HWND dialog)
-{
-    return (SubscribeState *)GetWindowLongPtrW(dialog, DWLP_USER);
-}
 
 HWND ListOf(const SubscribeState *state)
 {
@@ -198,7 +194,6 @@ void LoadSubscriptions(SubscribeState *state)
 
 void OnInitDialog(HWND dialog, SubscribeState *state)
 {
-    SetWindowLongPtrW(dialog, DWLP_USER, (LONG_PTR)state);
     state->dialog = dialog;
 
     HWND list = ListOf(state);
@@ -264,10 +259,10 @@ void OnCommand(SubscribeState *state, UINT id)
     switch (id) {
     case IDOK:
         WriteGroupFile(state);
-        EndDialog(state->dialog, 1);
+        EndDialog(state->dialog, kDialogOk);
         break;
     case IDCANCEL:
-        EndDialog(state->dialog, 2);
+        EndDialog(state->dialog, kDialogCancel);
         break;
     case IDC_SUBSCRIBE_DOWNLOAD:
         OnDownload(state);
@@ -278,20 +273,18 @@ void OnCommand(SubscribeState *state, UINT id)
     }
 }
 
-INT_PTR CALLBACK SubscribeProc(HWND dialog, UINT msg, WPARAM wp, LPARAM lp)
+INT_PTR SubscribeHandler(HWND dialog, UINT msg, WPARAM wp, LPARAM lp, SubscribeState *state)
 {
-    SubscribeState *state = StateOf(dialog);
     switch (msg) {
     case WM_INITDIALOG:
-        OnInitDialog(dialog, (SubscribeState *)lp);
+        OnInitDialog(dialog, state);
         return TRUE;
     case WM_COMMAND:
-        if (state)
-            OnCommand(state, LOWORD(wp));
+        OnCommand(state, LOWORD(wp));
         return TRUE;
     case WM_NOTIFY: {
         const NMHDR *nm = (const NMHDR *)lp;
-        if (state && nm->idFrom == IDC_SUBSCRIBE_LIST && nm->code == NM_DBLCLK)
+        if (nm->idFrom == IDC_SUBSCRIBE_LIST && nm->code == NM_DBLCLK)
             OnDoubleClick(state);
         return TRUE;
     }
@@ -307,11 +300,10 @@ int RunSubscribeDialog(SubscribeState *state, HINSTANCE instance, HWND parent)
     state->images = nullptr;
     StringSetInit(&state->subscriptions);
     state->list_mode = 1;
-    INT_PTR result = DialogBoxParamW(instance, MAKEINTRESOURCEW(IDD_SUBSCRIBE), parent, SubscribeProc,
-                                     (LPARAM)state);
+    INT_PTR result = RunDialog<SubscribeHandler>(instance, IDD_SUBSCRIBE, parent, state);
     if (state->images)
         ImageList_Destroy(state->images);
     state->images = nullptr;
     StringSetDestroy(&state->subscriptions);
-    return result == 1 ? 1 : 2;
+    return result == kDialogOk ? kDialogOk : kDialogCancel;
 }

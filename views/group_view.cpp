@@ -2,6 +2,8 @@
 
 #include <commctrl.h>
 #include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
 #include <wchar.h>
 
 #include "resources/resource.h"
@@ -230,6 +232,41 @@ int GroupViewSelected(GroupView *view, wchar_t *name, int size, int *row)
     if (row)
         *row = selected;
     return 1;
+}
+
+wchar_t *GroupViewNames(GroupView *view)
+{
+    int rows = view->list ? (int)SendMessageW(view->list, LVM_GETITEMCOUNT, 0, 0) : 0;
+    size_t used = 0, capacity = 256;
+    wchar_t *names = (wchar_t *)malloc(capacity * sizeof(wchar_t));
+    for (int row = 0; names && row < rows; row++) {
+        wchar_t name[kGroupViewNameChars];
+        LVITEMW item = {};
+        item.pszText = name;
+        item.cchTextMax = kGroupViewNameChars;
+        name[0] = L'\0';
+        SendMessageW(view->list, LVM_GETITEMTEXTW, row, (LPARAM)&item);
+        size_t length = wcslen(name);
+        if (length == 0)
+            break; /* a row without a name ends the groups */
+        if (used + length + 2 > capacity) {
+            capacity = (used + length + 2) * 2;
+            wchar_t *larger = (wchar_t *)realloc(names, capacity * sizeof(wchar_t));
+            if (!larger)
+                free(names);
+            names = larger;
+            if (!names)
+                break;
+        }
+        memcpy(names + used, name, (length + 1) * sizeof(wchar_t));
+        used += length + 1;
+    }
+    if (!names) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    names[used] = L'\0';
+    return names;
 }
 
 int GroupViewSelectNext(GroupView *view, int *moved)

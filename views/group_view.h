@@ -26,6 +26,8 @@ enum GroupViewColumnIndex {
     kColumnMaximum = 5,
 };
 
+enum { kGroupViewNameChars = 1024 };
+
 struct GroupView {
     HWND list;
     const GroupViewColumn *columns;
@@ -53,6 +55,12 @@ int GroupViewReload(GroupView *view, const wchar_t *data_folder);
 /* The first selected row's group name (at most `size` characters with the
  * terminator) and, when `row` is given, its index. 0 when none is selected. */
 int GroupViewSelected(GroupView *view, wchar_t *name, int size, int *row);
+
+/* The group names of every row, in the view's order, as one allocation
+ * (each name ended by a NUL, the list by an empty name; at most
+ * kGroupViewNameChars - 1 units a name) for the caller to free; null with
+ * the last error when memory ran out. */
+wchar_t *GroupViewNames(GroupView *view);
 
 /* Selects and focuses the row after the selected one; *moved says whether
  * there was one. 0 when no row is selected. */

@@ -367,27 +367,17 @@ TEST(ArticleDownload, ModeReaderIsSentOnceWhenTheServerAsksForIt)
  * kept and the header says so; no later group is started. */
 TEST(ArticleDownload, StopEndsTheRunAfterTheArticleInProgress)
 {
-    /* The progress bar asks for the stop as the first article is counted. */
-    static const wchar_t kBarClass[] = L"PelnorStoppingBar";
-    WNDCLASSW wc = {};
-    wc.lpfnWndProc = [](HWND bar, UINT msg, WPARAM wp, LPARAM lp) -> LRESULT {
-        if (msg == PBM_DELTAPOS)
-            ProgressRequestStop((ProgressDialog *)GetWindowLongPtrW(GetParent(bar), GWLP_USERDATA));
-        return DefWindowProcW(bar, msg, wp, lp);
-    };
-    wc.lpszClassName = kBarClass;
-    RegisterClassW(&wc);
-    HWND dialog = CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
-    CreateWindowExW(0, kBarClass, L"", WS_CHILD, 0, 0, 10, 10, dialog, (HMENU)IDC_PROGRESS_BAR, nullptr, nullptr);
-
     NntpScript script;
     Serve(script.Send(kGreeting).Reply(GroupReply(1, 3)), 1);
     DataFolder data;
     data.Index(L"fj.test", 0);
     data.Index(L"fj.later", 0);
-    SessionRun run = RunScriptedSession(script.Start(), {L"fj.test", L"fj.later"}, nullptr, nullptr,
-                                        data.folder.path(), 100, L"127.0.0.1", dialog);
-    DestroyWindow(dialog);
+    /* The stop is asked for as the first article is counted. */
+    SessionRun run;
+    DownloadEvents events = {&run.progress, nullptr,
+                             [](void *progress) { ProgressRequestStop((DownloadProgress *)progress); }, nullptr};
+    RunSessionInto(run, script.Start(), {L"fj.test", L"fj.later"}, nullptr, nullptr, data.folder.path(), 100,
+                   L"127.0.0.1", &events);
     EXPECT_EQ(run.ok, 1);
     EXPECT_EQ(script.Transcript(), "GROUP fj.test\r\nHEAD 1\r\nBODY 1\r\nQUIT\r\n");
     StoreBytes first;

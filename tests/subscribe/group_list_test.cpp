@@ -5,7 +5,8 @@
 
 #include "nntp/connection.h"
 #include "resources/resource.h"
-#include "subscribe/group_list.h"
+#include "nntp/group_list.h"
+#include "subscribe/group_list_dialog.h"
 #include "support/gui_helper.h"
 #include "support/script_client.h"
 #include "support/temp_folder.h"
@@ -131,44 +132,33 @@ TEST(GroupList, CounterAndTheDoubledNoticeOnAFileOpenFailure)
 {
     TempFolder folder;
     std::wstring active = folder.file(L"active.dat"), category = folder.file(L"category.dat");
-    HWND notices = CreateWindowW(L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
-    /* The worker's failure text, then a "+" for each notice it posted. */
-    auto run_worker = [&](GroupListDialogState *state) {
+    /* The worker's failure text, then "g" for each group told and "+" for
+     * each completion notice. */
+    auto run_worker = [&]() {
         NntpScript script;
         script.Send(kGreeting).Reply("215 list\r\nfj.test 3 1 y\r\nalt.test 2 1 y\r\n.\r\n");
+        std::wstring told;
+        GroupListEvents events = {&told, [](void *t) { *(std::wstring *)t += L"g"; },
+                                  [](void *t) { *(std::wstring *)t += L"+"; }};
         GroupListJob *job = GroupListJobCreate(active.c_str(), category.c_str(), L"127.0.0.1", (DWORD)script.Start(),
-                                               nullptr, nullptr, notices);
-        job->dialog_state = state;
-        GroupListWorker(job);
-        std::wstring result = job->error_text ? job->error_text : L"";
+                                               nullptr, nullptr, &events);
+        GroupListRun(job);
+        std::wstring result = (job->error_text ? job->error_text : L"") + told;
         GroupListJobFree(job);
-        MSG msg;
-        while (PeekMessageW(&msg, notices, WM_COMMAND, WM_COMMAND, PM_REMOVE))
-            result += msg.wParam == 103 && msg.lParam == 0 ? L"+" : L"?";
         return result;
     };
-    GroupListDialogState state = {};
-    state.dialog = CreateDialogParamW(
-        GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_GROUP_LIST), nullptr,
-        [](HWND, UINT, WPARAM, LPARAM) -> INT_PTR { return FALSE; }, 0);
-    state.references = 2; /* the worker's release must not free the test's state */
-    EXPECT_EQ(WindowText(GetDlgItem(state.dialog, IDC_GROUP_COUNT)), L"0 group(s).");
-    EXPECT_EQ(run_worker(&state), L"+");
-    EXPECT_EQ(WindowText(GetDlgItem(state.dialog, IDC_GROUP_COUNT)), L"2 group(s).");
-    DestroyWindow(state.dialog);
+    EXPECT_EQ(run_worker(), L"gg+");
 
     /* Held open without sharing, a file can be neither created nor truncated. */
     for (const std::wstring *locked : {&active, &category}) {
         HANDLE holder = CreateFileW(locked->c_str(), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
-        EXPECT_EQ(run_worker(nullptr),
-                  locked == &active ? L"Can't open active file(32)++" : L"Can't open category file(32)++");
+        EXPECT_EQ(run_worker(), locked == &active ? L"Can't open active file(32)++" : L"Can't open category file(32)++");
         CloseHandle(holder);
     }
     /* active.dat was closed again: it can be opened exclusively. */
     HANDLE again = CreateFileW(active.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
     EXPECT_NE(again, INVALID_HANDLE_VALUE);
     CloseHandle(again);
-    DestroyWindow(notices);
 }
 
 TEST(GroupList, NoticeAfterTheDialogHasGoneIsHarmless)

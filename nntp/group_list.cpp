@@ -4,6 +4,7 @@
 #include <string.h>
 #include <wchar.h>
 
+#include "nntp/exchange.h"
 #include "nntp/run_result.h"
 #include "resources/resource.h"
 #include "store/string_set.h"
@@ -78,7 +79,8 @@ void SetJobReply(GroupListJob *job, UINT id, UINT nomem_id, const char *reply)
 
 void Notify(GroupListJob *job)
 {
-    PostMessageW(job->notify_window, WM_COMMAND, MAKEWPARAM(job->notify_command, 0), 0);
+    if (job->events.finished)
+        job->events.finished(job->events.context);
 }
 
 /* Creates the file, or truncates it when it exists; exclusive access. */
@@ -103,47 +105,6 @@ int WriteRecord(HANDLE file, const char *text, size_t length)
     if (!WriteFile(file, record, (DWORD)length + 2, &written, nullptr))
         return 0;
     return written == length + 2;
-}
-
-void CountGroup(GroupListJob *job)
-{
-    GroupListDialogState *state = job->dialog_state;
-    if (!state)
-        return;
-    state->group_count++;
-    wchar_t format[64], text[64];
-    LoadResText(IDS_GL_COUNT, format, 64);
-    _snwprintf(text, 63, format, (int)state->group_count);
-    text[63] = L'\0';
-    SetDlgItemTextW(state->dialog, IDC_GROUP_COUNT, text);
-}
-
-/* Sends `line` (already ending in CR LF: the transport adds one more, so an
- * empty line follows each authentication command on the wire) and reads
- * the status line. */
-int SendAuth(GroupListJob *job, const char *command, const char *argument)
-{
-    size_t length = strlen(command) + strlen(argument) + 2;
-    char *line = (char *)malloc(length + 1);
-    if (!line) {
-        SetJobRes(job, IDS_GL_SEND, kErrorNotEnoughMemory);
-        return 0;
-    }
-    strcpy(line, command);
-    strcat(line, argument);
-    strcat(line, "\r\n");
-    int sent = NntpSendLine(&job->connection, line);
-    DWORD error = GetLastError();
-    free(line);
-    if (!sent) {
-        SetJobRes(job, IDS_GL_SEND, error);
-        return 0;
-    }
-    if (!NntpReadLine(&job->connection, job->line, kNntpLineCapacity, 0)) {
-        SetJobRes(job, IDS_GL_RECV, GetLastError());
-        return 0;
-    }
-    return 1;
 }
 
 void TransferList(GroupListJob *job, HANDLE active, HANDLE category)
@@ -217,7 +178,8 @@ void TransferList(GroupListJob *job, HANDLE active, HANDLE category)
                 goto done;
             }
         }
-        CountGroup(job);
+        if (job->events.group_stored)
+            job->events.group_stored(job->events.context);
     }
     SetLastError(0);
 
@@ -228,41 +190,29 @@ done:
 void RunJob(GroupListJob *job)
 {
     NntpConnection *c = &job->connection; /* initialised with the job */
-    if (!NntpConnect(c, job->server, (unsigned short)job->port)) {
-        SetJobRes(job, IDS_GL_CONNECT, GetLastError());
-        NntpClose(c);
-        return;
-    }
-    if (!NntpReadLine(c, job->line, kNntpLineCapacity, 0)) {
-        SetJobRes(job, IDS_GL_RECV_CONNECT, GetLastError());
-        NntpClose(c);
-        return;
-    }
-    if (job->line[0] != '2') {
-        SetJobReply(job, IDS_GL_REFUSED, 0, job->line);
+    NntpStep failed;
+    if (!NntpGreet(c, job->server, (unsigned short)job->port, job->line, &failed)) {
+        if (failed == kNntpStepConnect)
+            SetJobRes(job, IDS_GL_CONNECT, GetLastError());
+        else if (failed == kNntpStepReceive)
+            SetJobRes(job, IDS_GL_RECV_CONNECT, GetLastError());
+        else
+            SetJobReply(job, IDS_GL_REFUSED, 0, job->line);
         NntpClose(c);
         return;
     }
 
-    if (job->user && job->password) {
-        if (!SendAuth(job, "authinfo user ", job->user)) {
-            NntpClose(c);
-            return;
-        }
-        if (job->line[0] != '3') {
+    /* Each authinfo line carries a CR LF of its own before the transport's:
+     * an empty line follows it on the wire (kept so). */
+    int password_step;
+    if (job->user && job->password &&
+        !NntpLogin(c, job->user, job->password, "\r\n", job->line, &failed, &password_step)) {
+        if (failed == kNntpStepRefused)
             SetJobReply(job, 0, 0, job->line);
-            NntpClose(c);
-            return;
-        }
-        if (!SendAuth(job, "authinfo pass ", job->password)) {
-            NntpClose(c);
-            return;
-        }
-        if (job->line[0] != '2') {
-            SetJobReply(job, 0, 0, job->line);
-            NntpClose(c);
-            return;
-        }
+        else
+            SetJobRes(job, failed == kNntpStepSend ? IDS_GL_SEND : IDS_GL_RECV, GetLastError());
+        NntpClose(c);
+        return;
     }
 
     HANDLE active = OpenListFile(job->active_path);
@@ -290,7 +240,7 @@ void RunJob(GroupListJob *job)
 } // namespace
 
 GroupListJob *GroupListJobCreate(const wchar_t *active_path, const wchar_t *category_path, const wchar_t *server,
-                                 DWORD port, const char *user, const char *password, HWND notify_window)
+                                 DWORD port, const char *user, const char *password, const GroupListEvents *events)
 {
     GroupListJob *job = (GroupListJob *)calloc(1, sizeof(GroupListJob));
     if (!job) {
@@ -298,8 +248,7 @@ GroupListJob *GroupListJobCreate(const wchar_t *active_path, const wchar_t *cate
         return nullptr;
     }
     job->port = port;
-    job->notify_window = notify_window;
-    job->notify_command = IDC_GROUP_LIST_DONE;
+    job->events = *events;
     NntpInit(&job->connection);
     job->active_path = CopyWide(active_path);
     job->category_path = CopyWide(category_path);
@@ -328,12 +277,8 @@ void GroupListJobFree(GroupListJob *job)
     free(job);
 }
 
-DWORD WINAPI GroupListWorker(LPVOID param)
+void GroupListRun(GroupListJob *job)
 {
-    GroupListJob *job = (GroupListJob *)param;
     RunJob(job);
     Notify(job);
-    if (job->dialog_state)
-        GroupListReleaseState(job->dialog_state);
-    return 0;
 }

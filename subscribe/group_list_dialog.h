@@ -1,0 +1,16 @@
+/*
+ * Dialog 110 "購読可能ｸﾞﾙｰﾌﾟの取得中..": the group counter while the
+ * group-list download runs on its worker thread, and the run's failure told
+ * in a box when it ends.
+ */
+#ifndef PELNOR_GROUP_LIST_DIALOG_H
+#define PELNOR_GROUP_LIST_DIALOG_H
+
+#include <windows.h>
+
+/* Shows the dialog until the download has ended and its failure, if any,
+ * has been shown ("PELNOR", exclamation icon). Always 0. */
+int RunGroupListDownload(HINSTANCE instance, HWND parent, const wchar_t *active_path, const wchar_t *category_path,
+                         const wchar_t *server, DWORD port, const char *user, const char *password);
+
+#endif
