@@ -21,7 +21,7 @@ int ShowLastErrorBox(UINT text_id, const wchar_t *caption, UINT type)
 {
     DWORD error = GetLastError();
     wchar_t text[kTextChars];
-    FormatResError(text_id, error, text, kTextChars);
+    FormatResFailure(text_id, error, text, kTextChars);
     return ShowBox(nullptr, text, caption, type);
 }
 

@@ -10,7 +10,11 @@ struct StringBuffer {
     HINSTANCE instance;
 };
 StringBuffer g_strings;
-wchar_t g_error_text[2048];
+
+DWORD ShownError(DWORD error)
+{
+    return error ? error : ERROR_INVALID_DATA;
+}
 
 } // namespace
 
@@ -50,6 +54,11 @@ void FormatResError(UINT id, DWORD number, wchar_t *out, int out_chars)
     FormatNumberText(format, number, out, out_chars);
 }
 
+void FormatResFailure(UINT id, DWORD error, wchar_t *out, int out_chars)
+{
+    FormatResError(id, ShownError(error), out, out_chars);
+}
+
 void FormatResText(UINT id, const wchar_t *argument, wchar_t *out, int out_chars)
 {
     wchar_t format[1024];
@@ -61,10 +70,4 @@ void FormatResText(UINT id, const wchar_t *argument, wchar_t *out, int out_chars
 const wchar_t *LoadResString(UINT id)
 {
     return LoadResText(id, g_strings.text, 1024) ? g_strings.text : nullptr;
-}
-
-const wchar_t *FormatLastError(const wchar_t *format)
-{
-    FormatNumberText(format, GetLastError(), g_error_text, 2048);
-    return g_error_text;
 }

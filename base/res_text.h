@@ -1,7 +1,7 @@
 /*
  * String-table texts. The caller-buffer functions are safe on any thread;
- * LoadResString and FormatLastError return pointers into process-wide
- * buffers that the next call overwrites: copy a text away before loading a
+ * LoadResString returns a pointer into a process-wide
+ * buffer that the next call overwrites: copy a text away before loading a
  * second one.
  */
 #ifndef PELNOR_RES_TEXT_H
@@ -24,15 +24,16 @@ void FormatNumberText(const wchar_t *format, DWORD number, wchar_t *out, int out
 /* String `id` with its one %d filled with `number`. */
 void FormatResError(UINT id, DWORD number, wchar_t *out, int out_chars);
 
+/* String `id` with its one %d filled with the failure's `error`. A failure
+ * that left no reason (error 0) is shown as ERROR_INVALID_DATA: a box that
+ * reads "(0)" tells the user nothing. */
+void FormatResFailure(UINT id, DWORD error, wchar_t *out, int out_chars);
+
 /* String `id` with its one %s filled with `argument` (null: ""). */
 void FormatResText(UINT id, const wchar_t *argument, wchar_t *out, int out_chars);
 
 /* String-table entry `id` in the shared string buffer (1024 units), or null
  * when the entry does not exist. */
 const wchar_t *LoadResString(UINT id);
-
-/* `format` with one %d argument, the current GetLastError() value, in the
- * shared error buffer. A null format gives the empty text. */
-const wchar_t *FormatLastError(const wchar_t *format);
 
 #endif

@@ -52,7 +52,7 @@ void SetJobRes(GroupListJob *job, UINT id, DWORD error)
 void SetJobResError(GroupListJob *job, UINT id, DWORD error)
 {
     wchar_t text[kRunResultChars];
-    FormatResError(id, error, text, kRunResultChars);
+    FormatResFailure(id, error, text, kRunResultChars);
     SetJobText(job, text, error);
 }
 

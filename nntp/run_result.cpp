@@ -28,6 +28,6 @@ void RunResultSetRes(RunResult *r, const wchar_t *title, UINT text_id, DWORD sev
 void RunResultSetError(RunResult *r, const wchar_t *title, UINT text_id, DWORD error, DWORD severity)
 {
     wchar_t text[kRunResultChars];
-    FormatResError(text_id, error, text, kRunResultChars);
+    FormatResFailure(text_id, error, text, kRunResultChars);
     RunResultSet(r, title, text, severity);
 }

@@ -133,7 +133,7 @@ void NoteFailedGroup(FailedGroups *failed, const wchar_t *name, DWORD error)
 void ShowFailedGroups(const FailedGroups *failed)
 {
     wchar_t text[1400], more[64] = L"";
-    FormatResError(IDS_INDEX_FILE_INIT_FAILED, failed->first_error, text, ARRAYSIZE(text));
+    FormatResFailure(IDS_INDEX_FILE_INIT_FAILED, failed->first_error, text, ARRAYSIZE(text));
     if (failed->count > kNamedFailedGroups) {
         wchar_t number[16];
         _snwprintf(number, ARRAYSIZE(number), L"%lu", failed->count - kNamedFailedGroups);

@@ -31,7 +31,9 @@ TEST(ResText, TextsComeOutFilledAndCut)
     EXPECT_EQ(text(IDS_GROUP_FAILED, L"411 no such group\r\n"), L"グループへ移動できませんでした : 411 no such group\r\n");
     EXPECT_EQ(text(IDS_GROUP_FAILED, nullptr), L"グループへ移動できませんでした : ");
 
-    SetLastError(5);
-    EXPECT_STREQ(FormatLastError(LoadResString(IDS_FILE_OPEN_FAILED)), L"ファイルが開けませんでした(5)");
-    EXPECT_STREQ(FormatLastError(nullptr), L"");
+    /* A failure that left no reason still names one. */
+    FormatResFailure(IDS_FILE_OPEN_FAILED, 0, out, 128);
+    EXPECT_STREQ(out, L"ファイルが開けませんでした(13)");
+    FormatResFailure(IDS_FILE_OPEN_FAILED, 5, out, 128);
+    EXPECT_STREQ(out, L"ファイルが開けませんでした(5)");
 }
