@@ -243,6 +243,7 @@
 #define IDS_SUB_READ_FAILED     303
 #define IDS_SUB_WRITE_OPEN      304
 #define IDS_SUB_WRITE_FAILED    305
+#define IDS_SUB_LEFT_OUT        306
 
 /* ---- drafts, properties, file chooser ---- */
 #define IDS_COMPOSE             310

@@ -10,6 +10,7 @@
 #include "base/res_text.h"
 #include "base/scoped_win.h"
 #include "base/line_reader.h"
+#include "store/group_store.h"
 #include "subscribe/group_list_dialog.h"
 #include "text/widestr.h"
 
@@ -115,19 +116,38 @@ void ShowGroups(SubscribeState *state, const wchar_t *category)
     HCURSOR previous = SetCursor(LoadCursorW(nullptr, IDC_WAIT));
     char *prefix = ToNarrow(category);
     HWND list = ListOf(state);
+    DWORD left_out = 0;
     SendMessageW(list, LVM_DELETEALLITEMS, 0, 0);
     if (prefix) {
         size_t n = strlen(prefix);
         for (const char *line; (line = NextLine(&lines)) != nullptr;) {
-            int image = StringSetFind(&state->subscriptions, line) ? kImageSubscribed : kImageNotSubscribed;
-            if (strncmp(line, prefix, n) == 0)
-                InsertNarrowItem(list, line, image);
+            if (strncmp(line, prefix, n) != 0)
+                continue;
+            wchar_t *wide = ToWide(line);
+            if (!wide)
+                continue;
+            /* A name the data folder cannot hold would stop every start
+             * once subscribed: it is not offered. */
+            if (IsValidGroupName(wide)) {
+                int image = StringSetFind(&state->subscriptions, line) ? kImageSubscribed : kImageNotSubscribed;
+                InsertItem(list, wide, image);
+            } else {
+                left_out++;
+            }
+            free(wide);
         }
         free(prefix);
     }
     EnableWindow(GetDlgItem(state->dialog, IDC_SUBSCRIBE_CATEGORIES), TRUE);
     CloseLines(&lines);
     SetCursor(previous);
+    if (left_out > 0 && !state->left_out_told) {
+        state->left_out_told = 1;
+        wchar_t caption[64], text[256];
+        LoadResText(IDS_CAPTION_PELNOR, caption, ARRAYSIZE(caption));
+        FormatResError(IDS_SUB_LEFT_OUT, left_out, text, ARRAYSIZE(text));
+        ShowBox(state->dialog, text, caption, MB_ICONINFORMATION);
+    }
 }
 
 void ToggleGroup(SubscribeState *state, int index, const wchar_t *name, int image)

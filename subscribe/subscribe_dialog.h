@@ -26,6 +26,7 @@ struct SubscribeState {
     HIMAGELIST images;            /* owned: blank and subscribed marks */
     StringSet subscriptions;      /* owned: subscribed names, 8-bit */
     int list_mode;                /* 1 categories, 0 the groups of one category */
+    int left_out_told;            /* 1 once the user heard of unusable names */
 };
 
 /* Images of the list items. */

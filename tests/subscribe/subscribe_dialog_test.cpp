@@ -45,7 +45,7 @@ protected:
         state_.server = L"127.0.0.1";
         state_.port = 119;
         ASSERT_TRUE(WriteFileBytes(category_, "fj\r\njapan\r\nalt\r\n"));
-        ASSERT_TRUE(WriteFileBytes(active_, "fj.comp.misc\r\nalt.test\r\nfj.news\r\nfjx.test\r\njapan.anime\r\n"));
+        ASSERT_TRUE(WriteFileBytes(active_, "fj.comp.misc\r\nalt.test\r\nfj..x\r\nfj.news\r\nfj.a*b\r\nfjx.test\r\njapan.anime\r\n"));
     }
 
     /* Runs the dialog; `script` acts on it once it is shown. */
@@ -121,8 +121,12 @@ TEST_F(SubscribeTest, CategoriesThenGroupsByPlainPrefix)
     EXPECT_EQ(categories, (std::vector<std::wstring>{L"alt", L"fj", L"japan"}));
     EXPECT_EQ(heading, L"Group");
     EXPECT_TRUE(back_disabled);
-    /* "fjx.test" starts with the bytes "fj": it is listed too. */
+    /* "fjx.test" starts with the bytes "fj": it is listed too; names that
+     * cannot be files are not, and the user is told how many. */
     EXPECT_EQ(groups, (std::vector<std::wstring>{L"fj.comp.misc", L"fj.news", L"fjx.test"}));
+    ASSERT_EQ(watcher_.boxes().size(), 1u);
+    EXPECT_EQ(watcher_.boxes()[0].text, L"ファイル名にできない名前のグループが2個あり、一覧から除きました。");
+    EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONINFORMATION);
     EXPECT_TRUE(back_enabled);
     EXPECT_EQ(news_image, kImageSubscribed);
     EXPECT_EQ(misc_image, kImageNotSubscribed);
@@ -151,6 +155,7 @@ TEST_F(SubscribeTest, OkWritesTheSetInHashOrderKeepingUnlistedLines)
         ClickButton(dialog, IDOK);
     });
     EXPECT_EQ(result, 1);
+    EXPECT_EQ(watcher_.boxes().size(), 1u); /* told once, not at every listing */
     EXPECT_EQ(image_after_back, kImageSubscribed);
     EXPECT_EQ(FileBytes(group_), HashOrder({"# mine", "old.gone", "", "fj.comp.misc", "alt.test"}));
 }
