@@ -40,17 +40,6 @@ protected:
         ASSERT_TRUE(WriteFileBytes(data_.file(std::wstring(group) + L".idx"), HeaderBytes(header)));
     }
 
-    std::wstring Heading(int column)
-    {
-        wchar_t text[64] = L"";
-        LVCOLUMNW col = {};
-        col.mask = LVCF_TEXT;
-        col.pszText = text;
-        col.cchTextMax = 64;
-        SendMessageW(view_.list, LVM_GETCOLUMNW, column, (LPARAM)&col);
-        return text;
-    }
-
     int Width(int column) { return (int)SendMessageW(view_.list, LVM_GETCOLUMNWIDTH, column, 0); }
 
     int Selected() { return (int)SendMessageW(view_.list, LVM_GETNEXTITEM, (WPARAM)-1, LVNI_SELECTED); }
@@ -88,24 +77,6 @@ protected:
     GroupView view_;
     ModalWatcher watcher_;
 };
-
-TEST_F(GroupViewTest, ColumnsComeOutInTheirScreenOrderWithDefaultWidths)
-{
-    Create();
-    EXPECT_EQ(ClassNameOf(view_.list), L"SysListView32");
-    EXPECT_EQ(GetDlgCtrlID(view_.list), IDC_GROUP_VIEW);
-    LONG style = GetWindowLongW(view_.list, GWL_STYLE);
-    EXPECT_EQ(style & LVS_TYPEMASK, LVS_REPORT);
-    EXPECT_TRUE(style & LVS_SINGLESEL);
-    EXPECT_TRUE(style & LVS_SHOWSELALWAYS);
-
-    const wchar_t *headings[] = {L"ﾆｭｰｽｸﾞﾙｰﾌﾟ", L"未読", L"記事数", L"状態", L"現在", L"最大"};
-    const int widths[] = {100, 40, 40, 150, 60, 60};
-    for (int i = 0; i < 6; i++) {
-        EXPECT_EQ(Heading(i), headings[i]) << i;
-        EXPECT_EQ(Width(i), widths[i]) << i;
-    }
-}
 
 TEST_F(GroupViewTest, WidthsComeFromAndGoBackToTheirRegistryValues)
 {
