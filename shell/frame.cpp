@@ -39,10 +39,35 @@ void AppFrameDestroy(AppFrame *frame)
     FreeSettings(&frame->settings);
 }
 
+namespace {
+
+/* Between groups of a long start the frame repaints and answers messages
+ * sent from other threads, about ten times a second; input waits in the
+ * queue until the folder is ready. */
+struct StartPump {
+    DWORD last_tick;
+};
+
+void PumpBetweenGroups(void *context)
+{
+    StartPump *pump = (StartPump *)context;
+    DWORD now = GetTickCount();
+    if (now - pump->last_tick < 100)
+        return;
+    pump->last_tick = now;
+    MSG msg;
+    while (PeekMessageW(&msg, nullptr, WM_PAINT, WM_PAINT, PM_REMOVE))
+        DispatchMessageW(&msg);
+}
+
+} // namespace
+
 int ReloadData(AppFrame *frame)
 {
     int unknown_version;
-    int started = StartDataFolder(frame->settings.DataPath, &unknown_version);
+    StartPump pump = {GetTickCount()};
+    StartProgress progress = {&pump, PumpBetweenGroups};
+    int started = StartDataFolder(frame->settings.DataPath, &unknown_version, &progress);
     DWORD error = GetLastError();
     if (unknown_version)
         ShowResBox(nullptr, IDS_INDEX_INVALID, IDS_CAPTION_PELNOR, MB_OK | MB_ICONEXCLAMATION);

@@ -1,6 +1,6 @@
 /*
  * The frame's window procedure and its creation: menu bars, settings, view
- * options, icon, and the first data reload.
+ * options, icon; the first data reload once the frame shows.
  */
 #include "app_frame.h"
 
@@ -124,7 +124,6 @@ bool OnCreate(AppFrame *frame)
     UpdateCheckMarks(frame);
     SetFrameIcon(frame);
 
-    ReloadData(frame);
     PaneSwitch start = {true, nullptr, 0};
     SwitchToPane(frame, kGroupView, &start);
     return true;
@@ -226,6 +225,10 @@ HWND CreateMainFrame(AppFrame *frame, int show)
     frame->accelerators = LoadAcceleratorsW(frame->instance, MAKEINTRESOURCEW(IDA_MAIN));
     ShowWindow(window, show);
     UpdateWindow(window);
+    /* The data folder comes up with the frame already on the screen: a
+     * first start on many groups takes a while. */
+    if (frame->groupView->list)
+        ReloadData(frame);
     return window;
 }
 

@@ -54,7 +54,7 @@ int TouchDataFile(const wchar_t *data_path, const wchar_t *name)
  * refuses, an index it cannot read or of a version it does not know) is
  * left as it is and the others go on, so the user can still start the
  * program and unsubscribe it; the group view names it. */
-int PrepareGroupIndexes(const wchar_t *data_path, int *unknown_version)
+int PrepareGroupIndexes(const wchar_t *data_path, int *unknown_version, const StartProgress *progress)
 {
     GroupFileReader *groups = GroupFileOpen(data_path);
     if (!groups)
@@ -69,6 +69,8 @@ int PrepareGroupIndexes(const wchar_t *data_path, int *unknown_version)
             IndexBringUpToDate(&store, &unknown);
         if (unknown)
             *unknown_version = 1;
+        if (progress)
+            progress->group_ready(progress->context);
     }
     /* The names end at the end of the file, or where the group view's
      * reading would stop too (an over-long line); a read error fails. */
@@ -82,7 +84,7 @@ int PrepareGroupIndexes(const wchar_t *data_path, int *unknown_version)
 
 } // namespace
 
-int StartDataFolder(const wchar_t *data_path, int *unknown_version)
+int StartDataFolder(const wchar_t *data_path, int *unknown_version, const StartProgress *progress)
 {
     *unknown_version = 0;
     HCURSOR previous = SetCursor(LoadCursorW(nullptr, IDC_WAIT));
@@ -111,7 +113,7 @@ int StartDataFolder(const wchar_t *data_path, int *unknown_version)
         }
     }
 
-    if (!PrepareGroupIndexes(data_path, unknown_version)) {
+    if (!PrepareGroupIndexes(data_path, unknown_version, progress)) {
         DWORD error = GetLastError();
         SetCursor(previous);
         SetLastError(error);

@@ -73,3 +73,46 @@ TEST(OldDataFolder, StartConvertsEveryIndexAndTheViewShowsThem)
         EXPECT_EQ(FileBytes(data.file(std::wstring(group) + L".log")), OldLog()) << group;
     DeletePelnorKey();
 }
+
+/* A first start on a folder of many groups makes every index with the frame
+ * already shown, and the frame keeps answering while it does. */
+TEST(ManyGroupsStart, FrameAnswersWhileTheIndexesAreMade)
+{
+    ASSERT_EQ(PelnorFrames().count, 0) << "another frame is open";
+    DeletePelnorKey();
+    TempFolder data;
+    SeedCompleteSettings(data.path());
+    const int groups = 1500;
+    std::string names;
+    for (int g = 0; g < groups; g++)
+        names += "fj.many.g" + std::to_string(g) + "\r\n";
+    ASSERT_TRUE(WriteFileBytes(data.file(L"group.dat"), names));
+    auto indexes_made = [&] {
+        int count = 0;
+        WIN32_FIND_DATAW found;
+        HANDLE find = FindFirstFileW(data.file(L"*.idx").c_str(), &found);
+        if (find != INVALID_HANDLE_VALUE) {
+            do
+                count++;
+            while (FindNextFileW(find, &found));
+            FindClose(find);
+        }
+        return count;
+    };
+
+    PelnorProcess pelnor = StartPelnor();
+    ASSERT_NE(pelnor.handle, nullptr);
+    ASSERT_TRUE(PumpUntil([] { return PelnorFrames().count == 1 && IsWindowVisible(PelnorFrames().last); }, 30000));
+    HWND frame = PelnorFrames().last;
+    DWORD_PTR answer = 0;
+    EXPECT_NE(SendMessageTimeoutW(frame, WM_NULL, 0, 0, SMTO_NORMAL, 5000, &answer), 0);
+    EXPECT_LT(indexes_made(), groups) << "the start was over before the frame was asked";
+
+    HWND list = FindWindowExW(frame, nullptr, WC_LISTVIEWW, nullptr);
+    ASSERT_TRUE(PumpUntil([&] { return SendMessageW(list, LVM_GETITEMCOUNT, 0, 0) == groups; }, 180000));
+    EXPECT_EQ(indexes_made(), groups);
+    PostMessageW(frame, WM_CLOSE, 0, 0);
+    EXPECT_EQ(ExitCodeAfter(pelnor.handle, 30000), 0u);
+    CloseHandle(pelnor.handle);
+    DeletePelnorKey();
+}
