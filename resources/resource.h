@@ -118,6 +118,8 @@
 #define IDM_SUBJECT_TOOLS       40090
 #define IDM_GROUP_POPUP         40091
 #define IDM_GROUP_TOOLS         40092
+#define IDM_DRAFTS_FILE_POPUP   40093 /* buttons of the drafts bar */
+#define IDM_DRAFTS_POPUP        40094
 
 /* ---- strings with fixed numbers ---- */
 #define IDS_HEADER_LINES        1
@@ -271,5 +273,6 @@
 #define IDS_GROUPS_NOT_NAMED    460
 #define IDS_RUN_STOPPING        461
 #define IDS_RUN_STOPPED         462
+#define IDS_BAR_FILE            463 /* drafts bar: "ファイル" ("草稿" is IDS_DRAFTS_DRAFTS) */
 
 #endif

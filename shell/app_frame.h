@@ -8,6 +8,7 @@
 #include <windows.h>
 
 #include "base/frame_messages.h"
+#include "drafts/draft_tree.h"
 #include "platform/ras.h"
 #include "settings/settings.h"
 #include "views/article_view.h"
@@ -23,6 +24,7 @@ struct AppFrame {
     HWND groupMenuBar;
     HWND subjectMenuBar;
     HWND articleMenuBar;
+    HWND draftsMenuBar;   /* menu 151 */
     HMENU subjectPopup;   /* drop-down of subject bar button 40087 */
     HMENU articlePopup;   /* drop-down of article bar button 40088 */
     HACCEL accelerators;  /* table 131 */
@@ -30,6 +32,7 @@ struct AppFrame {
     ArticleView *articleView; /* owned, as the three below; made before the window */
     SubjectView *subjectView;
     GroupView *groupView;
+    DraftTree *draftTree;
     ArticleText articleText;  /* the article shown */
     ViewKind currentView;
     DWORD currentGroupRow;
