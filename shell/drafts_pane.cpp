@@ -1,6 +1,8 @@
 #include "drafts_pane.h"
 
 #include "base/message_box.h"
+#include "base/res_text.h"
+#include "drafts/file_chooser.h"
 #include "resources/resource.h"
 
 namespace {
@@ -15,6 +17,22 @@ void ComposeCommand(AppFrame *frame)
         ShowResBox(frame->mainWindow, IDS_SET_MAIL_ADDRESS, IDS_PROPERTIES_UNSET, MB_OK | MB_ICONWARNING);
     else
         ShowResBox(frame->mainWindow, IDS_COMPOSE, IDS_CAPTION_COMPOSE, MB_OK);
+}
+
+/* Picks a program with the file chooser and shows its path. On the desktop
+ * the tree is that of the data folder's drive. */
+void ChooseExeCommand(AppFrame *frame)
+{
+    FileChooser chooser;
+    InitFileChooser(&chooser);
+    SetFileChooserDrive(&chooser, frame->settings.DataPath);
+    wchar_t title[64], caption[64];
+    LoadResText(IDS_CHOOSE_EXE, title, 64);
+    if (RunFileChooser(&chooser, frame->instance, frame->mainWindow, title, L"*.exe") == 1) {
+        LoadResText(IDS_CAPTION_SELECTED, caption, 64);
+        ShowBox(frame->mainWindow, chooser.result, caption, MB_OK);
+    }
+    FreeFileChooser(&chooser);
 }
 
 } // namespace
@@ -44,6 +62,9 @@ bool DraftsCommand(AppFrame *frame, UINT id)
         return true;
     case IDM_COMPOSE:
         ComposeCommand(frame);
+        return true;
+    case IDM_CHOOSE_EXE:
+        ChooseExeCommand(frame);
         return true;
     }
     return false;

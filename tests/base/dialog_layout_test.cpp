@@ -20,7 +20,7 @@ INT_PTR CALLBACK IdleDialogProc(HWND, UINT, WPARAM, LPARAM)
  * button whose text does not fit draws none of it). */
 TEST(DialogLayoutTest, EveryTextFitsAndEveryDialogFitsTheScreen)
 {
-    const int dialogs[] = {IDD_ABOUT,   IDD_PROGRESS, IDD_GROUP_LIST, IDD_SUBSCRIBE,
+    const int dialogs[] = {IDD_ABOUT,   IDD_FILE_CHOOSER, IDD_PROGRESS, IDD_GROUP_LIST, IDD_SUBSCRIBE,
                            IDD_CATCHUP, IDD_PASSWORD,     IDD_DIALUP,   IDD_KEYWORD};
     for (int id : dialogs) {
         HWND dialog = CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(id), nullptr, IdleDialogProc, 0);

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "drafts/file_chooser.h"
 #include "platform/menubar.h"
 #include "resources/resource.h"
 #include "support/frame_fixture.h"
@@ -145,6 +146,37 @@ TEST_F(DraftsTest, ComposeAsksForTheNameThenTheAddress)
         EXPECT_EQ(watcher_.boxes()[0].icon, c.icon);
         EXPECT_EQ(watcher_.boxes()[0].buttons, std::vector<int>{IDOK});
     }
+}
+
+TEST_F(DraftsTest, ChooseExeShowsThePickedProgram)
+{
+    ASSERT_NE(Start(), nullptr);
+    ASSERT_TRUE(CreateDirectoryW(data_.file(L"bin").c_str(), nullptr));
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"bin\\tool.exe"), "MZ"));
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"bin\\readme.txt"), "not a program"));
+    std::wstring caption;
+    std::vector<std::wstring> listed;
+    watcher_.SetDialogHandler([&](HWND dialog) {
+        if (WindowText(dialog) != L"Choose EXE")
+            return;
+        caption = WindowText(dialog);
+        RunSoon([&, dialog] {
+            HWND tree = GetDlgItem(dialog, IDC_CHOOSER_TREE);
+            HTREEITEM bin = OpenTreeTo(tree, data_.file(L"bin\\"));
+            listed = TreeChildren(tree, bin);
+            TreeView_SelectItem(tree, TreeChild(tree, bin, L"tool.exe"));
+            ClickButton(dialog, IDC_CHOOSER_OK);
+            if (IsWindow(dialog))
+                PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+        });
+    });
+    Command(IDM_CHOOSE_EXE);
+    EXPECT_EQ(caption, L"Choose EXE");
+    EXPECT_EQ(listed, std::vector<std::wstring>{L"tool.exe"});
+    ASSERT_EQ(watcher_.boxes().size(), 1u);
+    EXPECT_EQ(watcher_.boxes()[0].caption, L"SELECTED");
+    EXPECT_EQ(watcher_.boxes()[0].text, data_.file(L"bin\\tool.exe"));
+    EXPECT_EQ(watcher_.boxes()[0].icon, 0u);
 }
 
 } // namespace
