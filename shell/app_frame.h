@@ -1,6 +1,7 @@
 /*
- * The main frame: one top-level window that owns the panes, the three Pocket
- * PC menu bars, the settings and the view options for the program's life.
+ * The main frame: one top-level window that owns the panes, each pane's
+ * Pocket PC menu bar, the settings and the view options for the program's
+ * life.
  */
 #ifndef PELNOR_APP_FRAME_H
 #define PELNOR_APP_FRAME_H
