@@ -81,6 +81,10 @@
 #define IDC_KEYWORD_NORMAL      1041
 #define IDC_KEYWORD_LOW         1042
 
+/* ---- controls of the file chooser (Cancel is IDCANCEL) ---- */
+#define IDC_CHOOSER_OK          1062
+#define IDC_CHOOSER_TREE        1063
+
 /* ---- children of the subject and article views ---- */
 #define IDC_SUBJECT_SCROLL      105
 #define IDC_SUBJECT_HEADER      109
@@ -118,6 +122,8 @@
 #define IDM_SUBJECT_TOOLS       40090
 #define IDM_GROUP_POPUP         40091
 #define IDM_GROUP_TOOLS         40092
+#define IDM_DRAFTS_FILE_POPUP   40093 /* buttons of the drafts bar */
+#define IDM_DRAFTS_POPUP        40094
 
 /* ---- strings with fixed numbers ---- */
 #define IDS_HEADER_LINES        1
@@ -272,5 +278,7 @@
 #define IDS_GROUPS_NOT_NAMED    460
 #define IDS_RUN_STOPPING        461
 #define IDS_RUN_STOPPED         462
+#define IDS_PATH_TOO_LONG       463
+#define IDS_BAR_FILE            464 /* drafts bar: "ファイル" ("草稿" is IDS_DRAFTS_DRAFTS) */
 
 #endif

@@ -1,6 +1,7 @@
 /*
- * The main frame: one top-level window that owns the panes, the three Pocket
- * PC menu bars, the settings and the view options for the program's life.
+ * The main frame: one top-level window that owns the panes, each pane's
+ * Pocket PC menu bar, the settings and the view options for the program's
+ * life.
  */
 #ifndef PELNOR_APP_FRAME_H
 #define PELNOR_APP_FRAME_H
@@ -8,6 +9,7 @@
 #include <windows.h>
 
 #include "base/frame_messages.h"
+#include "drafts/draft_tree.h"
 #include "platform/ras.h"
 #include "settings/settings.h"
 #include "views/article_view.h"
@@ -23,6 +25,7 @@ struct AppFrame {
     HWND groupMenuBar;
     HWND subjectMenuBar;
     HWND articleMenuBar;
+    HWND draftsMenuBar;   /* menu 151 */
     HMENU subjectPopup;   /* drop-down of subject bar button 40087 */
     HMENU articlePopup;   /* drop-down of article bar button 40088 */
     HACCEL accelerators;  /* table 131 */
@@ -30,6 +33,7 @@ struct AppFrame {
     ArticleView *articleView; /* owned, as the three below; made before the window */
     SubjectView *subjectView;
     GroupView *groupView;
+    DraftTree *draftTree;
     ArticleText articleText;  /* the article shown */
     ViewKind currentView;
     DWORD currentGroupRow;

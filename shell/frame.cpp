@@ -30,6 +30,10 @@ void AppFrameDestroy(AppFrame *frame)
     frame->subjectView = nullptr;
     free(frame->groupView);
     frame->groupView = nullptr;
+    if (frame->draftTree)
+        DraftTreeRelease(frame->draftTree);
+    free(frame->draftTree);
+    frame->draftTree = nullptr;
     if (frame->settings.ArticleFont)
         DeleteObject(frame->settings.ArticleFont);
     if (frame->settings.SubjectFont)

@@ -12,6 +12,7 @@
 #include "shell/catchup_command.h"
 #include "shell/delete_read_command.h"
 #include "shell/download_command.h"
+#include "shell/drafts_pane.h"
 #include "shell/panes.h"
 #include "shell/reading.h"
 #include "subscribe/subscribe_dialog.h"
@@ -67,7 +68,7 @@ void FrameCommand(AppFrame *frame, UINT id, UINT code)
         if (id == IDM_COPY && frame->currentView != kArticleView)
             return;
     }
-    if (RoutePaneCommand(frame, id, code) || ReadingCommand(frame, id))
+    if (RoutePaneCommand(frame, id, code) || ReadingCommand(frame, id) || DraftsCommand(frame, id))
         return;
     switch (id) {
     case IDM_EXIT:

@@ -30,6 +30,7 @@ struct MenuBarResource {
 const MenuBarResource kGroupBar = {IDR_GROUP_BAR, IDB_GROUP_BAR, GROUP_BAR_IMAGES};
 const MenuBarResource kSubjectBar = {IDR_SUBJECT_BAR, IDB_SUBJECT_BAR, SUBJECT_BAR_IMAGES};
 const MenuBarResource kArticleBar = {IDR_ARTICLE_BAR, IDB_ARTICLE_BAR, ARTICLE_BAR_IMAGES};
+const MenuBarResource kDraftsBar = {IDR_DRAFTS_MENU, 0, 0};
 
 /* Creates one menu bar, hidden; null on failure. */
 HWND CreateHiddenMenuBar(AppFrame *frame, const MenuBarResource &bar)
@@ -57,7 +58,10 @@ bool CreateMenuBars(AppFrame *frame)
     if (!frame->subjectMenuBar)
         return false;
     frame->articleMenuBar = CreateHiddenMenuBar(frame, kArticleBar);
-    return frame->articleMenuBar != nullptr;
+    if (!frame->articleMenuBar)
+        return false;
+    frame->draftsMenuBar = CreateHiddenMenuBar(frame, kDraftsBar);
+    return frame->draftsMenuBar != nullptr;
 }
 
 /* Start-up stops here until the properties sheet can ask for the values:
@@ -120,6 +124,8 @@ bool OnCreate(AppFrame *frame)
     ArticleViewSetShowHeaders(frame->articleView, (int)frame->showArticleHeader);
     if (!SubjectViewCreate(frame->subjectView, frame->instance, frame->mainWindow, IDC_SUBJECT_VIEW, &panes,
                            (int)frame->viewReadArticle, frame->priorityLevel))
+        return false;
+    if (!CreateDraftTree(frame->draftTree, frame->mainWindow, &panes, frame->instance))
         return false;
     UpdateCheckMarks(frame);
     SetFrameIcon(frame);
@@ -210,7 +216,9 @@ HWND CreateMainFrame(AppFrame *frame, int show)
         SubjectViewInit(frame->subjectView);
     if (frame->subjectView && (frame->groupView = (GroupView *)malloc(sizeof(GroupView))) != nullptr)
         GroupViewInit(frame->groupView);
-    if (!frame->groupView) {
+    if (frame->groupView && (frame->draftTree = (DraftTree *)malloc(sizeof(DraftTree))) != nullptr)
+        DraftTreeInit(frame->draftTree);
+    if (!frame->draftTree) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }

@@ -2,6 +2,7 @@
 
 #include "platform/frame_size.h"
 #include "resources/resource.h"
+#include "shell/drafts_pane.h"
 #include "shell/reading.h"
 #include "views/group_view.h"
 
@@ -17,7 +18,6 @@ void ShowGroupView(AppFrame *frame, int show)
     GroupViewShow(frame->groupView, show);
 }
 
-/* The drafts row gets its window with its view. */
 const FramePane kPanes[] = {
     {kGroupView, IDC_GROUP_VIEW, &AppFrame::groupMenuBar, GroupList, GroupList, ShowGroupView, EnterGroupPane,
      GroupPaneNotify, nullptr},
@@ -25,12 +25,12 @@ const FramePane kPanes[] = {
      ShowSubjectPane, EnterSubjectPane, nullptr, SubjectPaneCommand},
     {kArticleView, IDC_ARTICLE_VIEW, &AppFrame::articleMenuBar, ArticlePaneWindow, ArticlePaneWindow,
      ShowArticlePane, EnterArticlePane, nullptr, ArticlePaneCommand},
-    /* The drafts pane shares the group menu bar. */
-    {kDraftsView, 0, &AppFrame::groupMenuBar, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr},
+    {kDraftsView, 0, &AppFrame::draftsMenuBar, DraftsPaneWindow, DraftsPaneWindow, ShowDraftsPane, EnterDraftsPane,
+     nullptr, nullptr},
 };
 
 HWND AppFrame::*const kMenuBars[] = {&AppFrame::groupMenuBar, &AppFrame::subjectMenuBar,
-                                     &AppFrame::articleMenuBar};
+                                     &AppFrame::articleMenuBar, &AppFrame::draftsMenuBar};
 
 HWND WindowOf(const AppFrame *frame, const FramePane &pane)
 {

@@ -9,6 +9,7 @@ if [ "$(id -u)" != 0 ]; then SUDO=sudo; fi
 packages=(
   cmake make python3 clang libclang-rt-14-dev googletest
   g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
+  g++-mingw-w64-i686-posix gcc-mingw-w64-i686-posix binutils-mingw-w64-i686 zip
   wine wine64 xvfb xauth x11-utils fonts-noto-cjk locales
 )
 

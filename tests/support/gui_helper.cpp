@@ -274,3 +274,109 @@ std::wstring SaveScreenshot(HWND window, const wchar_t *name)
     std::wstring path = folder + L"\\" + name + L".png";
     return CaptureWindowPng(window, path.c_str()) ? path : std::wstring();
 }
+
+namespace {
+
+BOOL CALLBACK CheckFit(HWND control, LPARAM out)
+{
+    std::wstring kind = ClassNameOf(control), text = WindowText(control);
+    if ((kind != L"Button" && kind != L"Static") || text.empty())
+        return TRUE;
+    LONG style = GetWindowLongW(control, GWL_STYLE);
+    int room_x = 0, room_y = 0;
+    if (kind == L"Button") {
+        switch (style & BS_TYPEMASK) {
+        case BS_CHECKBOX:
+        case BS_AUTOCHECKBOX:
+        case BS_3STATE:
+        case BS_AUTO3STATE:
+        case BS_RADIOBUTTON:
+        case BS_AUTORADIOBUTTON:
+            room_x = GetSystemMetrics(SM_CXMENUCHECK) + 4; /* the box and its gap */
+            break;
+        case BS_GROUPBOX:
+            room_x = 8;
+            break;
+        default:
+            room_x = 6; /* the edges of a push button */
+            room_y = 4;
+        }
+    } else if ((style & SS_TYPEMASK) > SS_RIGHT) {
+        return TRUE; /* icons, frames and pictures */
+    }
+    RECT area;
+    GetClientRect(control, &area);
+    HDC dc = GetDC(control);
+    HGDIOBJ old = SelectObject(dc, (HFONT)SendMessageW(control, WM_GETFONT, 0, 0));
+    SIZE extent = {};
+    GetTextExtentPoint32W(dc, text.c_str(), (int)text.size(), &extent);
+    SelectObject(dc, old);
+    ReleaseDC(control, dc);
+    if (extent.cx + room_x > area.right || extent.cy + room_y > area.bottom)
+        ((std::vector<std::wstring> *)out)->push_back(text);
+    return TRUE;
+}
+
+} // namespace
+
+std::vector<std::wstring> CutTexts(HWND window)
+{
+    std::vector<std::wstring> cut;
+    EnumChildWindows(window, CheckFit, (LPARAM)&cut);
+    return cut;
+}
+
+std::wstring TreeItemText(HWND tree, HTREEITEM item)
+{
+    wchar_t text[MAX_PATH] = L"";
+    TVITEMW query = {};
+    query.mask = TVIF_TEXT;
+    query.hItem = item;
+    query.pszText = text;
+    query.cchTextMax = MAX_PATH;
+    SendMessageW(tree, TVM_GETITEMW, 0, (LPARAM)&query);
+    return text;
+}
+
+std::vector<std::wstring> TreeChildren(HWND tree, HTREEITEM parent)
+{
+    std::vector<std::wstring> names;
+    for (HTREEITEM item = TreeView_GetChild(tree, parent); item; item = TreeView_GetNextSibling(tree, item)) {
+        TVITEMW query = {};
+        query.mask = TVIF_IMAGE;
+        query.hItem = item;
+        SendMessageW(tree, TVM_GETITEMW, 0, (LPARAM)&query);
+        names.push_back(TreeItemText(tree, item) + (query.iImage == 2 ? L"" : L"/"));
+    }
+    return names;
+}
+
+HTREEITEM TreeChild(HWND tree, HTREEITEM parent, const std::wstring &name)
+{
+    for (HTREEITEM item = TreeView_GetChild(tree, parent); item; item = TreeView_GetNextSibling(tree, item))
+        if (_wcsicmp(TreeItemText(tree, item).c_str(), name.c_str()) == 0)
+            return item;
+    return nullptr;
+}
+
+void TreeKey(HWND tree, HTREEITEM item, bool open)
+{
+    /* TVM_EXPAND would not ask the parent again once an item was opened:
+     * the keys do, as a tap on the item's button does. */
+    TreeView_SelectItem(tree, item);
+    SendMessageW(tree, WM_KEYDOWN, open ? VK_ADD : VK_SUBTRACT, 0);
+    SendMessageW(tree, WM_KEYUP, open ? VK_ADD : VK_SUBTRACT, 0);
+}
+
+HTREEITEM OpenTreeTo(HWND tree, const std::wstring &path)
+{
+    HTREEITEM item = TreeView_GetRoot(tree);
+    TreeKey(tree, item, true);
+    size_t start = path.find(L'\\') + 1;
+    for (size_t end; item && (end = path.find(L'\\', start)) != std::wstring::npos; start = end + 1) {
+        item = TreeChild(tree, item, path.substr(start, end - start));
+        if (item)
+            TreeKey(tree, item, true);
+    }
+    return item;
+}

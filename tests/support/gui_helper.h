@@ -7,6 +7,7 @@
 #define PELNOR_TEST_GUI_HELPER_H
 
 #include <windows.h>
+#include <commctrl.h>
 
 #include <functional>
 #include <string>
@@ -85,6 +86,21 @@ std::wstring WindowText(HWND window);
 std::wstring ClassNameOf(HWND window);
 std::wstring ListViewText(HWND list, int row, int column);
 int ListViewRowCount(HWND list);
+
+/* The file chooser's tree: an item's text; the children's texts ("name/"
+ * for a folder); the folder of `path` (drive and trailing backslash
+ * included) reached by expanding each level as the user taps it, or null. */
+std::wstring TreeItemText(HWND tree, HTREEITEM item);
+std::vector<std::wstring> TreeChildren(HWND tree, HTREEITEM parent);
+HTREEITEM TreeChild(HWND tree, HTREEITEM parent, const std::wstring &name);
+HTREEITEM OpenTreeTo(HWND tree, const std::wstring &path);
+/* Selects `item` and opens (or closes) it with the keyboard's + (or -). */
+void TreeKey(HWND tree, HTREEITEM item, bool open);
+
+/* The texts of the buttons, check boxes and labels inside `window` (its
+ * pages included) that do not fit their control in the control's font: a
+ * control that draws only part of its text, or nothing. */
+std::vector<std::wstring> CutTexts(HWND window);
 
 /* A PNG of what the window shows, written to the build's screenshots folder;
  * returns the file's path (empty on failure). */
