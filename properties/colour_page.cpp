@@ -4,7 +4,6 @@
  */
 #include "settings_sheet.h"
 
-#include <stdio.h>
 
 #include "base/res_text.h"
 #include "resources/resource.h"
@@ -16,16 +15,26 @@ const int kValues[3] = {IDC_COLOUR_RED_VALUE, IDC_COLOUR_GREEN_VALUE, IDC_COLOUR
 
 enum { kHeaderItem = 0, kQuotedItem = 1 };
 
+/* Windows CE has no GetScrollPos. */
+int BarPosition(HWND bar)
+{
+    SCROLLINFO info = {};
+    info.cbSize = sizeof(info);
+    info.fMask = SIF_POS;
+    GetScrollInfo(bar, SB_CTL, &info);
+    return info.nPos;
+}
+
 int Position(HWND dialog, int bar)
 {
-    return GetScrollPos(GetDlgItem(dialog, bar), SB_CTL);
+    return BarPosition(GetDlgItem(dialog, bar));
 }
 
 void SetPosition(HWND dialog, int index, int position)
 {
     SetScrollPos(GetDlgItem(dialog, kBars[index]), SB_CTL, position, TRUE);
     wchar_t text[8];
-    swprintf(text, 8, L"%d", position);
+    wsprintfW(text, L"%d", position);
     SetDlgItemTextW(dialog, kValues[index], text);
 }
 
@@ -120,7 +129,7 @@ void ColourPage::Scroll(HWND dialog, HWND bar, int code, int tracked)
         index++;
     if (index == 3)
         return;
-    int position = GetScrollPos(bar, SB_CTL);
+    int position = BarPosition(bar);
     switch (code) {
     case SB_LINELEFT:
         position = position > 0 ? position - 1 : 0;

@@ -3,7 +3,6 @@
  */
 #include "settings_sheet.h"
 
-#include <stdio.h>
 #include <stdlib.h>
 #include <wchar.h>
 
@@ -23,7 +22,7 @@ enum { kFieldChars = 260, kIdentityChars = 256 };
 void SetNumber(HWND dialog, int control, long number)
 {
     wchar_t text[16];
-    swprintf(text, 16, L"%d", (int)number);
+    wsprintfW(text, L"%d", (int)number);
     SetDlgItemTextW(dialog, control, text);
 }
 
@@ -330,7 +329,7 @@ void CharactersPage::Init(HWND dialog)
     HWND subject = GetDlgItem(dialog, IDC_CHARS_SUBJECT_SIZE);
     for (int size = kSmallestSize; size <= kLargestSize; size++) {
         wchar_t text[8];
-        swprintf(text, 8, L"%d", size);
+        wsprintfW(text, L"%d", size);
         SendMessageW(article, CB_ADDSTRING, 0, (LPARAM)text);
         SendMessageW(subject, CB_ADDSTRING, 0, (LPARAM)text);
     }

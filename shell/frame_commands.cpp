@@ -77,7 +77,7 @@ void PropertiesCommand(AppFrame *frame)
     if (edited.SubjectFont)
         DeleteObject(edited.SubjectFont);
     FreeSettings(&edited);
-    frame->busy = 1; /* left set, as the other modal commands' end does not */
+    frame->busy = 1; /* stays set after the sheet, as it always has */
 }
 
 } // namespace
