@@ -36,6 +36,20 @@ template <auto Handler> INT_PTR CALLBACK Procedure(HWND dialog, UINT msg, WPARAM
     return Handler(dialog, msg, wp, lp, state);
 }
 
+/* The same for a page of a property sheet: its state is the lParam of the
+ * page description that arrives with WM_INITDIALOG. Without it every message
+ * is left to the default handling. */
+void *KeptPageState(HWND dialog, UINT msg, LPARAM lp);
+
+template <auto Handler> INT_PTR CALLBACK PageProcedure(HWND dialog, UINT msg, WPARAM wp, LPARAM lp)
+{
+    using State = std::remove_pointer_t<decltype(StateOf(Handler))>;
+    State *state = (State *)KeptPageState(dialog, msg, lp);
+    if (!state)
+        return FALSE;
+    return Handler(dialog, msg, wp, lp, state);
+}
+
 template <auto Handler, typename State> void CheckState()
 {
     static_assert(std::is_same<decltype(StateOf(Handler)), State *>::value,
@@ -61,6 +75,16 @@ HWND CreateModelessDialog(HINSTANCE instance, UINT template_id, HWND owner, Stat
     dialog_detail::CheckState<Handler, State>();
     return CreateDialogParamW(instance, MAKEINTRESOURCEW(template_id), owner, dialog_detail::Procedure<Handler>,
                               (LPARAM)state);
+}
+
+/* The dialog procedure of a property-sheet page whose description carries
+ * a State * as its lParam; the handler has the shape above:
+ *
+ *   page.pfnDlgProc = PropertyPageProcedure<PageHandler>();
+ */
+template <auto Handler> DLGPROC PropertyPageProcedure()
+{
+    return dialog_detail::PageProcedure<Handler>;
 }
 
 /* Whether a check box or radio button of the dialog is checked. Windows CE

@@ -85,6 +85,39 @@
 #define IDC_CHOOSER_OK          1062
 #define IDC_CHOOSER_TREE        1063
 
+/* ---- controls of the properties pages ---- */
+#define IDC_MAIN_SERVER         1000
+#define IDC_MAIN_PORT           1001
+#define IDC_MAIN_FOLDER         1002
+#define IDC_MAIN_LIMIT          1011
+#define IDC_BROWSE              1016 /* "..." of the main and posting pages */
+#define IDC_AUTH_USE            1023
+#define IDC_AUTH_ID             1024
+#define IDC_AUTH_PASSWORD       1025
+#define IDC_AUTH_REENTER        1026
+#define IDC_KEYS_ONE_LINE       1027
+#define IDC_KEYS_AUTO_NEXT      1028
+#define IDC_CONN_DIALUP         1029
+#define IDC_CONN_ENTRY          1030
+#define IDC_CONN_WAIT           1038
+#define IDC_CHARS_SUBJECT_SIZE  1032
+#define IDC_CHARS_FONT          1034
+#define IDC_CHARS_ARTICLE_SIZE  1035
+#define IDC_CHARS_KCTRL         1036
+#define IDC_COLOUR_RED          1044
+#define IDC_COLOUR_GREEN        1045
+#define IDC_COLOUR_BLUE         1046
+#define IDC_COLOUR_SAMPLE       1047
+#define IDC_COLOUR_RED_VALUE    1049
+#define IDC_COLOUR_GREEN_VALUE  1050
+#define IDC_COLOUR_BLUE_VALUE   1051
+#define IDC_COLOUR_ITEM         1053
+#define IDC_USER_NAME           1054
+#define IDC_USER_MAIL           1055
+#define IDC_USER_ORGANIZATION   1056
+#define IDC_POSTING_EDITOR      1055
+#define PELNOR_COLOUR_SAMPLE_CLASS_A "PelnorColourSample" /* window class of the sample */
+
 /* ---- children of the subject and article views ---- */
 #define IDC_SUBJECT_SCROLL      105
 #define IDC_SUBJECT_HEADER      109
@@ -195,7 +228,6 @@
 #define IDS_CATCHUP_SET_FAILED  225
 #define IDS_INDEX_INVALID       226
 #define IDS_NOT_INITIALIZED     227
-#define IDS_SETTINGS_MISSING    228
 #define IDS_VERSION             229
 #define IDS_PROGRAM_NAME        230
 

@@ -63,11 +63,6 @@ int LoadSettings(Settings *s, int *SettingsComplete);
  * MailAddress and Organization are always written, none as "". */
 int SaveSettings(Settings *s);
 
-/* Which of Server, Port, DataPath and Limit the load would find missing,
- * each name after "\r\n", into `out` ("" when none; a name that does not
- * fit is left out with the rest). Does not create the key. */
-void DescribeMissingSettings(wchar_t *out, size_t out_chars);
-
 /* Deletes *font if any and makes a font of the face and height in its
  * place; size -1 leaves none (the views use the system font). */
 int MakeViewFont(const wchar_t *face, LONG size, HFONT *font);

@@ -15,6 +15,7 @@
 #include "shell/drafts_pane.h"
 #include "shell/panes.h"
 #include "shell/reading.h"
+#include "properties/settings_sheet.h"
 #include "subscribe/subscribe_dialog.h"
 
 void UpdateCheckMarks(AppFrame *frame)
@@ -56,6 +57,30 @@ void SubscribeCommand(AppFrame *frame)
     frame->busy = 0;
 }
 
+/* The sheet edits a record of its own: after Cancel nothing reaches the
+ * frame; after OK the frame reads back what was saved and starts on the
+ * (maybe new) data folder at once. */
+void PropertiesCommand(AppFrame *frame)
+{
+    /* A run writes into the data folder: it is not changed under it. */
+    if (frame->runInProgress)
+        return;
+    frame->busy = 1;
+    Settings edited;
+    InitSettings(&edited);
+    if (RunSettingsSheet(&edited, frame->instance, frame->mainWindow) == 1) {
+        int complete;
+        LoadSettings(&frame->settings, &complete);
+        ReloadData(frame);
+    }
+    if (edited.ArticleFont)
+        DeleteObject(edited.ArticleFont);
+    if (edited.SubjectFont)
+        DeleteObject(edited.SubjectFont);
+    FreeSettings(&edited);
+    frame->busy = 1; /* stays set after the sheet, as it always has */
+}
+
 } // namespace
 
 void FrameCommand(AppFrame *frame, UINT id, UINT code)
@@ -84,6 +109,9 @@ void FrameCommand(AppFrame *frame, UINT id, UINT code)
         frame->busy = 1;
         RunAboutBox(frame->instance, frame->mainWindow);
         frame->busy = 0;
+        break;
+    case IDM_PROPERTIES:
+        PropertiesCommand(frame);
         break;
     case IDM_SUBSCRIBE:
         SubscribeCommand(frame);

@@ -1,6 +1,7 @@
 /*
- * The frame's window procedure and its creation: menu bars, settings, view
- * options, icon; the first data reload once the frame shows.
+ * The frame's window procedure and its creation: menu bars, settings (asked
+ * for with the properties sheet when missing), view options, icon; the
+ * first data reload once the frame shows.
  */
 #include "app_frame.h"
 
@@ -10,6 +11,7 @@
 
 #include "platform/frame_size.h"
 #include "platform/menubar.h"
+#include "properties/settings_sheet.h"
 #include "resources/resource.h"
 #include "text/widestr.h"
 #include "shell/download_command.h"
@@ -64,17 +66,6 @@ bool CreateMenuBars(AppFrame *frame)
     return frame->draftsMenuBar != nullptr;
 }
 
-/* Start-up stops here until the properties sheet can ask for the values:
- * the user is told which values are missing. */
-void ReportMissingSettings()
-{
-    wchar_t missing[256];
-    DescribeMissingSettings(missing, 256);
-    wchar_t text[1400];
-    FormatResText(IDS_SETTINGS_MISSING, missing, text, 1400);
-    ShowTextBox(text, IDS_CAPTION_PELNOR, MB_ICONEXCLAMATION);
-}
-
 void ReadViewOptions(AppFrame *frame)
 {
     if (!ReadShowArticleHeader(&frame->showArticleHeader))
@@ -105,11 +96,15 @@ bool OnCreate(AppFrame *frame)
     frame->articlePopup = (HMENU)SendMessageW(frame->articleMenuBar, SHCMBM_GETSUBMENU, 0, IDM_ARTICLE_POPUP);
     ShowWindow(frame->groupMenuBar, SW_SHOW);
 
+    /* A first start, or one with values missing, asks for them. */
     int complete = 0;
     if (!LoadSettings(&frame->settings, &complete) || !complete) {
-        ReportMissingSettings();
-        SendMessageW(frame->mainWindow, WM_COMMAND, MAKEWPARAM(IDM_EXIT, 0), 0);
-        return false;
+        if (RunSettingsSheet(&frame->settings, frame->instance, frame->mainWindow) != 1) {
+            SendMessageW(frame->mainWindow, WM_COMMAND, MAKEWPARAM(IDM_EXIT, 0), 0);
+            return false;
+        }
+        /* The draft folder follows the data folder just saved. */
+        LoadSettings(&frame->settings, &complete);
     }
 
     RECT panes;

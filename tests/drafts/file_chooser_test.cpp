@@ -30,7 +30,8 @@ protected:
                     PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
             });
         });
-        return RunFileChooser(&chooser_, GetModuleHandleW(nullptr), nullptr, L"Choose folder", pattern);
+        return RunFileChooser(&chooser_, GetModuleHandleW(nullptr), nullptr,
+                              pattern ? L"Choose Editor" : L"Choose folder", pattern);
     }
     static bool OkEnabled(HWND dialog) { return IsWindowEnabled(GetDlgItem(dialog, IDC_CHOOSER_OK)) != 0; }
 
@@ -94,6 +95,9 @@ TEST_F(FileChooserTest, FileModeListsMatchingFilesAfterTheFoldersAndTakesOnlyAFi
                       ok_on_folder = OkEnabled(dialog);
                       TreeView_SelectItem(tree, TreeChild(tree, item, L"pword.exe"));
                       ok_on_file = OkEnabled(dialog);
+                      EXPECT_EQ(CutTexts(dialog), std::vector<std::wstring>{});
+                      UpdateWindow(dialog);
+                      EXPECT_FALSE(SaveScreenshot(dialog, L"file-chooser").empty());
                       ClickButton(dialog, IDC_CHOOSER_OK);
                   }),
               1);

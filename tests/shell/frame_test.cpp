@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
+#include <prsht.h>
 
 #include <vector>
 
@@ -157,18 +158,24 @@ TEST_F(FrameTest, FailedDataFolderStartUpIsReported)
     EXPECT_EQ(watcher_.boxes()[1].text, L"インデックスファイルの初期化に失敗しました(13)\r\nfj.bad");
 }
 
-TEST_F(FrameTest, IncompleteSettingsNameTheMissingValuesAndQuit)
+TEST_F(FrameTest, IncompleteSettingsOpenTheSheetAndItsCancelQuits)
 {
     SetPelnorString(L"Server", L"news.example.jp");
     SetPelnorDword(L"Limit", 50);
+    std::wstring server_shown, caption;
+    watcher_.SetDialogHandler([&](HWND sheet) {
+        RunSoon([&, sheet] {
+            caption = WindowText(sheet);
+            HWND page = (HWND)SendMessageW(sheet, PSM_GETCURRENTPAGEHWND, 0, 0);
+            server_shown = WindowText(GetDlgItem(page, IDC_MAIN_SERVER));
+            ClickButton(sheet, IDCANCEL);
+        });
+    });
     EXPECT_EQ(CreateMainFrame(&frame_, SW_SHOWNORMAL), nullptr);
-    ASSERT_EQ(watcher_.boxes().size(), 1u);
-    const RecordedBox &box = watcher_.boxes()[0];
-    EXPECT_EQ(box.caption, L"PELNOR");
-    EXPECT_EQ(box.icon, (UINT)MB_ICONEXCLAMATION);
-    EXPECT_NE(box.text.find(L"Port"), std::wstring::npos);
-    EXPECT_NE(box.text.find(L"DataPath"), std::wstring::npos);
-    EXPECT_EQ(box.text.find(L"Server"), std::wstring::npos);
+    EXPECT_EQ(watcher_.dialog_titles().size(), 1u);
+    EXPECT_EQ(caption, L"プロパティ");
+    EXPECT_EQ(server_shown, L"news.example.jp");
+    EXPECT_TRUE(watcher_.boxes().empty());
     EXPECT_EQ(FindWindowW(L"PelnorMainFrmWnd", nullptr), nullptr);
     MSG msg;
     ASSERT_TRUE(PeekMessageW(&msg, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));

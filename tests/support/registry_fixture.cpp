@@ -30,3 +30,43 @@ void SeedCompleteSettings(const std::wstring &data_path)
     SetPelnorString(L"DataPath", data_path);
     SetPelnorDword(L"Limit", 50);
 }
+
+StoredValue PelnorValue(const wchar_t *name)
+{
+    StoredValue value;
+    DWORD size = 0;
+    if (RegGetValueW(HKEY_CURRENT_USER, PELNOR_REGISTRY_KEY, name, RRF_RT_ANY | RRF_NOEXPAND, &value.type, nullptr,
+                     &size) != ERROR_SUCCESS) {
+        value.type = 0;
+        return value;
+    }
+    value.bytes.resize(size);
+    RegGetValueW(HKEY_CURRENT_USER, PELNOR_REGISTRY_KEY, name, RRF_RT_ANY | RRF_NOEXPAND, &value.type,
+                 size ? &value.bytes[0] : nullptr, &size);
+    value.bytes.resize(size);
+    return value;
+}
+
+StoredValue TextValue(const std::wstring &text)
+{
+    StoredValue value;
+    value.type = REG_SZ;
+    value.bytes.assign((const char *)text.c_str(), (text.size() + 1) * sizeof(wchar_t));
+    return value;
+}
+
+StoredValue DwordValue(DWORD number)
+{
+    StoredValue value;
+    value.type = REG_DWORD;
+    value.bytes.assign((const char *)&number, sizeof number);
+    return value;
+}
+
+void PrintTo(const StoredValue &value, std::ostream *out)
+{
+    static const char digits[] = "0123456789ABCDEF";
+    *out << "type " << value.type << ":";
+    for (unsigned char byte : value.bytes)
+        *out << ' ' << digits[byte >> 4] << digits[byte & 15];
+}

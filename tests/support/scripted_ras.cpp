@@ -13,10 +13,19 @@ DWORD WINAPI EnumConnections(RASCONNW *connections, DWORD *bytes, DWORD *count)
     return 0;
 }
 
-DWORD WINAPI EnumEntries(const wchar_t *, const wchar_t *, RASENTRYNAMEW *, DWORD *, DWORD *count)
+DWORD WINAPI EnumEntries(const wchar_t *, const wchar_t *, RASENTRYNAMEW *entries, DWORD *bytes, DWORD *count)
 {
     g_ras->calls++;
     *count = 0;
+    if (g_ras->enum_error)
+        return g_ras->enum_error;
+    if (g_ras->phone_book.size() * sizeof(RASENTRYNAMEW) > *bytes)
+        return 603; /* ERROR_BUFFER_TOO_SMALL of RAS */
+    for (const std::wstring &name : g_ras->phone_book) {
+        entries[*count].dwSize = sizeof(RASENTRYNAMEW);
+        lstrcpynW(entries[*count].szEntryName, name.c_str(), RAS_MaxEntryName + 1);
+        ++*count;
+    }
     return 0;
 }
 

@@ -39,6 +39,8 @@ public:
     std::wstring stored_user = L"taro";
     std::wstring stored_password = L"himitsu";
     HRASCONN handle = (HRASCONN)(ULONG_PTR)0x5A17;
+    std::vector<std::wstring> phone_book; /* the entries listed */
+    DWORD enum_error = 0;                 /* listing the entries fails with it */
 
     /* Record */
     int calls = 0; /* of any function */

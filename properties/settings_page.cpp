@@ -1,0 +1,135 @@
+/*
+ * The base page, the procedure every page shares and the sheet itself.
+ */
+#include "settings_sheet.h"
+
+#include <commctrl.h>
+#include <prsht.h>
+
+#include "base/dialog.h"
+#include "base/res_text.h"
+#include "resources/resource.h"
+
+namespace {
+
+/* The sheet asks a page whether it may be left (PSN_KILLACTIVE) and, on OK,
+ * whether it may close (PSN_APPLY); both answers go in the message result. */
+INT_PTR CommonPageHandler(HWND dialog, UINT msg, WPARAM wp, LPARAM lp, SettingsPage *page)
+{
+    switch (msg) {
+    case WM_INITDIALOG:
+        page->Init(dialog);
+        return TRUE;
+    case WM_NOTIFY: {
+        const NMHDR *header = (const NMHDR *)lp;
+        if (header->code == (UINT)PSN_KILLACTIVE) {
+            SetWindowLongPtrW(dialog, DWLP_MSGRESULT, page->Apply(dialog) ? FALSE : TRUE);
+            return TRUE;
+        }
+        if (header->code == (UINT)PSN_APPLY) {
+            SetWindowLongPtrW(dialog, DWLP_MSGRESULT,
+                              page->Apply(dialog) ? PSNRET_NOERROR : PSNRET_INVALID_NOCHANGEPAGE);
+            return TRUE;
+        }
+        return FALSE;
+    }
+    case WM_COMMAND:
+        return page->Command(dialog, LOWORD(wp), HIWORD(wp), (HWND)lp);
+    }
+    return FALSE;
+}
+
+/* The colour page offers every message to the common handler first and
+ * then moves its bars itself. */
+INT_PTR ColourPageHandler(HWND dialog, UINT msg, WPARAM wp, LPARAM lp, SettingsPage *page)
+{
+    INT_PTR handled = CommonPageHandler(dialog, msg, wp, lp, page);
+    if (msg == WM_HSCROLL && lp) {
+        static_cast<ColourPage *>(page)->Scroll(dialog, (HWND)lp, LOWORD(wp), (short)HIWORD(wp));
+        return TRUE;
+    }
+    return handled;
+}
+
+} // namespace
+
+SettingsPage::SettingsPage(WORD dialog_id, UINT title_id, Settings *settings, HINSTANCE instance)
+    : dialogId(dialog_id), dialogProcedure(PropertyPageProcedure<CommonPageHandler>()), settings(settings),
+      instance(instance)
+{
+    LoadResText(title_id, title, 1024);
+}
+
+void SettingsPage::Init(HWND) {}
+
+INT_PTR SettingsPage::Command(HWND, WORD, WORD, HWND)
+{
+    return 0;
+}
+
+int SettingsPage::Apply(HWND)
+{
+    return 1;
+}
+
+SettingsPage::~SettingsPage() {}
+
+int SettingsPage::FailOn(HWND dialog, int control)
+{
+    HWND field = GetDlgItem(dialog, control);
+    SetFocus(field);
+    SendMessageW(field, EM_SETSEL, 0, -1);
+    return 0;
+}
+
+ColourPage::ColourPage(Settings *settings, HINSTANCE instance)
+    : SettingsPage(IDD_PAGE_COLOUR, IDS_PAGE_COLOUR, settings, instance)
+{
+    dialogProcedure = PropertyPageProcedure<ColourPageHandler>();
+}
+
+SettingsSheet::SettingsSheet(Settings *settings, HINSTANCE instance)
+    : main(settings, instance), auth(settings, instance), keys(settings, instance), connection(settings, instance),
+      characters(settings, instance), colour(settings, instance), user(settings, instance),
+      posting(settings, instance),
+      pages{&main, &auth, &keys, &connection, &characters, &colour, &user, &posting}
+{
+}
+
+int RunSettingsSheet(Settings *settings, HINSTANCE instance, HWND owner)
+{
+    RegisterColourSampleClass(instance);
+    SettingsSheet sheet(settings, instance);
+    int complete;
+    LoadSettings(settings, &complete);
+
+    /* All eight pages are shown: the user and posting pages are the only
+     * place to set the poster's name and the editor. */
+    PROPSHEETPAGEW pages[SettingsSheet::kPageCount] = {};
+    for (int i = 0; i < SettingsSheet::kPageCount; i++) {
+        SettingsPage *page = sheet.pages[i];
+        pages[i].dwSize = sizeof(pages[i]);
+        pages[i].dwFlags = PSP_USETITLE;
+        pages[i].hInstance = instance;
+        pages[i].pszTemplate = MAKEINTRESOURCEW(page->dialogId);
+        pages[i].pszTitle = page->title;
+        pages[i].pfnDlgProc = page->dialogProcedure;
+        pages[i].lParam = (LPARAM)page;
+    }
+    wchar_t caption[64];
+    LoadResText(IDS_PROPERTIES, caption, 64);
+    PROPSHEETHEADERW header = {};
+    header.dwSize = sizeof(header);
+    header.dwFlags = PSH_PROPSHEETPAGE | PSH_NOAPPLYNOW | PSH_USEICONID;
+    header.hwndParent = owner;
+    header.hInstance = instance;
+    header.pszIcon = MAKEINTRESOURCEW(IDI_PELNOR);
+    header.pszCaption = caption;
+    header.nPages = SettingsSheet::kPageCount;
+    header.nStartPage = 0;
+    header.ppsp = pages;
+    if (PropertySheetW(&header) <= 0)
+        return kDialogCancel;
+    SaveSettings(settings);
+    return kDialogOk;
+}

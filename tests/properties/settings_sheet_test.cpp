@@ -1,0 +1,429 @@
+#include <gtest/gtest.h>
+
+#include <windows.h>
+#include <commctrl.h>
+#include <prsht.h>
+#include <raserror.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "properties/settings_sheet.h"
+#include "resources/resource.h"
+#include "support/gui_helper.h"
+#include "support/registry_fixture.h"
+#include "support/scripted_ras.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+enum Page { kMain, kAuth, kKeys, kConnection, kCharacters, kColour, kUser, kPosting };
+
+HWND CurrentPage(HWND sheet)
+{
+    return (HWND)SendMessageW(sheet, PSM_GETCURRENTPAGEHWND, 0, 0);
+}
+
+int CurrentIndex(HWND sheet)
+{
+    return (int)SendMessageW(PropSheet_GetTabControl(sheet), TCM_GETCURSEL, 0, 0);
+}
+
+/* The tab the user taps. */
+HWND GoTo(HWND sheet, int page)
+{
+    PropSheet_SetCurSel(sheet, nullptr, page);
+    return CurrentPage(sheet);
+}
+
+void Type(HWND page, int control, const wchar_t *text)
+{
+    SetDlgItemTextW(page, control, text);
+}
+
+/* Whether the failed check left `control` focused with all its text
+ * selected. */
+::testing::AssertionResult MarkedForCorrection(HWND page, int control)
+{
+    HWND field = GetDlgItem(page, control);
+    if (GetFocus() != field)
+        return ::testing::AssertionFailure() << "focus is on control " << GetDlgCtrlID(GetFocus());
+    DWORD start = 0, end = 0;
+    SendMessageW(field, EM_GETSEL, (WPARAM)&start, (LPARAM)&end);
+    if (start != 0 || end != (DWORD)GetWindowTextLengthW(field))
+        return ::testing::AssertionFailure() << "selected " << start << "-" << end;
+    return ::testing::AssertionSuccess();
+}
+
+class SettingsSheetTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        DeletePelnorKey();
+        InitSettings(&settings_);
+    }
+    void TearDown() override
+    {
+        for (HFONT font : {settings_.ArticleFont, settings_.SubjectFont})
+            if (font)
+                DeleteObject(font);
+        FreeSettings(&settings_);
+        DeletePelnorKey();
+    }
+
+    /* Runs the sheet; `act` works it once it shows. Other dialogs opened
+     * from it (the file chooser) go to `chooser`. */
+    int Run(std::function<void(HWND sheet)> act, std::function<void(HWND dialog)> chooser = nullptr)
+    {
+        watcher_.SetDialogHandler([&](HWND dialog) {
+            /* The sheet is told by its tabs: its caption is set after it shows. */
+            if (!PropSheet_GetTabControl(dialog)) {
+                if (chooser)
+                    RunSoon([chooser, dialog] {
+                        chooser(dialog);
+                        if (IsWindow(dialog))
+                            PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+                    });
+                return;
+            }
+            RunSoon([&, dialog] {
+                act(dialog);
+                if (IsWindow(dialog)) /* a failed step must not leave it open */
+                    PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+            });
+        });
+        return RunSettingsSheet(&settings_, GetModuleHandleW(nullptr), nullptr);
+    }
+    static void Ok(HWND sheet) { ClickButton(sheet, IDOK); }
+    static void Cancel(HWND sheet) { ClickButton(sheet, IDCANCEL); }
+
+    /* A complete main page over `data_`. */
+    void FillMain(HWND page)
+    {
+        Type(page, IDC_MAIN_SERVER, L"news.example.jp");
+        Type(page, IDC_MAIN_PORT, L"119");
+        Type(page, IDC_MAIN_FOLDER, data_.path().c_str());
+        Type(page, IDC_MAIN_LIMIT, L"50");
+    }
+
+    Settings settings_;
+    TempFolder data_;
+    ModalWatcher watcher_;
+};
+
+TEST_F(SettingsSheetTest, MainPageRefusesEachBadFieldAndKeepsThePageThenSavesWhatIsTyped)
+{
+    const struct {
+        const wchar_t *server, *port, *folder, *limit;
+        int failing;
+    } refused[] = {
+        {L"   ", L"119", L"", L"50", IDC_MAIN_SERVER},
+        {L"news", L"80a", L"", L"50", IDC_MAIN_PORT},
+        {L"news", L"119", L"no-such-folder", L"50", IDC_MAIN_FOLDER},
+        {L"news", L"119", L"   ", L"50", IDC_MAIN_FOLDER},
+        {L"news", L"119", L"", L"5 0", IDC_MAIN_LIMIT},
+    };
+    for (const auto &c : refused) {
+        std::wstring folder = *c.folder == L'n' ? data_.file(c.folder) : (*c.folder ? c.folder : data_.path());
+        bool kept_on_leave = false, kept_on_ok = false, marked = false;
+        EXPECT_EQ(Run([&](HWND sheet) {
+                      HWND page = CurrentPage(sheet);
+                      Type(page, IDC_MAIN_SERVER, c.server);
+                      Type(page, IDC_MAIN_PORT, c.port);
+                      Type(page, IDC_MAIN_FOLDER, folder.c_str());
+                      Type(page, IDC_MAIN_LIMIT, c.limit);
+                      kept_on_leave = GoTo(sheet, kAuth) == page && CurrentIndex(sheet) == kMain;
+                      Ok(sheet);
+                      kept_on_ok = IsWindow(sheet) && CurrentPage(sheet) == page;
+                      marked = MarkedForCorrection(page, c.failing);
+                      Cancel(sheet);
+                  }),
+                  2)
+            << c.failing;
+        EXPECT_TRUE(kept_on_leave && kept_on_ok && marked) << c.failing;
+    }
+    EXPECT_TRUE(watcher_.boxes().empty());
+    EXPECT_EQ(PelnorValue(L"Server").type, 0u) << "a cancelled sheet saves nothing";
+
+    /* Leading blanks and trailing backslashes go; an empty port is 0 and
+     * five digits are taken as typed. */
+    EXPECT_EQ(Run([&](HWND sheet) {
+                  HWND page = CurrentPage(sheet);
+                  Type(page, IDC_MAIN_SERVER, L"  news.example.jp");
+                  Type(page, IDC_MAIN_PORT, L"");
+                  Type(page, IDC_MAIN_FOLDER, (L" " + data_.path() + L"\\\\").c_str());
+                  Type(page, IDC_MAIN_LIMIT, L"123456");
+                  Ok(sheet);
+              }),
+              1);
+    EXPECT_EQ(PelnorValue(L"Server"), TextValue(L"news.example.jp"));
+    EXPECT_EQ(PelnorValue(L"Port"), DwordValue(0));
+    EXPECT_EQ(PelnorValue(L"DataPath"), TextValue(data_.path()));
+    EXPECT_EQ(PelnorValue(L"Limit"), DwordValue(123456));
+    /* What the other pages showed from the defaults is saved with it. */
+    EXPECT_EQ(PelnorValue(L"AutoNextArticle"), DwordValue(1));
+    EXPECT_EQ(PelnorValue(L"FontName"), TextValue(L"Tahoma"));
+    EXPECT_EQ(PelnorValue(L"UserName"), TextValue(L""));
+    EXPECT_EQ(PelnorValue(L"UserID").type, 0u);
+}
+
+TEST_F(SettingsSheetTest, ChooseFolderPutsTheChosenFolderInTheFolderField)
+{
+    ASSERT_TRUE(CreateDirectoryW(data_.file(L"news").c_str(), nullptr));
+    std::wstring caption, shown;
+    EXPECT_EQ(Run(
+                  [&](HWND sheet) {
+                      HWND page = CurrentPage(sheet);
+                      FillMain(page);
+                      Type(page, IDC_MAIN_FOLDER, data_.path().c_str());
+                      ClickButton(page, IDC_BROWSE);
+                      shown = WindowText(GetDlgItem(page, IDC_MAIN_FOLDER));
+                      Ok(sheet);
+                  },
+                  [&](HWND chooser) {
+                      caption = WindowText(chooser);
+                      HWND tree = GetDlgItem(chooser, IDC_CHOOSER_TREE);
+                      HTREEITEM item = OpenTreeTo(tree, data_.file(L"news\\"));
+                      TreeView_SelectItem(tree, item);
+                      ClickButton(chooser, IDC_CHOOSER_OK);
+                  }),
+              1);
+    EXPECT_EQ(caption, L"Choose folder");
+    EXPECT_EQ(_wcsicmp(shown.c_str(), data_.file(L"news\\").c_str()), 0) << shown.c_str();
+    EXPECT_EQ(_wcsicmp(settings_.DataPath, data_.file(L"news\\").c_str()), 0);
+}
+
+TEST_F(SettingsSheetTest, AuthenticationStoresTheLoginOnlyWhenBothPasswordsMatch)
+{
+    const struct {
+        bool use;
+        const wchar_t *id, *password, *again;
+        int failing; /* 0: accepted */
+        StoredValue user_id, stored_password;
+    } cases[] = {
+        {true, L"  taro", L"himitsu", L"himitsu", 0, TextValue(L"taro"), TextValue(L"himitsu")},
+        {true, L"taro", L"", L"", 0, TextValue(L"taro"), StoredValue{}},
+        {true, L"taro", L"abc", L"", IDC_AUTH_PASSWORD, {}, {}},
+        {true, L"taro", L"abc", L"abd", IDC_AUTH_REENTER, {}, {}},
+        {true, L"   ", L"abc", L"abc", IDC_AUTH_ID, {}, {}},
+        {false, L"", L"", L"", 0, StoredValue{}, StoredValue{}},
+    };
+    for (const auto &c : cases) {
+        SetPelnorString(L"UserID", L"old");
+        SetPelnorString(L"Password", L"oldpass");
+        bool marked = true, enabled = false;
+        int result = Run([&](HWND sheet) {
+            FillMain(CurrentPage(sheet));
+            HWND page = GoTo(sheet, kAuth);
+            enabled = IsWindowEnabled(GetDlgItem(page, IDC_AUTH_ID)) &&
+                      WindowText(GetDlgItem(page, IDC_AUTH_ID)) == L"old";
+            if (!c.use)
+                ClickButton(page, IDC_AUTH_USE);
+            Type(page, IDC_AUTH_ID, c.id);
+            Type(page, IDC_AUTH_PASSWORD, c.password);
+            Type(page, IDC_AUTH_REENTER, c.again);
+            Ok(sheet);
+            if (c.failing) {
+                marked = MarkedForCorrection(page, c.failing);
+                Cancel(sheet);
+            }
+        });
+        EXPECT_TRUE(enabled);
+        EXPECT_EQ(result, c.failing ? 2 : 1) << c.failing;
+        EXPECT_TRUE(marked) << c.failing;
+        if (!c.failing) {
+            EXPECT_EQ(PelnorValue(L"UserID"), c.user_id);
+            EXPECT_EQ(PelnorValue(L"Password"), c.stored_password);
+        }
+    }
+}
+
+TEST_F(SettingsSheetTest, ConnectionListsThePhoneBookAndNeedsAnEntryToDial)
+{
+    ScriptedRas ras;
+    ras.phone_book = {L"Office", L"`hidden", L"Home"};
+    SetPelnorDword(L"Dialup", 1);
+    SetPelnorString(L"EntryName", L"Home");
+    SetPelnorDword(L"DisconnectWaitTime", 7);
+    std::vector<std::wstring> listed;
+    std::wstring selected, wait;
+    bool marked = false;
+    EXPECT_EQ(Run([&](HWND sheet) {
+                  FillMain(CurrentPage(sheet));
+                  HWND page = GoTo(sheet, kConnection);
+                  HWND list = GetDlgItem(page, IDC_CONN_ENTRY);
+                  for (int i = 0; i < (int)SendMessageW(list, CB_GETCOUNT, 0, 0); i++) {
+                      wchar_t text[64];
+                      SendMessageW(list, CB_GETLBTEXT, i, (LPARAM)text);
+                      listed.push_back(text);
+                  }
+                  selected = WindowText(list);
+                  wait = WindowText(GetDlgItem(page, IDC_CONN_WAIT));
+                  SendMessageW(list, CB_SETCURSEL, (WPARAM)-1, 0);
+                  Ok(sheet);
+                  marked = GetFocus() == list && IsWindow(sheet);
+                  SendMessageW(list, CB_SHOWDROPDOWN, FALSE, 0);
+                  SendMessageW(list, CB_SETCURSEL, 0, 0);
+                  Type(page, IDC_CONN_WAIT, L"30");
+                  Ok(sheet);
+              }),
+              1);
+    EXPECT_EQ(listed, (std::vector<std::wstring>{L"Office", L"Home"}));
+    EXPECT_EQ(selected, L"Home");
+    EXPECT_EQ(wait, L"7");
+    EXPECT_TRUE(marked);
+    EXPECT_EQ(PelnorValue(L"Dialup"), DwordValue(1));
+    EXPECT_EQ(PelnorValue(L"EntryName"), TextValue(L"Office"));
+    EXPECT_EQ(PelnorValue(L"DisconnectWaitTime"), DwordValue(30));
+
+    /* Without a phone book there is nothing to dial. */
+    ras.enum_error = ERROR_CANNOT_OPEN_PHONEBOOK;
+    bool box_off = false;
+    EXPECT_EQ(Run([&](HWND sheet) {
+                  HWND page = GoTo(sheet, kConnection);
+                  HWND box = GetDlgItem(page, IDC_CONN_DIALUP);
+                  box_off = !IsWindowEnabled(box) && SendMessageW(box, BM_GETCHECK, 0, 0) == BST_UNCHECKED &&
+                            !IsWindowEnabled(GetDlgItem(page, IDC_CONN_ENTRY));
+                  Ok(sheet);
+              }),
+              1);
+    EXPECT_TRUE(box_off);
+    EXPECT_EQ(PelnorValue(L"Dialup"), DwordValue(0));
+}
+
+TEST_F(SettingsSheetTest, CharactersAndColoursAreSavedAsChosen)
+{
+    SeedCompleteSettings(data_.path());
+    SetPelnorDword(L"FontSizeS", 20);
+    SetPelnorDword(L"KeyMode", 1);
+    const COLORREF header = RGB(0x12, 0x34, 0x56);
+    SetPelnorString(L"FontName", L"no such face");
+    RegSetKeyValueW(HKEY_CURRENT_USER, L"Software\\marrowby\\Pelnor", L"HeaderColor", REG_BINARY, &header, 4);
+    std::wstring subject_size, red_label;
+    bool kctrl_disabled = false, first_face = false;
+    COLORREF sample_after_scroll = 0, sample_shown = 0, back_to_header = 0;
+    EXPECT_EQ(Run([&](HWND sheet) {
+                  HWND keys = GoTo(sheet, kKeys);
+                  ClickButton(keys, IDC_KEYS_ONE_LINE); /* off */
+                  HWND chars = GoTo(sheet, kCharacters);
+                  subject_size = WindowText(GetDlgItem(chars, IDC_CHARS_SUBJECT_SIZE));
+                  kctrl_disabled = !IsWindowEnabled(GetDlgItem(chars, IDC_CHARS_KCTRL));
+                  first_face = SendDlgItemMessageW(chars, IDC_CHARS_FONT, CB_GETCURSEL, 0, 0) == 0;
+                  SendDlgItemMessageW(chars, IDC_CHARS_ARTICLE_SIZE, CB_SETCURSEL, 12 - 8, 0);
+
+                  HWND colour = GoTo(sheet, kColour);
+                  red_label = WindowText(GetDlgItem(colour, IDC_COLOUR_RED_VALUE));
+                  HWND red = GetDlgItem(colour, IDC_COLOUR_RED), blue = GetDlgItem(colour, IDC_COLOUR_BLUE);
+                  /* Header lines: red 0x12 + 1 + 10, blue 0x56 - 10 */
+                  SendMessageW(colour, WM_HSCROLL, SB_LINERIGHT, (LPARAM)red);
+                  SendMessageW(colour, WM_HSCROLL, SB_PAGERIGHT, (LPARAM)red);
+                  SendMessageW(colour, WM_HSCROLL, SB_PAGELEFT, (LPARAM)blue);
+                  sample_after_scroll = settings_.SampleColor;
+                  sample_shown = (COLORREF)GetWindowLongPtrW(GetDlgItem(colour, IDC_COLOUR_SAMPLE), GWLP_USERDATA);
+                  /* Quoted lines: from black, red to 255 by the thumb, green page left stays 0 */
+                  SendDlgItemMessageW(colour, IDC_COLOUR_ITEM, CB_SETCURSEL, 1, 0);
+                  SendMessageW(colour, WM_COMMAND, MAKEWPARAM(IDC_COLOUR_ITEM, CBN_SELCHANGE),
+                               (LPARAM)GetDlgItem(colour, IDC_COLOUR_ITEM));
+                  SendMessageW(colour, WM_HSCROLL, MAKEWPARAM(SB_THUMBTRACK, 250), (LPARAM)red);
+                  SendMessageW(colour, WM_HSCROLL, SB_PAGERIGHT, (LPARAM)red);
+                  SendMessageW(colour, WM_HSCROLL, SB_PAGELEFT, (LPARAM)GetDlgItem(colour, IDC_COLOUR_GREEN));
+                  /* and back: the header's edits are kept */
+                  SendDlgItemMessageW(colour, IDC_COLOUR_ITEM, CB_SETCURSEL, 0, 0);
+                  SendMessageW(colour, WM_COMMAND, MAKEWPARAM(IDC_COLOUR_ITEM, CBN_SELCHANGE),
+                               (LPARAM)GetDlgItem(colour, IDC_COLOUR_ITEM));
+                  back_to_header = settings_.SampleColor;
+                  Ok(sheet);
+              }),
+              1);
+    EXPECT_EQ(subject_size, L"8");
+    EXPECT_TRUE(kctrl_disabled);
+    EXPECT_TRUE(first_face);
+    EXPECT_EQ(red_label, L"18");
+    const COLORREF edited = RGB(0x12 + 11, 0x34, 0x56 - 10);
+    EXPECT_EQ(sample_after_scroll, edited);
+    EXPECT_EQ(sample_shown, edited);
+    EXPECT_EQ(back_to_header, edited);
+    auto bytes = [](COLORREF c) { return StoredValue{REG_BINARY, std::string((const char *)&c, 4)}; };
+    EXPECT_EQ(PelnorValue(L"HeaderColor"), bytes(edited));
+    EXPECT_EQ(PelnorValue(L"ReferenceLine"), bytes(RGB(255, 0, 0)));
+    EXPECT_EQ(PelnorValue(L"FontSizeS"), DwordValue(8));
+    EXPECT_EQ(PelnorValue(L"FontSizeA"), DwordValue(12));
+    EXPECT_EQ(PelnorValue(L"KeyMode"), DwordValue(0));
+    EXPECT_NE(PelnorValue(L"FontName"), TextValue(L"no such face"));
+    LOGFONTW made = {};
+    ASSERT_NE(settings_.ArticleFont, nullptr);
+    GetObjectW(settings_.ArticleFont, sizeof made, &made);
+    EXPECT_EQ(made.lfHeight, 12);
+}
+
+TEST_F(SettingsSheetTest, UserAndPostingPagesEditThePosterAndTheEditor)
+{
+    SeedCompleteSettings(data_.path());
+    SetPelnorString(L"UserName", L"山田");
+    SetPelnorString(L"MailAddress", L"taro@example.jp");
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"edit.exe"), "MZ"));
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"readme.txt"), "x"));
+    std::wstring name_shown;
+    std::vector<std::wstring> offered;
+    EXPECT_EQ(Run(
+                  [&](HWND sheet) {
+                      HWND user = GoTo(sheet, kUser);
+                      name_shown = WindowText(GetDlgItem(user, IDC_USER_NAME));
+                      Type(user, IDC_USER_MAIL, L"");
+                      Type(user, IDC_USER_ORGANIZATION, L"京都大学");
+                      HWND posting = GoTo(sheet, kPosting);
+                      ClickButton(posting, IDC_BROWSE);
+                      Ok(sheet);
+                  },
+                  [&](HWND chooser) {
+                      /* The data folder's files as offered in file mode. */
+                      HWND tree = GetDlgItem(chooser, IDC_CHOOSER_TREE);
+                      HTREEITEM item = OpenTreeTo(tree, data_.path());
+                      offered = TreeChildren(tree, item);
+                      TreeView_SelectItem(tree, TreeChild(tree, item, L"edit.exe"));
+                      ClickButton(chooser, IDC_CHOOSER_OK);
+                  }),
+              1);
+    EXPECT_EQ(name_shown, L"山田");
+    EXPECT_EQ(offered, std::vector<std::wstring>{L"edit.exe"});
+    EXPECT_EQ(PelnorValue(L"UserName"), TextValue(L"山田"));
+    EXPECT_EQ(PelnorValue(L"MailAddress"), TextValue(L""));
+    EXPECT_EQ(PelnorValue(L"Organization"), TextValue(L"京都大学"));
+    EXPECT_EQ(PelnorValue(L"EditorPath"), TextValue(data_.file(L"edit.exe")));
+}
+
+TEST_F(SettingsSheetTest, EveryPageShowsItsWholeTextsAndIsPictured)
+{
+    static const wchar_t *const names[] = {L"properties-main",       L"properties-auth",  L"properties-keys",
+                                           L"properties-connection", L"properties-chars", L"properties-colour",
+                                           L"properties-user",       L"properties-posting"};
+    std::vector<std::wstring> tabs;
+    std::wstring caption;
+    EXPECT_EQ(Run([&](HWND sheet) {
+                  caption = WindowText(sheet);
+                  HWND tab = PropSheet_GetTabControl(sheet);
+                  for (int page = kMain; page <= kPosting; page++) {
+                      wchar_t text[64] = L"";
+                      TCITEMW item = {};
+                      item.mask = TCIF_TEXT;
+                      item.pszText = text;
+                      item.cchTextMax = 64;
+                      SendMessageW(tab, TCM_GETITEMW, page, (LPARAM)&item);
+                      tabs.push_back(text);
+                      GoTo(sheet, page);
+                      UpdateWindow(sheet);
+                      EXPECT_EQ(CutTexts(sheet), std::vector<std::wstring>{}) << page;
+                      EXPECT_FALSE(SaveScreenshot(sheet, names[page]).empty());
+                      if (page == kMain)
+                          FillMain(CurrentPage(sheet));
+                  }
+                  Cancel(sheet);
+              }),
+              2);
+    EXPECT_EQ(caption, L"プロパティ");
+    EXPECT_EQ(tabs, (std::vector<std::wstring>{L"メイン", L"認証", L"キー", L"接続", L"文字", L"色", L"ユーザ",
+                                               L"投稿"}));
+}
+
+} // namespace
