@@ -120,8 +120,19 @@ int PipelineReadStatus(NntpPipeline *p, DWORD number, NntpPart part, char *reply
         p->in_flight--;
         if (!NntpReadLine(p->c, reply, kNntpLineCapacity, 0))
             return 0;
-        if (p->c->mode_reader_sent || strncmp(reply, "401", 3) != 0)
+        if (p->c->mode_reader_sent || strncmp(reply, "401", 3) != 0) {
+            /* The freed place goes out now, before the reply's text is
+             * read: the command carries the acknowledgement of what came,
+             * and a server that holds its small writes until then (Nagle)
+             * sends the rest at once instead of after the delayed ACK.
+             * Not at depth 1, where BODY waits for its HEAD's reply, nor
+             * after a refusal, which may take a BODY out of the dialogue. */
+            if (p->window > 1 && reply[0] == '2' && !PipelineSendAhead(p)) {
+                *failed = kNntpStepSend;
+                return 0;
+            }
             return 1;
+        }
 
         /* The server wants MODE READER first: everything sent after this
          * command was refused too. The dialogue goes on from this command
