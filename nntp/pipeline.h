@@ -11,7 +11,9 @@
  * At depth d, up to d articles' pairs are out. A BODY sent for an article
  * whose HEAD was refused has its reply read and dropped before the next
  * article's; a HEAD is never sent for an article the per-run limit could
- * not leave room for, so the commands sent are those of depth 1.
+ * not leave room for. The commands sent are depth 1's in the same order,
+ * plus the BODY of an article refused at its head, and, when the run ends
+ * early, those already sent for later articles.
  */
 #ifndef PELNOR_NNTP_PIPELINE_H
 #define PELNOR_NNTP_PIPELINE_H
