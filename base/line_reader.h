@@ -32,6 +32,12 @@ void LineReaderFree(LineReader *reader);
  * and its NUL would not fit line_capacity bytes, or the read's error. */
 int LineReaderNext(LineReader *reader, const char **line, DWORD *length);
 
+/* Reads lines up to and including the first that is exactly the
+ * `target_length` bytes at `target` (line end included); *skipped is the
+ * bytes read. Lines are ended, bounded and failed exactly as by
+ * LineReaderNext, without handing each one out. */
+int LineReaderSkipPast(LineReader *reader, const char *target, DWORD target_length, DWORD *skipped);
+
 /* The same, copied NUL-terminated into the caller's buffer of `size`
  * bytes, which also bounds the line (234 when it does not fit). */
 int LineReaderCopy(LineReader *reader, char *buffer, DWORD size, DWORD *length);

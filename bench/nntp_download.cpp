@@ -1,12 +1,14 @@
 /*
- * Pelnor's side of the download benchmark: one session (GROUP, HEAD, BODY
- * one command at a time, every article stored in the log and index) into a
- * fresh data folder.
- *   bench_nntp_download PORT DATA_FOLDER GROUP...
- * Prints: articles, milliseconds, articles per second.
+ * Pelnor's side of the download benchmark: one session (GROUP, then HEAD
+ * and BODY of every article through a window of DEPTH articles, every
+ * article stored in the log and index) into a fresh data folder.
+ *   bench_nntp_download PORT DATA_FOLDER DEPTH GROUP...
+ * Prints: articles, milliseconds, articles per second, and the process's
+ * peak private bytes (peak commit) at the end.
  */
 #include <windows.h>
 #include <winsock.h>
+#include <psapi.h>
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -14,21 +16,23 @@
 
 #include <string>
 
+#include "nntp/pipeline.h"
 #include "nntp/session.h"
 #include "base/res_text.h"
 
 int wmain(int argc, wchar_t **argv)
 {
-    if (argc < 4) {
-        fwprintf(stderr, L"usage: bench_nntp_download PORT DATA_FOLDER GROUP...\n");
+    if (argc < 5) {
+        fwprintf(stderr, L"usage: bench_nntp_download PORT DATA_FOLDER DEPTH GROUP...\n");
         return 2;
     }
     SetResourceInstance(GetModuleHandleW(nullptr));
     WSADATA wsa;
     WSAStartup(MAKEWORD(1, 1), &wsa);
+    NntpSetPipelineDepth((DWORD)_wtoi(argv[3]));
 
     std::wstring names;
-    for (int i = 3; i < argc; i++) {
+    for (int i = 4; i < argc; i++) {
         names += argv[i];
         names += L'\0';
         /* A new group's index: version 5, every value 0. */
@@ -68,7 +72,7 @@ int wmain(int argc, wchar_t **argv)
 
     /* Articles stored: the record counts of the indexes. */
     unsigned long articles = 0;
-    for (int i = 3; i < argc; i++) {
+    for (int i = 4; i < argc; i++) {
         wchar_t path[MAX_PATH];
         _snwprintf(path, MAX_PATH, L"%s%s.idx", argv[2], argv[i]);
         path[MAX_PATH - 1] = L'\0';
@@ -80,6 +84,9 @@ int wmain(int argc, wchar_t **argv)
         articles += count;
     }
     double ms = (double)(end.QuadPart - start.QuadPart) * 1000.0 / (double)frequency.QuadPart;
-    printf("%lu %.1f %.1f\n", articles, ms, articles * 1000.0 / ms);
+    PROCESS_MEMORY_COUNTERS_EX memory = {};
+    memory.cb = sizeof memory;
+    GetProcessMemoryInfo(GetCurrentProcess(), (PROCESS_MEMORY_COUNTERS *)&memory, sizeof memory);
+    printf("%lu %.1f %.1f %lu\n", articles, ms, articles * 1000.0 / ms, (unsigned long)memory.PeakPagefileUsage);
     return 0;
 }

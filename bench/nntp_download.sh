@@ -1,64 +1,109 @@
 #!/usr/bin/env bash
-# Download rate from a real INN 2.7: Pelnor (under Wine, storing every
-# article) beside a plain client that sends the same GROUP, HEAD and BODY
-# commands one at a time and stores nothing, measured in the same run
-# against the same server and corpus (3 groups, 222 articles).
+# Download rate from a private INN 2.7 whose nnrpd runs as shipped, every
+# client in the same run against the same server and articles:
+#   - a plain script sending HEAD and BODY one command at a time
+#     (bench/nntp_plain.py), storing nothing;
+#   - Debian's slrnpull, pulling the group into a spool of its own;
+#   - Pelnor's download (under Wine, storing every article in its log and
+#     index) at depth 1 (one command at a time) and at its default depth;
+# on loopback and through a proxy adding 50 ms of round trip
+# (bench/delay_proxy.py); then a sweep of depths, and the download's peak
+# private bytes after 1,000 and 10,000 articles.
 #
-# nnrpd writes a reply's status line and its data in two writes; with
-# Nagle's algorithm on its side and delayed acknowledgements on the
-# client's, every reply waits ~40 ms. The stall is shown apart by running
-# each client twice: against the reader as INN starts it, and against a
-# reader whose connections have TCP_NODELAY (tools/inn/nodelay.c preloaded);
-# the plain client also runs with immediate acknowledgements (TCP_QUICKACK).
-#
-#   bench/nntp_download.sh        (root; uses the build folder, default build/)
+#   bench/nntp_download.sh     (root; uses the build folder, default build/)
+# One-at-a-time clients pay two round trips per article over the delayed
+# link, so there they fetch the first PLAIN_SLOW (200) articles only; every
+# rate is articles per second of what each fetched.
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 build=${PELNOR_BUILD:-$top/build}
 exe=$build/bench/bench_nntp_download.exe
 [ -f "$exe" ] || { echo "build first: $exe is missing" >&2; exit 1; }
+[ "$(id -u)" = 0 ] || { echo "run as root (innd)" >&2; exit 1; }
+command -v slrnpull >/dev/null || { echo "apt-get install slrnpull" >&2; exit 1; }
+default_depth=$(sed -n 's/.*kDefaultPipelineDepth = \([0-9]*\).*/\1/p' "$top/settings/settings.h")
 inn=$build/bench-inn
 session=$build/bench-session
+work=$(mktemp -d /tmp/pelnor-bench.XXXXXX)
+proxy_pid=
 cleanup() {
-  "$top/tools/inn/e2e.sh" stop "$inn" >/dev/null 2>&1 || true
+  [ -n "$proxy_pid" ] && kill "$proxy_pid" 2>/dev/null || true
+  "$top/tools/inn/inn.sh" stop "$inn" >/dev/null 2>&1 || true
   "$top/tools/wine-session.sh" stop "$session" >/dev/null 2>&1 || true
+  rm -rf "$work"
 }
 trap cleanup EXIT
 
-"$top/tools/inn/e2e.sh" start "$inn" >/dev/null
-read -r plain_port _ <"$inn/ports"
-nodelay_port=$(PELNOR_INN_NODELAY=1 "$top/tools/inn/inn.sh" reader "$inn" 0)
-groups=$(paste -sd, "$inn/expected/groups.txt")
-"$top/tools/wine-session.sh" start "$session"
+"$top/tools/inn/inn.sh" stop "$inn" >/dev/null 2>&1 || true
+if [ -L "$inn" ]; then rm -rf "$(readlink -f "$inn")"; fi
+rm -rf "$inn"
+port=$("$top/tools/inn/inn.sh" start "$inn" 0)
+python3 "$top/tools/inn/corpus.py" bench "$inn" "$top/tools/inn/inn.sh" fj.bench.thousand 1000
+python3 "$top/tools/inn/corpus.py" bench "$inn" "$top/tools/inn/inn.sh" fj.bench.slow 200
+python3 "$top/tools/inn/corpus.py" bench "$inn" "$top/tools/inn/inn.sh" fj.bench.tenthousand 10000
+"$top/tools/wine-session.sh" start "$session" >/dev/null
 
-plain() { python3 "$top/bench/nntp_plain.py" "$@"; }
-pelnor() {
-  local data=$build/bench-data-$1
-  rm -rf "$data"; mkdir -p "$data"
-  PELNOR_SESSION=$session "$top/tools/wine-run.sh" "$exe" "$1" "Z:${data//\//\\}\\" ${groups//,/ } | tr -d '\r'
+slow_port=$(python3 "$top/bench/delay_proxy.py" 0 "$port" 50 > "$work/proxy.port" & echo $! > "$work/proxy.pid"
+            while [ ! -s "$work/proxy.port" ]; do sleep 0.1; done; cat "$work/proxy.port")
+proxy_pid=$(cat "$work/proxy.pid")
+
+# Each prints: articles seconds articles/s
+plain() { python3 "$top/bench/nntp_plain.py" "$1" "$2" | awk '{print $1, $2, $3}'; }
+slrn() {
+  local spool=$work/slrn-$RANDOM
+  mkdir -p "$spool"
+  printf 'default 0 7 0\n%s\n' "$2" >"$spool/slrnpull.conf"
+  local start end
+  start=$(date +%s.%N)
+  SLRNPULL_ROOT=$spool slrnpull -d "$spool" -h "127.0.0.1:$1" --no-post >"$spool/out.txt" 2>&1
+  end=$(date +%s.%N)
+  local got
+  got=$(find "$spool/news" -type f -name '[0-9]*' | wc -l)
+  python3 -c "import sys; n,s=int(sys.argv[1]),float(sys.argv[3])-float(sys.argv[2]); print(n, '%.3f'%s, '%.1f'%(n/s))" "$got" "$start" "$end"
 }
+pelnor() { # PORT DEPTH GROUP -> articles seconds articles/s peak-private-bytes
+  local data=$work/pelnor-$RANDOM
+  mkdir -p "$data"
+  PELNOR_SESSION=$session "$top/tools/wine-run.sh" "$exe" "$1" "Z:${data//\//\\}\\" "$2" "$3" | tr -d '\r' |
+    awk '{printf "%d %.3f %.1f %d\n", $1, $2 / 1000, $3, $4}'
+}
+rate() { echo "$1" | awk '{print $3}'; }
 
-plain_default=$(plain "$plain_port" "$groups")
-plain_quickack=$(plain "$plain_port" "$groups" quickack)
-plain_nodelay=$(plain "$nodelay_port" "$groups")
-pelnor_default=$(pelnor "$plain_port")
-pelnor_nodelay=$(pelnor "$nodelay_port")
+echo "articles in fj.bench.thousand: 1000 of $(python3 -c "
+import glob,os,sys; f=glob.glob(sys.argv[1]+'/corpus/fj.bench.thousand.*'); print('%.0f' % (sum(os.path.getsize(x) for x in f)/len(f)))" "$inn") bytes on average (wire)"
 
-python3 - "$plain_default" "$plain_quickack" "$plain_nodelay" "$pelnor_default" "$pelnor_nodelay" <<'PY'
+loop_plain=$(plain "$port" fj.bench.thousand)
+loop_slrn=$(slrn "$port" fj.bench.thousand)
+loop_d1=$(pelnor "$port" 1 fj.bench.thousand)
+loop_dd=$(pelnor "$port" "$default_depth" fj.bench.thousand)
+slow_plain=$(plain "$slow_port" fj.bench.slow)
+slow_slrn=$(slrn "$slow_port" fj.bench.thousand)
+slow_d1=$(pelnor "$slow_port" 1 fj.bench.slow)
+slow_dd=$(pelnor "$slow_port" "$default_depth" fj.bench.thousand)
+
+python3 - "$default_depth" "$loop_plain" "$loop_slrn" "$loop_d1" "$loop_dd" "$slow_plain" "$slow_slrn" "$slow_d1" "$slow_dd" <<'PY'
 import sys
-pd, pq, pn = ([float(x) for x in a.split()] for a in sys.argv[1:4])
-wd, wn = ([float(x) for x in a.split()] for a in sys.argv[4:6])
-articles = int(pd[0])
-print("download of %d articles (HEAD + BODY each, one command at a time) from INN 2.7 on loopback" % articles)
-print("%-48s %9s %9s %8s" % ("client / server", "art/s", "seconds", "stalls"))
-print("%-48s %9.1f %9.3f %8d" % ("plain script / nnrpd as started", pd[2], pd[1], pd[3]))
-print("%-48s %9.1f %9.3f %8d" % ("plain script, immediate ACKs / nnrpd as started", pq[2], pq[1], pq[3]))
-print("%-48s %9.1f %9.3f %8d" % ("plain script / nnrpd with TCP_NODELAY", pn[2], pn[1], pn[3]))
-print("%-48s %9.1f %9.3f" % ("Pelnor (Wine, storing) / nnrpd as started", wd[2], wd[1] / 1000))
-print("%-48s %9.1f %9.3f" % ("Pelnor (Wine, storing) / nnrpd with TCP_NODELAY", wn[2], wn[1] / 1000))
-print("ratio Pelnor / plain script: %.2f against nnrpd as started, %.2f with TCP_NODELAY"
-      % (wd[2] / pd[2], wn[2] / pn[2]))
-print("delayed-ACK stalls per article: plain script %.1f ms, Pelnor %.1f ms; own cost per article:"
-      " plain script %.2f ms, Pelnor %.2f ms"
-      % ((pd[1] - pn[1]) * 1000 / articles, (wd[1] - wn[1]) / wd[0], pn[1] * 1000 / articles, wn[1] / wn[0]))
+depth = sys.argv[1]
+rows = [a.split() for a in sys.argv[2:]]
+names = ["plain script, one command at a time", "slrnpull (Debian)", "Pelnor, depth 1",
+         "Pelnor, default depth %s" % depth]
+for title, part in (("loopback", rows[:4]), ("loopback + 50 ms round trip (proxy)", rows[4:])):
+    slrn = float(part[1][2])
+    print("download from INN 2.7 nnrpd as shipped, %s" % title)
+    print("  %-40s %9s %9s %9s %10s" % ("client", "articles", "seconds", "art/s", "/ slrnpull"))
+    for name, r in zip(names, part):
+        print("  %-40s %9s %9s %9s %10.2f" % (name, r[0], r[1], r[2], float(r[2]) / slrn))
 PY
+
+echo "depth sweep (Pelnor, 1,000 articles): art/s on loopback, art/s over 50 ms round trip"
+for depth in 1 2 4 8 16 32 64 128 256; do
+  a=$(rate "$(pelnor "$port" "$depth" fj.bench.thousand)")
+  if [ "$depth" = 1 ]; then b=$(rate "$slow_d1"); else b=$(rate "$(pelnor "$slow_port" "$depth" fj.bench.thousand)"); fi
+  printf '  depth %3d %9s %9s\n' "$depth" "$a" "$b"
+done
+
+k1=$(pelnor "$port" "$default_depth" fj.bench.thousand)
+k10=$(pelnor "$port" "$default_depth" fj.bench.tenthousand)
+echo "peak private bytes of the download program at depth $default_depth:" \
+     "$(echo "$k1" | awk '{print $4}') after $(echo "$k1" | awk '{print $1}') articles," \
+     "$(echo "$k10" | awk '{print $4}') after $(echo "$k10" | awk '{print $1}') articles ($(rate "$k10") art/s)"

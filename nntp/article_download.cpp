@@ -4,6 +4,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "nntp/pipeline.h"
 #include "nntp/reply_parse.h"
 #include "resources/resource.h"
 #include "store/article_writer.h"
@@ -171,6 +172,8 @@ struct GroupDownload {
     const wchar_t *group;
     GroupStore store;
     ArticleWriter writer;
+    NntpPipeline pipeline;
+    int head_refused; /* the article skipped was refused at its HEAD */
     RunResult *result;
     char line[kNntpLineBufferSize];
     char decoded[kNntpLineBufferSize];
@@ -184,21 +187,23 @@ void Fail(GroupDownload *d, UINT text_id)
     SetLastError(error);
 }
 
-/* "HEAD n" or "BODY n" and its status line. 1 when the article follows
- * (`expected` and the number asked for), 0 with kFetchSkipped when the
- * server has no such article (4xx), 0 with kFetchFailed (and the result
- * set) on a send or receive failure or any other reply, which would pair
- * every later reply with the wrong command. */
-int RequestArticlePart(GroupDownload *d, const char *command, DWORD expected, DWORD number, FetchOutcome *outcome)
+/* The status line of "HEAD n" or "BODY n", sent ahead through the
+ * pipeline. 1 when the article follows (`expected` and the number asked
+ * for), 0 with kFetchSkipped when the server has no such article (4xx), 0
+ * with kFetchFailed (and the result set) on a send or receive failure or
+ * any other reply, which would pair every later reply with the wrong
+ * command. */
+int RequestArticlePart(GroupDownload *d, NntpPart part, DWORD expected, DWORD number, FetchOutcome *outcome)
 {
-    char argument[16];
-    _snprintf(argument, sizeof argument, "%lu", (unsigned long)number);
-    argument[sizeof argument - 1] = '\0';
     *outcome = kFetchFailed;
-    if (!Exchange(d->c, command, argument, d->group, d->group, d->line, d->result))
+    NntpStep failed;
+    if (!PipelineReadStatus(&d->pipeline, number, part, d->line, &failed)) {
+        Fail(d, failed == kNntpStepSend ? IDS_SEND_FAILED : IDS_RECV_FAILED);
         return 0;
+    }
     if (d->line[0] == '4') {
         *outcome = kFetchSkipped;
+        d->head_refused = part == kNntpHead;
         return 0;
     }
     const char *cursor = d->line;
@@ -260,7 +265,7 @@ int ReadHead(GroupDownload *d)
 FetchOutcome FetchArticleParts(GroupDownload *d, DWORD number)
 {
     FetchOutcome outcome;
-    if (!RequestArticlePart(d, "HEAD ", 221, number, &outcome))
+    if (!RequestArticlePart(d, kNntpHead, 221, number, &outcome))
         return outcome; /* nothing of the article is in the log yet */
     if (!ReadHead(d)) {
         Fail(d, IDS_RECV_INCOMPLETE);
@@ -270,7 +275,7 @@ FetchOutcome FetchArticleParts(GroupDownload *d, DWORD number)
         Fail(d, IDS_INDEX_WRITE_FAILED);
         return kFetchFailed;
     }
-    if (!RequestArticlePart(d, "BODY ", 222, number, &outcome))
+    if (!RequestArticlePart(d, kNntpBody, 222, number, &outcome))
         return outcome;
     for (;;) {
         /* A read that ends without an error (a NUL byte) ends the body; the
@@ -330,7 +335,8 @@ void FetchRange(GroupDownload *d, DWORD start, DWORD last, DWORD limit, Download
      * bar's end is the range's last step). */
     ProgressStartGroup(progress, d->group, last - start, limit);
     DWORD fetched = 0;
-    int limited = 0;
+    int limited = 0, stopped = 0;
+    PipelineInit(&d->pipeline, d->c, progress, start, last, limit);
     unsigned long long n = start;
     for (; n <= last; n++) {
         if (fetched >= limit) {
@@ -338,12 +344,15 @@ void FetchRange(GroupDownload *d, DWORD start, DWORD last, DWORD limit, Download
             break;
         }
         /* A long run of missing numbers can be stopped too. */
-        if (ProgressStopRequested(progress))
+        if (ProgressStopRequested(progress)) {
+            stopped = 1;
             break;
+        }
         /* Up to the number before this one everything is stored or was
          * refused: a failure here keeps that, and so does a header saved
          * now and then, for a program killed in the middle of a run. */
         *processed = (DWORD)(n - 1);
+        d->head_refused = 0;
         FetchOutcome outcome = FetchArticle(d, (DWORD)n);
         if (outcome == kFetchStored) {
             fetched++;
@@ -358,7 +367,13 @@ void FetchRange(GroupDownload *d, DWORD start, DWORD last, DWORD limit, Download
         }
         if (d->result->severity == kSeverityError)
             return;
+        PipelineFinishArticle(&d->pipeline, (DWORD)n, outcome == kFetchSkipped && d->head_refused, limit - fetched);
     }
+    /* A body sent for an article refused at its head is still to come:
+     * read before the next group's command. After a stop the link is
+     * only closed. A failure here shows at the next exchange. */
+    if (!stopped)
+        PipelineDrain(&d->pipeline);
     /* The number before the first one not fetched: the next run starts
      * exactly there. */
     *processed = (DWORD)(n - 1);

@@ -178,6 +178,18 @@ int NntpSendCommand(NntpConnection *c, const char *command, const char *argument
     return 1;
 }
 
+int NntpSendBytes(NntpConnection *c, const char *bytes, int length)
+{
+    while (length > 0) {
+        int sent = send(c->socket, bytes, length, 0);
+        if (sent == SOCKET_ERROR || sent == 0)
+            break;
+        bytes += sent;
+        length -= sent;
+    }
+    return 1;
+}
+
 int NntpSendLine(NntpConnection *c, const char *line)
 {
     return NntpSendCommand(c, line, "", "");

@@ -59,6 +59,11 @@ int NntpSendLine(NntpConnection *c, const char *line);
 /* The same for the line `command` + `argument` + `line_end`. */
 int NntpSendCommand(NntpConnection *c, const char *command, const char *argument, const char *line_end);
 
+/* Sends `length` bytes of ready-made command lines, looping until all are
+ * out. 1, as for NntpSendLine: a broken connection shows up at the next
+ * read. */
+int NntpSendBytes(NntpConnection *c, const char *bytes, int length);
+
 /* Reads one line ending in CR LF into `line` (which must hold capacity + 1
  * bytes). An LF ends the line only after a CR somewhere earlier in it. With
  * strip 0 the line keeps its line end and a NUL follows; with strip set the

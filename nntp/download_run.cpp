@@ -8,6 +8,7 @@
 #include "base/message_box.h"
 #include "base/res_text.h"
 #include "nntp/password_prompt.h"
+#include "nntp/pipeline.h"
 #include "nntp/session.h"
 #include "resources/resource.h"
 
@@ -149,6 +150,12 @@ DownloadStart RunDownload(HINSTANCE instance, HWND main_window, const Settings *
         job->prompted_password = prompt.password;
         job->password = prompt.password;
     }
+
+    /* Read at each run, so a depth changed in the registry takes effect at
+     * the next download. */
+    DWORD depth;
+    ReadPipelineDepth(&depth);
+    NntpSetPipelineDepth(depth);
 
     DWORD id;
     job->worker = CreateThread(nullptr, 0, PatrolThread, job, CREATE_SUSPENDED, &id);

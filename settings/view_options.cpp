@@ -82,3 +82,13 @@ int WriteShowArticleHeader(DWORD value)
 {
     return WriteViewOption(kArticleViewSubkey, kShowArticleHeaderName, value);
 }
+
+int ReadPipelineDepth(DWORD *value)
+{
+    int read = ReadWithDefault(kDownloadSubkey, kPipelineDepthName, kDefaultPipelineDepth, value);
+    if (*value < kPipelineDepthMin)
+        *value = kPipelineDepthMin;
+    else if (*value > kPipelineDepthMax)
+        *value = kPipelineDepthMax;
+    return read;
+}

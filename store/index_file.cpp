@@ -269,6 +269,9 @@ int IndexCutLogTail(GroupStore *store)
     return SeekFile(store->index_file, IndexRecordOffset(store->record_count)) && SetEndOfFile(store->index_file);
 }
 
+/* Records written at once by a rebuild: a few writes for a large group. */
+const DWORD kRebuildBatch = 8192;
+
 int IndexRebuild(GroupStore *store)
 {
     if (!GroupStoreOpenIndex(store))
@@ -297,7 +300,7 @@ int IndexRebuild(GroupStore *store)
     DWORD highest_number = 0;
     int ok = SeekFile(index, kIndexHeaderSize);
     DWORD error = NO_ERROR;
-    IndexRecord *batch = (IndexRecord *)malloc(kIndexRecordBatch * sizeof(IndexRecord));
+    IndexRecord *batch = (IndexRecord *)malloc(kRebuildBatch * sizeof(IndexRecord));
     if (ok && !batch) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         ok = 0;
@@ -323,7 +326,7 @@ int IndexRebuild(GroupStore *store)
             } else if (GetLastError() != ERROR_HANDLE_EOF) {
                 ok = 0;
             }
-            if (pending && (!scanned || !ok || pending == kIndexRecordBatch)) {
+            if (pending && (!scanned || !ok || pending == kRebuildBatch)) {
                 DWORD kept = GetLastError();
                 if (!WriteBytes(index, batch, pending * kIndexRecordSize)) {
                     ok = 0;

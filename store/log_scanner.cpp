@@ -40,11 +40,9 @@ int LogScanArticle(LogScanner *scanner, HeaderBlock *block, DWORD *start, DWORD 
         scanner->count += length;
     }
     /* The body: up to a line that is exactly the separator. */
-    do {
-        if (!LineReaderNext(&scanner->reader, &line, &length))
-            return 0;
-        scanner->count += length;
-    } while (length != kLogSeparatorLength || memcmp(line, kLogSeparator, kLogSeparatorLength) != 0);
+    if (!LineReaderSkipPast(&scanner->reader, kLogSeparator, kLogSeparatorLength, &length))
+        return 0;
+    scanner->count += length;
     *end = scanner->count;
     return 1;
 }

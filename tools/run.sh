@@ -30,7 +30,7 @@ if [ -z "$server" ] && [ "$(id -u)" = 0 ]; then
   "$top/tools/inn/inn.sh" stop "$inn" >/dev/null 2>&1 || true
   if [ -L "$inn" ]; then rm -rf "$(readlink -f "$inn")"; fi
   rm -rf "$inn"
-  port=$(PELNOR_INN_NODELAY=1 "$top/tools/inn/inn.sh" start "$inn" 0)
+  port=$("$top/tools/inn/inn.sh" start "$inn" 0)
   own_inn=1
   "$top/tools/inn/inn.sh" seed "$inn" >/dev/null
   cp "$inn/group.dat" "$data/group.dat"

@@ -31,3 +31,35 @@ TEST(LineReader, LinesEndAfterCrLfAndMustFitTheLineBuffer)
         LineReaderFree(&reader);
     }
 }
+
+/* Skipping to a line ends, bounds and fails lines as reading them does. */
+TEST(LineReader, SkipPastFindsTheWholeLineOrFailsAsNextWould)
+{
+    TempFolder folder;
+    std::string fits = std::string(1021, '=') + "\r\n";
+    struct Case {
+        std::string bytes, target;
+        int found;
+        DWORD skipped_or_error;
+    } cases[] = {
+        {"one\r\ntwo\n==\r\r\n==\r\n==\r\nafter", "==\r\n", 1, 18},
+        {"x==\r\n" + fits + "==\r\n", "==\r\n", 1, 5 + 1023 + 4},
+        {"a\r\n" + std::string(1100, 'y') + "\r\n==\r\n", "==\r\n", 0, ERROR_MORE_DATA},
+        {"a\r\n" + std::string(1100, 'y'), "==\r\n", 0, ERROR_MORE_DATA},
+        {"a\r\n==\r", "==\r\n", 0, ERROR_HANDLE_EOF},
+    };
+    for (const Case &c : cases) {
+        std::wstring path = folder.file(L"skip.txt");
+        ASSERT_TRUE(WriteFileBytes(path, c.bytes));
+        for (DWORD buffer : {1u, 4u, 100u, 4096u}) {
+            ScopedFile file(CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+            LineReader reader;
+            ASSERT_TRUE(LineReaderInit(&reader, file.get(), buffer, 1024));
+            DWORD skipped = 0;
+            int found = LineReaderSkipPast(&reader, c.target.data(), (DWORD)c.target.size(), &skipped);
+            EXPECT_EQ(found, c.found) << c.bytes.substr(0, 20) << " " << buffer;
+            EXPECT_EQ(found ? skipped : GetLastError(), c.skipped_or_error) << c.bytes.substr(0, 20) << " " << buffer;
+            LineReaderFree(&reader);
+        }
+    }
+}

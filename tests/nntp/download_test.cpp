@@ -4,6 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "nntp/connection.h"
+#include "nntp/pipeline.h"
+#include "settings/settings.h"
 #include "resources/resource.h"
 #include "session_fixture.h"
 #include "store/store_test_util.h"
@@ -85,9 +88,14 @@ struct DataFolder {
     }
     std::string Log() { return FileBytes(folder.file(L"fj.test.log")); }
     std::string Idx(const std::wstring &group = L"fj.test") { return FileBytes(folder.file(group + L".idx")); }
-    SessionRun Run(NntpScript &script, const std::vector<std::wstring> &groups = {L"fj.test"}, DWORD limit = 100)
+    /* Depth 1 unless asked: the one-command-at-a-time dialogue. */
+    SessionRun Run(NntpScript &script, const std::vector<std::wstring> &groups = {L"fj.test"}, DWORD limit = 100,
+                   DWORD depth = 1)
     {
-        return RunScriptedSession(script.Start(), groups, nullptr, nullptr, folder.path(), limit);
+        NntpSetPipelineDepth(depth);
+        SessionRun run = RunScriptedSession(script.Start(), groups, nullptr, nullptr, folder.path(), limit);
+        NntpSetPipelineDepth(kDefaultPipelineDepth);
+        return run;
     }
 };
 
@@ -376,8 +384,10 @@ TEST(ArticleDownload, StopEndsTheRunAfterTheArticleInProgress)
     SessionRun run;
     DownloadEvents events = {&run.progress, nullptr,
                              [](void *progress) { ProgressRequestStop((DownloadProgress *)progress); }, nullptr};
+    NntpSetPipelineDepth(1);
     RunSessionInto(run, script.Start(), {L"fj.test", L"fj.later"}, nullptr, nullptr, data.folder.path(), 100,
                    L"127.0.0.1", &events);
+    NntpSetPipelineDepth(kDefaultPipelineDepth);
     EXPECT_EQ(run.ok, 1);
     EXPECT_EQ(script.Transcript(), "GROUP fj.test\r\nHEAD 1\r\nBODY 1\r\nQUIT\r\n");
     StoreBytes first;
@@ -385,4 +395,118 @@ TEST(ArticleDownload, StopEndsTheRunAfterTheArticleInProgress)
     EXPECT_EQ(data.Log(), first.log);
     EXPECT_EQ(data.Idx(), Header(1, 3, 1, L"1件の記事を取得しました。") + first.records);
     EXPECT_EQ(data.Idx(L"fj.later"), Header(0, 0, 0, L""));
+}
+
+/* Every fault of the one-at-a-time dialogue, met with the commands sent
+ * ahead: the files are byte for byte those of depth 1, and the commands are
+ * depth 1's in the same order, followed only by those the window sent for
+ * later parts before the fault. */
+TEST(ArticleDownload, PipelinedFaultsLeaveTheFilesOfDepthOne)
+{
+    const std::string head3 = "221 3 <3@pelnor.test>\r\n";
+    NntpScript at_body = FirstTwoOfThree();
+    at_body.Reply(ArticleReply(221, 3, Plain(3).head));
+    struct Case {
+        const char *name;
+        NntpScript script;
+        const wchar_t *text; /* the group's status */
+    } cases[] = {
+        {"close mid-HEAD", FirstTwoOfThree().Recv().Send(head3 + "From: x\r\nSubj").Close(),
+         L"受信が正常に終了しませんでした(38)."},
+        {"close mid-BODY", NntpScript(at_body).Recv().Send("222 3 <3@pelnor.test>\r\nbody of").Close(),
+         L"受信が正常に終了しませんでした(38)."},
+        {"close between articles", FirstTwoOfThree().Recv().Close(), L"受信に失敗しました(38)."},
+        {"refused body", NntpScript(at_body).Reply("423 gone\r\n"), L"2件の記事を取得しました。"},
+        {"receive time-out", FirstTwoOfThree().Recv().Stall(), L"受信に失敗しました(10060)."},
+        {"out-of-step reply", FirstTwoOfThree().Reply("222 3 <3@pelnor.test>\r\n"),
+         L"予期せぬ文字列が返りました : 222 3 <3@pelnor.test>"},
+    };
+    StoreBytes first_two;
+    for (DWORD n : {1, 2})
+        first_two.Add(Plain(n));
+    const std::string all_sent = "GROUP fj.test\r\nHEAD 1\r\nBODY 1\r\nHEAD 2\r\nBODY 2\r\nHEAD 3\r\nBODY 3\r\n";
+    NntpSetTimeouts(0, 700);
+    for (Case &c : cases) {
+        std::string log[2], idx[2], sent[2];
+        DWORD depths[2] = {1, kDefaultPipelineDepth};
+        for (int i = 0; i < 2; i++) {
+            NntpScript script = c.script;
+            DataFolder data;
+            data.Index(L"fj.test", 0);
+            SessionRun run = data.Run(script, {L"fj.test"}, 100, depths[i]);
+            EXPECT_STREQ(run.result.text, c.text) << c.name;
+            log[i] = data.Log();
+            idx[i] = data.Idx();
+            sent[i] = script.Transcript();
+        }
+        EXPECT_EQ(log[0], first_two.log) << c.name;
+        EXPECT_EQ(idx[0], Header(c.text[0] == L'2' ? 3 : 2, 3, 2, c.text) + first_two.records) << c.name;
+        EXPECT_EQ(log[1], log[0]) << c.name;
+        EXPECT_EQ(idx[1], idx[0]) << c.name;
+        /* Depth 1 stops at the failing command; the window had sent all. */
+        ASSERT_GE(sent[0].size(), 6u) << c.name;
+        EXPECT_EQ(all_sent.compare(0, sent[0].size() - 6, sent[0], 0, sent[0].size() - 6), 0) << c.name;
+        EXPECT_EQ(sent[0].substr(sent[0].size() - 6), "QUIT\r\n") << c.name;
+        EXPECT_EQ(sent[1], all_sent + "QUIT\r\n") << c.name;
+    }
+    NntpSetTimeouts(0, kNntpDefaultReceiveTimeoutMs);
+}
+
+/* What only the window meets: a body already sent for an article refused
+ * at its head has its reply read and dropped, the limit keeps articles it
+ * has no room for from being asked for, MODE READER drops every reply out
+ * and asks again, and a stop leaves the replies out unread. The files are
+ * those of depth 1 (the one-at-a-time tests above). */
+TEST(ArticleDownload, PipelinedDialogueKeepsTheFilesOfDepthOne)
+{
+    struct Case {
+        const char *name;
+        NntpScript script;
+        DWORD first, last, limit;
+        std::vector<DWORD> stored;
+        const wchar_t *text;
+        DWORD last_fetched;
+        std::string sent;
+        bool stop;
+    };
+    NntpScript skipped;
+    skipped.Send(kGreeting).Reply(GroupReply(10, 15)).Reply("423 no 10\r\n").Reply(ArticleReply(222, 10, "x\r\n"));
+    Serve(skipped, 11).Reply(ArticleReply(221, 12, Plain(12).head)).Reply("423 gone\r\n");
+    Serve(skipped, 13);
+    NntpScript mode_reader;
+    mode_reader.Send(kGreeting).Reply(GroupReply(1, 2)).Reply("401 MODE-READER\r\n");
+    mode_reader.Reply("401 MODE-READER\r\n").Reply("401 MODE-READER\r\n").Reply("401 MODE-READER\r\n");
+    Serve(Serve(mode_reader.Reply("200 reader ready\r\n"), 1), 2);
+    NntpScript stop;
+    Serve(stop.Send(kGreeting).Reply(GroupReply(1, 3)), 1);
+    Case cases[] = {
+        {"refused head, limit", skipped, 10, 15, 2, {11, 13},
+         L"制限数の2件の記事を取得しました。サーバには未取得の記事が残っています。", 13,
+         "HEAD 10\r\nBODY 10\r\nHEAD 11\r\nBODY 11\r\nHEAD 12\r\nBODY 12\r\nHEAD 13\r\nBODY 13\r\n", false},
+        {"mode reader", mode_reader, 1, 2, 100, {1, 2}, L"2件の記事を取得しました。", 2,
+         "HEAD 1\r\nBODY 1\r\nHEAD 2\r\nBODY 2\r\nMODE READER\r\n"
+         "HEAD 1\r\nBODY 1\r\nHEAD 2\r\nBODY 2\r\n",
+         false},
+        {"stop", stop, 1, 3, 100, {1}, L"1件の記事を取得しました。", 1,
+         "HEAD 1\r\nBODY 1\r\nHEAD 2\r\nBODY 2\r\nHEAD 3\r\nBODY 3\r\n", true},
+    };
+    for (Case &c : cases) {
+        DataFolder data;
+        data.Index(L"fj.test", 0);
+        SessionRun run;
+        DownloadEvents events = {&run.progress, nullptr,
+                                 [](void *progress) { ProgressRequestStop((DownloadProgress *)progress); }, nullptr};
+        NntpSetPipelineDepth(kDefaultPipelineDepth);
+        RunSessionInto(run, c.script.Start(), {L"fj.test"}, nullptr, nullptr, data.folder.path(), c.limit,
+                       L"127.0.0.1", c.stop ? &events : nullptr);
+        EXPECT_EQ(run.ok, 1) << c.name;
+        EXPECT_STREQ(run.result.text, c.text) << c.name;
+        EXPECT_EQ(c.script.Transcript(), "GROUP fj.test\r\n" + c.sent + "QUIT\r\n") << c.name;
+        StoreBytes expected;
+        for (DWORD n : c.stored)
+            expected.Add(Plain(n));
+        EXPECT_EQ(data.Log(), expected.log) << c.name;
+        EXPECT_EQ(data.Idx(), Header(c.last_fetched, c.last, (DWORD)c.stored.size(), c.text) + expected.records)
+            << c.name;
+    }
 }

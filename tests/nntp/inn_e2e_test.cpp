@@ -7,7 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "nntp/pipeline.h"
 #include "session_fixture.h"
+#include "settings/settings.h"
 #include "support/temp_folder.h"
 
 namespace {
@@ -78,4 +80,31 @@ TEST(InnEndToEnd, AuthenticationRefusalsFromINN)
     EXPECT_EQ(run.result.severity, 1u);
     const std::wstring refused = L"グループへ移動できませんでした : 480 ";
     EXPECT_EQ(std::wstring(run.result.text).substr(0, refused.size()), refused);
+}
+
+/* The window changes nothing on disk: depth 1 and the default depth store
+ * the same bytes with a limit below, at and above a group's article count. */
+TEST(InnEndToEnd, DefaultDepthStoresTheBytesOfDepthOne)
+{
+    InnServer inn;
+    ASSERT_NE(inn.open_port, 0);
+    std::string first_index = FileBytes(inn.folder + L"\\expected\\" + inn.groups[0] + L".idx");
+    ASSERT_GE(first_index.size(), 20u);
+    DWORD group_size = *(const DWORD *)(first_index.data() + 16);
+    for (DWORD limit : {group_size / 3, group_size, (DWORD)1000}) {
+        std::string files[2];
+        DWORD depths[2] = {1, kDefaultPipelineDepth};
+        for (int i = 0; i < 2; i++) {
+            InnServer fresh;
+            NntpSetPipelineDepth(depths[i]);
+            SessionRun run = RunScriptedSession(fresh.open_port, fresh.groups, nullptr, nullptr, fresh.data.path(), limit);
+            NntpSetPipelineDepth(kDefaultPipelineDepth);
+            EXPECT_EQ(run.ok, 1) << limit;
+            for (const std::wstring &group : fresh.groups)
+                for (const wchar_t *extension : {L".log", L".idx"})
+                    files[i] += FileBytes(fresh.data.file(group + extension)) + "\n--\n";
+        }
+        EXPECT_GT(files[0].size(), 1000u);
+        EXPECT_TRUE(files[0] == files[1]) << "limit " << limit;
+    }
 }

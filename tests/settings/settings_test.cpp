@@ -265,6 +265,19 @@ TEST_F(SettingsTest, ViewOptionsLiveInTheirSubkeysWithTheirDefaults)
     EXPECT_EQ(value, 0u);
 }
 
+TEST_F(SettingsTest, PipelineDepthIsClampedAndDefaultsWhenMissing)
+{
+    DWORD value = 0;
+    EXPECT_EQ(ReadPipelineDepth(&value), 0);
+    EXPECT_EQ(value, 128u);
+    const DWORD cases[][2] = {{0, 1}, {1, 1}, {7, 7}, {256, 256}, {257, 256}, {0xFFFFFFFFu, 256}};
+    for (const auto &c : cases) {
+        ASSERT_EQ(WriteViewOption(L"Download", L"PipelineDepth", c[0]), 1);
+        EXPECT_EQ(ReadPipelineDepth(&value), 1);
+        EXPECT_EQ(value, c[1]) << c[0];
+    }
+}
+
 TEST_F(SettingsTest, KeyThatCannotBeCreatedFailsLoadSaveAndViewOptions)
 {
     /* Under a volatile parent the lasting program key cannot be created. */

@@ -6,6 +6,8 @@ must hold after downloading them.
                                                 write DIR/expected/<group>.log,
                                                 <group>.idx and groups.txt
     corpus.py seed DIR INN_SH                   sample groups for the main job
+    corpus.py bench DIR INN_SH GROUP COUNT      COUNT articles (about 1 KB each
+                                                on the wire) in one group
 
 The expected files are built here from the documented formats (article log
 and index, version 5), independently of Pelnor's code: header lines decoded
@@ -49,7 +51,7 @@ class Article:
     """One article: the wire bytes offered to INN and the bytes Pelnor
     stores for it (without the sequence line)."""
 
-    def __init__(self, group, index, rng):
+    def __init__(self, group, index, rng, body_lines=(2, 12)):
         self.group = group
         self.message_id = "<%s.%d@pelnor.test>" % (group, index)
         wire = []     # header lines as sent, CR LF each
@@ -102,7 +104,7 @@ class Article:
         wire.append(b"Organization: " + word("テスト組織") + b"\r\n")
 
         body = []
-        for line_number in range(rng.randint(2, 12)):
+        for line_number in range(rng.randint(*body_lines)):
             kind = rng.randint(0, 9)
             if kind == 0:
                 body.append("")
@@ -201,7 +203,7 @@ def run(inn_sh, folder, *args):
     subprocess.run([inn_sh, args[0], folder] + list(args[1:]), check=True, stdout=subprocess.DEVNULL)
 
 
-def post_groups(folder, inn_sh, groups, per_group, seed, cancel_every):
+def post_groups(folder, inn_sh, groups, per_group, seed, cancel_every, body_lines=(2, 12)):
     """Posts per_group articles to each group, cancels some, and returns
     {group: [(number, article) present on the server]}."""
     rng = random.Random(seed)
@@ -214,7 +216,7 @@ def post_groups(folder, inn_sh, groups, per_group, seed, cancel_every):
     for group in groups:
         present[group] = []
         for i in range(1, per_group + 1):
-            article = Article(group, i, rng)
+            article = Article(group, i, rng, body_lines)
             path = os.path.join(art_dir, "%s.%d" % (group, i))
             with open(path, "wb") as f:
                 f.write(article.wire)
@@ -258,6 +260,9 @@ def main():
         folder, inn_sh, groups, per_group = sys.argv[2], sys.argv[3], sys.argv[4].split(","), int(sys.argv[5])
         present = post_groups(folder, inn_sh, groups, per_group, seed=4, cancel_every=13)
         write_expected(folder, present)
+    elif command == "bench":
+        folder, inn_sh, group, count = sys.argv[2], sys.argv[3], sys.argv[4], int(sys.argv[5])
+        post_groups(folder, inn_sh, [group], count, seed=11, cancel_every=0, body_lines=(13, 23))
     elif command == "seed":
         folder, inn_sh = sys.argv[2], sys.argv[3]
         groups = ["fj.comp.misc", "fj.rec.animation", "japan.test"]

@@ -1,10 +1,8 @@
 #!/usr/bin/env bash
 # The INN of the end-to-end tests: a private INN with two readers on free
 # loopback ports, one open and one that wants "pelnor" / "e2e-secret",
-# holding the test corpus (3 groups of 80 articles, some cancelled). The
-# open reader is nnrpd as INN starts it (about 11 articles a second for a
-# one-command-at-a-time client: see inn.sh); the other sends replies at
-# once (TCP_NODELAY), which keeps the test short.
+# holding the test corpus (3 groups of 80 articles, some cancelled). Both
+# readers are nnrpd as INN starts it.
 #   e2e.sh start DIR    DIR/ports holds "OPEN_PORT AUTH_PORT";
 #                       DIR/expected the log and index bytes per group
 #   e2e.sh stop DIR
@@ -23,7 +21,7 @@ start)
   "$here/inn.sh" stop "$dir" >/dev/null 2>&1 || true  # a server left by an earlier run
   rm -rf "$dir"
   open_port=$("$here/inn.sh" start "$dir" 0)
-  auth_port=$(PELNOR_INN_NODELAY=1 "$here/inn.sh" reader "$dir" 0 pelnor:e2e-secret)
+  auth_port=$("$here/inn.sh" reader "$dir" 0 pelnor:e2e-secret)
   python3 "$here/corpus.py" e2e "$dir" "$here/inn.sh" fj.test.pelnor,fj.comp.pelnor.misc,japan.test.pelnor 80
   echo "$open_port $auth_port" >"$dir/ports.tmp"
   mv "$dir/ports.tmp" "$dir/ports"

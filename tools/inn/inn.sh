@@ -13,12 +13,9 @@
 #   inn.sh seed DIR                         sample Japanese groups and articles;
 #                                           DIR/group.dat subscribes to them
 #   inn.sh stop DIR                         stop every daemon of DIR
-# PORT 0 picks a free port; the port is printed. With PELNOR_INN_NODELAY=1 a
-# reader sends each reply piece at once (TCP_NODELAY on its connections):
-# nnrpd writes a status line and its data apart, and a client that waits
-# for the whole reply before its next command otherwise loses a delayed
-# acknowledgement (40 ms) on each. Everything INN writes stays
-# in DIR; the daemons' output goes to DIR/log.
+# PORT 0 picks a free port; the port is printed. The readers are nnrpd as
+# INN ships it. Everything INN writes stays in DIR; the daemons' output goes
+# to DIR/log.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 bin=/usr/lib/news/bin
@@ -172,14 +169,7 @@ start_reader() {
   [ "$port" = 0 ] && port=$(free_port)
   local conf=()
   if [ -n "$login" ]; then conf=(-c "$(auth_readers_conf "$login")"); fi
-  local preload=
-  if [ "${PELNOR_INN_NODELAY:-0}" = 1 ]; then
-    if [ ! -f "$dir/run/nodelay.so" ]; then
-      "$(command -v cc || command -v clang)" -shared -fPIC -O2 -o "$dir/run/nodelay.so" "$here/nodelay.c" -ldl
-    fi
-    preload=$dir/run/nodelay.so
-  fi
-  LD_PRELOAD=$preload setsid "$bin/nnrpd" -D -f -p "$port" -b 127.0.0.1 "${conf[@]}" </dev/null >>"$dir/log/nnrpd.out" 2>&1 &
+  setsid "$bin/nnrpd" -D -f -p "$port" -b 127.0.0.1 "${conf[@]}" </dev/null >>"$dir/log/nnrpd.out" 2>&1 &
   echo $! >>"$dir/run/readers.pids"
   wait_for_greeting "$port"
   echo "$port"
