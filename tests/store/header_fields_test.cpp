@@ -49,10 +49,9 @@ TEST(HeaderBlock, JoinsFoldedLinesAndNotesTheNamedLines)
     EXPECT_EQ(block.sequence, 4711u);
     EXPECT_EQ(block.date_line, kNoHeaderLine);
 
-    /* The buffer grows in 2048-byte steps, keeping what it held. */
+    /* The buffer grows, keeping what it held. */
     std::string huge = "References: " + std::string(5000, 'r') + "\r\n";
     ASSERT_TRUE(HeaderBlockAdd(&block, huge.c_str()));
-    EXPECT_EQ(block.capacity, 6144u);
     EXPECT_EQ(std::string(block.buffer, HeaderBlockSize(&block)), head + huge);
     HeaderBlockFree(&block);
 }

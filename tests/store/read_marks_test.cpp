@@ -69,19 +69,6 @@ TEST_F(ReadMarksTest, DeletionKeepsTheUnreadArticles)
         ExpectNoTemporaries();
     }
 
-    /* A keyword given after the deletion sorts the kept articles by their
-     * own subjects. */
-    ASSERT_TRUE(WriteFileBytes(FilterPath(), "+ zero\r\n- two\r\n"));
-    WriteFour({true, false, false, true});
-    ASSERT_TRUE(DeleteReadArticles(&store_));
-    ASSERT_TRUE(IndexReadHeader(&store_));
-    ASSERT_TRUE(IndexRefilter(&store_));
-    std::string index = FileBytes(IndexPath());
-    ASSERT_EQ(index.size(), 100u + 2 * 92);
-    EXPECT_EQ(ReadU32(index, 100), 0u);          /* "one": no keyword */
-    EXPECT_EQ(ReadU32(index, 100 + 92), 1u << 1); /* "two": low */
-    DeleteFileW(FilterPath().c_str());
-
     /* A group without records is rewritten too. */
     ASSERT_TRUE(WriteFileBytes(IndexPath(), HeaderBytes(HeaderFields{5, 0, 0, 0, 0, 9})));
     ASSERT_TRUE(WriteFileBytes(LogPath(), "stray bytes"));

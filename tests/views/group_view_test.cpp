@@ -45,14 +45,6 @@ protected:
     int Selected() { return (int)SendMessageW(view_.list, LVM_GETNEXTITEM, (WPARAM)-1, LVNI_SELECTED); }
     int Focused() { return (int)SendMessageW(view_.list, LVM_GETNEXTITEM, (WPARAM)-1, LVNI_FOCUSED); }
 
-    void Select(int row)
-    {
-        LVITEMW item = {};
-        item.stateMask = LVIS_SELECTED | LVIS_FOCUSED;
-        item.state = LVIS_SELECTED | LVIS_FOCUSED;
-        SendMessageW(view_.list, LVM_SETITEMSTATE, row, (LPARAM)&item);
-    }
-
     DWORD StoredWidth(const wchar_t *name)
     {
         DWORD value = 0, size = sizeof value, type = 0;
@@ -136,7 +128,7 @@ TEST_F(GroupViewTest, ReloadShowsEachGroupsHeader)
     EXPECT_TRUE(watcher_.boxes().empty());
 
     /* A reload selects the first row whatever was selected before. */
-    Select(2);
+    ListView_SetItemState(view_.list, 2, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
     ASSERT_EQ(Selected(), 2);
     ASSERT_TRUE(GroupViewReload(&view_, data_.path().c_str()));
     EXPECT_EQ(Selected(), 0);
@@ -222,9 +214,7 @@ TEST_F(GroupViewTest, SelectionNextAndUnread)
     ASSERT_TRUE(GroupViewSelected(&view_, tiny, 3, nullptr));
     EXPECT_STREQ(tiny, L"tw");
 
-    LVITEMW clear = {};
-    clear.stateMask = LVIS_SELECTED;
-    SendMessageW(view_.list, LVM_SETITEMSTATE, (WPARAM)-1, (LPARAM)&clear);
+    ListView_SetItemState(view_.list, -1, 0, LVIS_SELECTED);
     EXPECT_FALSE(GroupViewSelected(&view_, name, 64, nullptr));
     EXPECT_FALSE(GroupViewSelectNext(&view_, &moved));
 }
