@@ -8,6 +8,7 @@
 
 #include "base/dialog.h"
 #include "base/res_text.h"
+#include "platform/frame_size.h"
 #include "resources/resource.h"
 
 namespace {
@@ -49,6 +50,51 @@ INT_PTR ColourPageHandler(HWND dialog, UINT msg, WPARAM wp, LPARAM lp, SettingsP
         return TRUE;
     }
     return handled;
+}
+
+/* The platform sizes a sheet for its button row and its tabs, which makes it
+ * wider and taller than the screen: it is laid out again to fill the
+ * screen, tabs at the top, OK and Cancel at the bottom right, and the
+ * current page in the tabs' display area (pages opened later are placed
+ * there by the sheet itself). */
+void FitSheetToScreen(HWND sheet)
+{
+    const int margin = 2;
+    SetWindowPos(sheet, nullptr, 0, 0, kDeviceClientWidth, kDeviceClientHeight, SWP_NOZORDER | SWP_NOACTIVATE);
+    RECT client;
+    GetClientRect(sheet, &client);
+    int right = client.right - margin;
+    int buttons_top = client.bottom;
+    const int buttons[] = {IDCANCEL, IDOK};
+    for (int id : buttons) {
+        HWND button = GetDlgItem(sheet, id);
+        if (!button)
+            continue;
+        RECT rc;
+        GetWindowRect(button, &rc);
+        int width = rc.right - rc.left, height = rc.bottom - rc.top;
+        buttons_top = client.bottom - margin - height;
+        SetWindowPos(button, nullptr, right - width, buttons_top, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
+        right -= width + margin;
+    }
+    HWND tab = PropSheet_GetTabControl(sheet);
+    RECT area = {margin, margin, client.right - margin, buttons_top - margin};
+    SetWindowPos(tab, nullptr, area.left, area.top, area.right - area.left, area.bottom - area.top,
+                 SWP_NOZORDER | SWP_NOACTIVATE);
+    RECT display = {0, 0, area.right - area.left, area.bottom - area.top};
+    TabCtrl_AdjustRect(tab, FALSE, &display);
+    OffsetRect(&display, area.left, area.top);
+    HWND page = PropSheet_GetCurrentPageHwnd(sheet);
+    if (page)
+        SetWindowPos(page, nullptr, display.left, display.top, display.right - display.left,
+                     display.bottom - display.top, SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+int CALLBACK SheetCallback(HWND sheet, UINT msg, LPARAM)
+{
+    if (msg == PSCB_INITIALIZED)
+        FitSheetToScreen(sheet);
+    return 0;
 }
 
 } // namespace
@@ -120,7 +166,8 @@ int RunSettingsSheet(Settings *settings, HINSTANCE instance, HWND owner)
     LoadResText(IDS_PROPERTIES, caption, 64);
     PROPSHEETHEADERW header = {};
     header.dwSize = sizeof(header);
-    header.dwFlags = PSH_PROPSHEETPAGE | PSH_NOAPPLYNOW | PSH_USEICONID;
+    header.dwFlags = PSH_PROPSHEETPAGE | PSH_NOAPPLYNOW | PSH_USEICONID | PSH_USECALLBACK;
+    header.pfnCallback = SheetCallback;
     header.hwndParent = owner;
     header.hInstance = instance;
     header.pszIcon = MAKEINTRESOURCEW(IDI_PELNOR);

@@ -402,6 +402,10 @@ TEST_F(SettingsSheetTest, EveryPageShowsItsWholeTextsAndIsPictured)
     std::wstring caption;
     EXPECT_EQ(Run([&](HWND sheet) {
                   caption = WindowText(sheet);
+                  RECT outer;
+                  GetWindowRect(sheet, &outer);
+                  EXPECT_LE(outer.right - outer.left, 240); /* the device's screen */
+                  EXPECT_LE(outer.bottom - outer.top, 320);
                   HWND tab = PropSheet_GetTabControl(sheet);
                   for (int page = kMain; page <= kPosting; page++) {
                       wchar_t text[64] = L"";
