@@ -29,9 +29,6 @@ const FramePane kPanes[] = {
      nullptr, nullptr},
 };
 
-HWND AppFrame::*const kMenuBars[] = {&AppFrame::groupMenuBar, &AppFrame::subjectMenuBar,
-                                     &AppFrame::articleMenuBar, &AppFrame::draftsMenuBar};
-
 HWND WindowOf(const AppFrame *frame, const FramePane &pane)
 {
     return pane.window ? pane.window(frame) : nullptr;
@@ -60,9 +57,9 @@ void SwitchToPane(AppFrame *frame, ViewKind kind, const PaneSwitch *how)
     const FramePane *target = PaneOf(kind);
     if (target->enter && !target->enter(frame, how))
         return;
-    for (HWND AppFrame::*bar : kMenuBars)
-        if (bar != target->menu_bar)
-            ShowWindow(frame->*bar, SW_HIDE);
+    for (const FramePane &pane : kPanes)
+        if (pane.menu_bar != target->menu_bar)
+            ShowWindow(frame->*pane.menu_bar, SW_HIDE);
     ShowWindow(frame->*target->menu_bar, SW_SHOW);
     for (const FramePane &pane : kPanes)
         if (&pane != target)
@@ -91,10 +88,10 @@ void FocusCurrentPane(AppFrame *frame)
 
 void LayoutPanes(AppFrame *frame)
 {
-    HWND bars[sizeof kMenuBars / sizeof kMenuBars[0]];
+    HWND bars[sizeof kPanes / sizeof kPanes[0]];
     int bar_count = 0;
-    for (HWND AppFrame::*bar : kMenuBars)
-        bars[bar_count++] = frame->*bar;
+    for (const FramePane &pane : kPanes)
+        bars[bar_count++] = frame->*pane.menu_bar;
     HWND panes[sizeof kPanes / sizeof kPanes[0]];
     int pane_count = 0;
     for (const FramePane &pane : kPanes)
