@@ -24,6 +24,18 @@ const char *FindLf(const char *p, const char *end)
     return nullptr;
 }
 
+/* Bit i set where byte p[i] is `c`, for 64 bytes. */
+uint64_t ByteMask(const char *p, char c)
+{
+    const __m128i cs = _mm_set1_epi8(c);
+    uint64_t mask = 0;
+    for (int i = 0; i < 4; i++) {
+        __m128i bytes = _mm_loadu_si128((const __m128i *)(p + 16 * i));
+        mask |= (uint64_t)(unsigned)_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, cs)) << (16 * i);
+    }
+    return mask;
+}
+
 } // namespace
 
 int LineReaderInit(LineReader *reader, HANDLE file, DWORD buffer_size, DWORD line_capacity)
@@ -113,23 +125,40 @@ int LineReaderSkipPast(LineReader *reader, const char *target, DWORD target_leng
         /* Whole lines inside the buffer, found in place. */
         const char *buffer = reader->buffer;
         const char *line_start = buffer + reader->position, *end = buffer + reader->filled;
-        const char *p = line_start;
-        while (const char *lf = FindLf(p, end)) {
-            p = lf + 1;
-            if (lf == line_start || lf[-1] != '\r')
-                continue; /* a lone LF does not end the line */
-            DWORD length = (DWORD)(p - line_start);
+        /* The line ending at the LF at `lf`: 1 when it is the target, -1
+         * when it is too long, 0 to go on. */
+        auto end_line = [&](const char *lf) {
+            DWORD length = (DWORD)(lf + 1 - line_start);
             if (length + 1 > reader->line_capacity) {
                 SetLastError(ERROR_MORE_DATA);
-                return 0;
+                return -1;
             }
             total += length;
-            reader->position = (DWORD)(p - buffer);
-            if (length == target_length && memcmp(line_start, target, length) == 0) {
-                *skipped = total;
-                return 1;
-            }
-            line_start = p;
+            bool found = length == target_length && memcmp(line_start, target, length) == 0;
+            line_start = lf + 1;
+            return found ? 1 : 0;
+        };
+        int result = 0;
+        /* Line ends from masks of 64 bytes: most body lines are about that
+         * long, so a step costs a few instructions rather than a search. */
+        const char *p = line_start;
+        uint64_t cr_before = 0; /* the byte before p is a CR of this line */
+        for (; result == 0 && end - p >= 64; p += 64) {
+            uint64_t cr = ByteMask(p, '\r');
+            uint64_t ends = ByteMask(p, '\n') & (cr << 1 | cr_before);
+            cr_before = cr >> 63;
+            for (; result == 0 && ends; ends &= ends - 1)
+                result = end_line(p + __builtin_ctzll(ends));
+        }
+        for (const char *lf; result == 0 && (lf = FindLf(p, end)); p = lf + 1)
+            if (lf > line_start && lf[-1] == '\r') /* a lone LF does not end the line */
+                result = end_line(lf);
+        if (result < 0)
+            return 0;
+        reader->position = (DWORD)(line_start - buffer);
+        if (result > 0) {
+            *skipped = total;
+            return 1;
         }
         /* A line running past the buffer's end, or a buffer to refill: one
          * line the ordinary way. */

@@ -47,6 +47,10 @@ TEST(LineReader, SkipPastFindsTheWholeLineOrFailsAsNextWould)
         {"a\r\n" + std::string(1100, 'y') + "\r\n==\r\n", "==\r\n", 0, ERROR_MORE_DATA},
         {"a\r\n" + std::string(1100, 'y'), "==\r\n", 0, ERROR_MORE_DATA},
         {"a\r\n==\r", "==\r\n", 0, ERROR_HANDLE_EOF},
+        /* Long enough to be searched 64 bytes at a time: a CR LF across two
+         * steps ends the line, a lone LF opening a line does not. */
+        {"x\r\n" + std::string(63, 'a') + "\r\n==\r\n" + std::string(70, 'c'), "==\r\n", 1, 72},
+        {"x\r\n" + std::string(63, 'a') + "\r\n\n==\r\n" + std::string(70, 'c') + "\r\n==\r\n", "==\r\n", 1, 149},
     };
     for (const Case &c : cases) {
         std::wstring path = folder.file(L"skip.txt");
