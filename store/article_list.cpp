@@ -2,6 +2,7 @@
 
 #include <stddef.h>
 
+#include <stdlib.h>
 #include <string.h>
 
 #include "base/scoped_win.h"
@@ -27,9 +28,8 @@ unsigned char RunOf(const ArticleList *list, const IndexRecord *record)
 
 void DropPages(ArticleList *list)
 {
-    if (list->heap)
-        HeapDestroy(list->heap);
-    list->heap = nullptr;
+    free(list->page);
+    free(list->row_map);
     list->page = nullptr;
     list->row_map = nullptr;
     list->visible_count = 0;
@@ -45,9 +45,9 @@ DWORD FieldLength(const char *field, DWORD size)
     return length;
 }
 
-void *HeapBytes(HANDLE heap, SIZE_T size)
+void *Bytes(SIZE_T size)
 {
-    void *bytes = HeapAlloc(heap, 0, size ? size : 1);
+    void *bytes = malloc(size ? size : 1);
     if (!bytes)
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return bytes;
@@ -128,63 +128,50 @@ int ArticleListBuild(ArticleList *list, DWORD page_size)
     DropPages(list);
     if (!IndexReadHeader(&list->store))
         return 0;
-    list->heap = HeapCreate(0, 0, 0);
-    if (!list->heap) {
-        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-        return 0;
-    }
+    /* The row map and the page come from the process heap: a group opened
+     * again reuses memory already in use instead of fresh pages. */
     DWORD count = list->store.record_count;
-    list->row_map = (DWORD *)HeapBytes(list->heap, (SIZE_T)count * sizeof(DWORD));
-    unsigned char *runs = (unsigned char *)HeapBytes(list->heap, count);
-    if (!list->row_map || !runs) {
-        DropPages(list);
-        return 0;
-    }
-    {
+    list->row_map = (DWORD *)Bytes((SIZE_T)count * sizeof(DWORD));
+    unsigned char *runs = (unsigned char *)Bytes(count);
+    IndexRecord *block = (IndexRecord *)Bytes(kIndexRecordBatch * sizeof(IndexRecord));
+    DWORD run_rows[kHidden + 1] = {0, 0, 0, 0};
+    int ok = list->row_map && runs && block;
+    if (ok) {
         ScopedFile index(OpenForReading(list->store.index_path));
-        if (!index.valid() || !SeekFile(index.get(), IndexRecordOffset(0))) {
-            DropPages(list);
-            return 0;
-        }
-        /* The records are read in blocks, into the page's space (allocated
-         * here for that) so the scan needs nothing more. */
-        list->page = (IndexRecord *)HeapBytes(list->heap, kIndexRecordBatch * sizeof(IndexRecord));
-        if (!list->page) {
-            DropPages(list);
-            return 0;
-        }
-        for (DWORD done = 0; done < count;) {
+        ok = index.valid() && SeekFile(index.get(), IndexRecordOffset(0));
+        for (DWORD done = 0; ok && done < count;) {
             DWORD wanted = count - done < kIndexRecordBatch ? count - done : kIndexRecordBatch, got = 0;
-            if (!ReadBytes(index.get(), list->page, wanted * kIndexRecordSize, &got) ||
-                got < wanted * kIndexRecordSize) {
-                if (got < wanted * kIndexRecordSize)
-                    SetLastError(ERROR_HANDLE_EOF);
-                DropPages(list);
-                return 0;
+            ok = ReadBytes(index.get(), block, wanted * kIndexRecordSize, &got);
+            if (ok && got < wanted * kIndexRecordSize) {
+                SetLastError(ERROR_HANDLE_EOF);
+                ok = 0;
             }
-            for (DWORD i = 0; i < wanted; i++)
-                runs[done + i] = RunOf(list, &list->page[i]);
+            for (DWORD i = 0; ok && i < wanted; i++)
+                run_rows[runs[done + i] = RunOf(list, &block[i])]++;
             done += wanted;
         }
-        HeapFree(list->heap, 0, list->page);
-        list->page = nullptr;
+    }
+    if (ok) {
+        /* Each run's rows start where the runs before it end. */
+        DWORD next[kRunLow + 1] = {0, run_rows[kRunHigh], run_rows[kRunHigh] + run_rows[kRunNormal]};
+        for (DWORD number = 0; number < count; number++)
+            if (runs[number] != kHidden)
+                list->row_map[next[runs[number]]++] = number;
+        list->visible_count = next[kRunLow];
+        list->page_size = page_size;
+        list->page = (IndexRecord *)Bytes((SIZE_T)page_size * sizeof(IndexRecord));
+        ok = list->page != nullptr;
+    }
+    DWORD error = GetLastError();
+    free(runs);
+    free(block);
+    if (!ok) {
+        DropPages(list);
+        SetLastError(error);
+        return 0;
     }
     /* The header's counts are taken as they stand; toggles move the
      * unread count from there. */
-    DWORD rows = 0;
-    for (unsigned char run = kRunHigh; run <= kRunLow; run++)
-        for (DWORD number = 0; number < count; number++)
-            if (runs[number] == run)
-                list->row_map[rows++] = number;
-    HeapFree(list->heap, 0, runs);
-    list->visible_count = rows;
-
-    list->page_size = page_size;
-    list->page = (IndexRecord *)HeapBytes(list->heap, (SIZE_T)page_size * sizeof(IndexRecord));
-    if (!list->page) {
-        DropPages(list);
-        return 0;
-    }
     list->current_in_page = 0;
     return ArticleListLoadPage(list, 0);
 }

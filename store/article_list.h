@@ -19,8 +19,7 @@ struct ArticleList {
     DWORD visible_count;     /* rows in the row map */
     DWORD rows_in_page;      /* records loaded into the page */
     DWORD first_row;         /* list row of page[0] */
-    IndexRecord *page;       /* page_size records, on the heap below */
-    HANDLE heap;             /* private heap of the page and row map */
+    IndexRecord *page;       /* page_size records */
     DWORD *row_map;          /* record number of each row */
     int open;                /* opened from a group: close saves the position */
     int show_read;           /* ViewReadArticle */
