@@ -105,26 +105,17 @@ TEST_F(DownloadTest, UserWithoutPasswordIsAskedEachRunAndTheTypedPasswordIsSent)
     EXPECT_EQ(frame_.settings.Password, nullptr);
 }
 
-/* The server's side of a group whose articles first..last are all there. */
-void ServeGroup(NntpScript *script, const std::string &group, int count, int first, int last)
-{
-    script->Recv().Send("211 " + std::to_string(count) + " " + std::to_string(first) + " " +
-                        std::to_string(last) + " " + group + "\r\n");
-    for (int n = first; n <= last && count > 0; n++) {
-        std::string id = "<" + std::to_string(n) + "@" + group + ">";
-        script->Recv().Send("221 " + std::to_string(n) + " " + id + "\r\nFrom: a@example.jp\r\nSubject: n" +
-                            std::to_string(n) + "\r\n.\r\n");
-        script->Recv().Send("222 " + std::to_string(n) + " " + id + "\r\nbody\r\n.\r\n");
-    }
-}
-
 /* Escape asks the run to stop; while the worker runs, I starts no second
  * run and closing the frame does not take the program away under it. */
 TEST_F(DownloadTest, EscapeStopsTheRunAndNothingElseStartsOrClosesMeanwhile)
 {
     NntpScript script;
-    script.Send("200 ready\r\n");
-    ServeGroup(&script, "fj.a", 3, 1, 3);
+    script.Send("200 ready\r\n").Recv().Send("211 3 1 3 fj.a\r\n");
+    for (int n = 1; n <= 3; n++) {
+        std::string id = std::to_string(n) + " <" + std::to_string(n) + "@fj.a>\r\n";
+        script.Recv().Send("221 " + id + "From: a@example.jp\r\nSubject: n\r\n.\r\n");
+        script.Recv().Send("222 " + id + "body\r\n.\r\n");
+    }
     StartWith("fj.a\r\nfj.b\r\n", script.Start());
     int progress_dialogs = 0;
     on_dialog_ = [&](HWND dialog, const std::wstring &title) {

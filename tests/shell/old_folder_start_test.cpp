@@ -1,8 +1,8 @@
 /*
  * Pelnor started, as a user starts it, on a data folder that older versions
  * of the program wrote: every index is brought to the current version before
- * the group view shows them (the bytes of each conversion are the store's
- * tests').
+ * the group view shows them (the converted bytes themselves are checked by
+ * the store's tests).
  */
 #include <gtest/gtest.h>
 
