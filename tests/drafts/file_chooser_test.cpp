@@ -23,7 +23,6 @@ protected:
     int Run(const wchar_t *pattern, std::function<void(HWND dialog, HWND tree)> act)
     {
         watcher_.SetDialogHandler([&](HWND dialog) {
-            caption_ = WindowText(dialog);
             RunSoon([&, dialog] {
                 act(dialog, GetDlgItem(dialog, IDC_CHOOSER_TREE));
                 if (IsWindow(dialog)) /* a failed step must not leave it open */
@@ -38,7 +37,6 @@ protected:
     TempFolder folder_;
     FileChooser chooser_;
     ModalWatcher watcher_;
-    std::wstring caption_;
 };
 
 TEST_F(FileChooserTest, ReExpandingAFolderShowsWhatItHoldsNow)
@@ -47,13 +45,9 @@ TEST_F(FileChooserTest, ReExpandingAFolderShowsWhatItHoldsNow)
         ASSERT_TRUE(CreateDirectoryW(folder_.file(name).c_str(), nullptr));
     ASSERT_TRUE(WriteFileBytes(folder_.file(L"a.txt"), "folder mode lists no files"));
     SetFileChooserDrive(&chooser_, folder_.path().c_str());
-    std::vector<std::wstring> first, second, root_children;
-    std::wstring root_text;
+    std::vector<std::wstring> first, second;
     EXPECT_EQ(Run(nullptr,
                   [&](HWND dialog, HWND tree) {
-                      HTREEITEM root = TreeView_GetRoot(tree);
-                      root_text = TreeItemText(tree, root);
-                      root_children = TreeChildren(tree, root);
                       HTREEITEM item = OpenTreeTo(tree, folder_.path());
                       first = TreeChildren(tree, item);
                       TreeKey(tree, item, false);
@@ -66,9 +60,6 @@ TEST_F(FileChooserTest, ReExpandingAFolderShowsWhatItHoldsNow)
                       ClickButton(dialog, IDC_CHOOSER_OK);
                   }),
               1);
-    EXPECT_EQ(caption_, L"Choose folder");
-    EXPECT_EQ(root_text, L"\\");
-    EXPECT_EQ(root_children, std::vector<std::wstring>{L"DUMMY/"});
     EXPECT_EQ(first, (std::vector<std::wstring>{L"Alpha/", L"beta/", L"gamma/"}));
     EXPECT_EQ(second, (std::vector<std::wstring>{L"Alpha/", L"delta/", L"gamma/"}));
     EXPECT_EQ(std::wstring(chooser_.result), folder_.file(L"delta\\"));
