@@ -5,27 +5,16 @@
 #include <vector>
 
 #include "nntp/connection.h"
-#include "nntp/pipeline.h"
-#include "settings/settings.h"
-#include "resources/resource.h"
 #include "session_fixture.h"
-#include "store/store_test_util.h"
+#include "support/group_bytes.h"
 #include "support/script_client.h"
-#include "support/temp_folder.h"
 
 namespace {
 
-/* A status text as the index header stores it: Shift_JIS, at most 63 bytes. */
-std::string Status(const wchar_t *text)
-{
-    char bytes[256];
-    int n = WideCharToMultiByte(932, 0, text, -1, bytes, sizeof bytes, nullptr, nullptr);
-    return std::string(bytes, n > 0 ? n - 1 : 0).substr(0, 63);
-}
-
+/* A version 5 header; its status as stored: Shift_JIS, at most 63 bytes. */
 std::string Header(DWORD last_fetched, DWORD server_last, DWORD records, const wchar_t *status)
 {
-    return HeaderBytes({5, last_fetched, server_last, 0, records, 0, Status(status), records, 0, 0});
+    return HeaderBytes({5, last_fetched, server_last, 0, records, 0, Sjis(status).substr(0, 63), records, 0, 0});
 }
 
 /* An article as stored: kept head lines, body, and its index fields. */
@@ -35,17 +24,13 @@ struct Stored {
 };
 
 /* The log and the records of articles stored one after another. */
-struct StoreBytes {
-    std::string log, records;
-    void Add(const Stored &a)
-    {
-        std::string bytes = ArticleBytes({a.head}, a.number, {a.body});
-        DWORD at = (DWORD)log.size(), subject_at = (DWORD)a.head.find("Subject: ") + 9;
-        records += RecordBytes({0, a.number, at, (DWORD)bytes.size(), a.subject, a.date, a.from, at + subject_at,
-                                (DWORD)a.head.find("\r\n", subject_at) - subject_at});
-        log += bytes;
-    }
-};
+GroupBytes StoreBytes(const std::vector<Stored> &articles)
+{
+    GroupBytes bytes;
+    for (const Stored &a : articles)
+        bytes.Add({a.head}, {a.body}, RecordFields{0, a.number, 0, 0, a.subject, a.date, a.from});
+    return bytes;
+}
 
 const std::string kGreeting = "200 news.example ready\r\n";
 
@@ -73,6 +58,13 @@ Stored Plain(DWORD n)
             "1101",
             from.substr(0, 15)};
 }
+GroupBytes PlainBytes(const std::vector<DWORD> &numbers)
+{
+    std::vector<Stored> articles;
+    for (DWORD n : numbers)
+        articles.push_back(Plain(n));
+    return StoreBytes(articles);
+}
 NntpScript &Serve(NntpScript &script, DWORD n)
 {
     return script.Reply(ArticleReply(221, n, "Path: news!not-for-mail\r\n" + Plain(n).head))
@@ -90,12 +82,9 @@ struct DataFolder {
     std::string Idx(const std::wstring &group = L"fj.test") { return FileBytes(folder.file(group + L".idx")); }
     /* Depth 1 unless asked: the one-command-at-a-time dialogue. */
     SessionRun Run(NntpScript &script, const std::vector<std::wstring> &groups = {L"fj.test"}, DWORD limit = 100,
-                   DWORD depth = 1)
+                   DWORD depth = 1, bool stop = false)
     {
-        NntpSetPipelineDepth(depth);
-        SessionRun run = RunScriptedSession(script.Start(), groups, nullptr, nullptr, folder.path(), limit);
-        NntpSetPipelineDepth(kDefaultPipelineDepth);
-        return run;
+        return RunScriptedSession(script.Start(), groups, nullptr, nullptr, folder.path(), limit, depth, stop);
     }
 };
 
@@ -126,50 +115,15 @@ TEST(ArticleDownload, StoresKeptHeaderLinesAndUnstuffedBodies)
     EXPECT_STREQ(run.result.text, L"1件の記事を取得しました。");
     EXPECT_EQ(run.result.severity, 0u);
     EXPECT_EQ(script.Transcript(), "GROUP fj.test\r\nHEAD 1\r\nBODY 1\r\nQUIT\r\n");
-    StoreBytes expected;
-    expected.Add({1,
-                  "From: Taro <taro@example.jp>\r\n"
-                  "Subject: \x82\xb1\x82\xf1 hellofolded part\r\n"
-                  "Date: Tue, 5 Mar 2024 10:00:00 +0900\r\n"
-                  "Message-ID: <1@pelnor.test>\r\n",
-                  "line one\r\n.x\r\nabc\r\n\x82\xb1\x82\xf1\r\n\r\n..\r\n", "\x82\xb1\x82\xf1 hellofolded part",
-                  "0305", "Taro"});
+    GroupBytes expected = StoreBytes({{1,
+                                       "From: Taro <taro@example.jp>\r\n"
+                                       "Subject: \x82\xb1\x82\xf1 hellofolded part\r\n"
+                                       "Date: Tue, 5 Mar 2024 10:00:00 +0900\r\n"
+                                       "Message-ID: <1@pelnor.test>\r\n",
+                                       "line one\r\n.x\r\nabc\r\n\x82\xb1\x82\xf1\r\n\r\n..\r\n",
+                                       "\x82\xb1\x82\xf1 hellofolded part", "0305", "Taro"}});
     EXPECT_EQ(data.Log(), expected.log);
-    EXPECT_EQ(data.Idx(), Header(1, 1, 1, L"1件の記事を取得しました。") + expected.records);
-}
-
-TEST(ArticleDownload, MissingArticlesAreSkippedAndTheLimitHolds)
-{
-    /* first = 10 is above last fetched + 1: the run starts at 10. 10 is
-     * missing at HEAD, 12 at BODY; neither counts toward the limit of 2. */
-    NntpScript script;
-    script.Send(kGreeting).Reply(GroupReply(10, 15)).Reply("423 No such article number 10\r\n");
-    Serve(script, 11).Reply(ArticleReply(221, 12, Plain(12).head)).Reply("423 gone\r\n");
-    Serve(script, 13);
-    DataFolder data;
-    data.Index(L"fj.test", 0);
-    SessionRun run = data.Run(script, {L"fj.test"}, 2);
-    EXPECT_EQ(run.ok, 1);
-    const wchar_t *limit_text = L"制限数の2件の記事を取得しました。サーバには未取得の記事が残っています。";
-    EXPECT_STREQ(run.result.text, limit_text);
-    EXPECT_EQ(script.Transcript(), "GROUP fj.test\r\nHEAD 10\r\nHEAD 11\r\nBODY 11\r\nHEAD 12\r\nBODY 12\r\n"
-                                   "HEAD 13\r\nBODY 13\r\nQUIT\r\n");
-    StoreBytes expected;
-    expected.Add(Plain(11));
-    expected.Add(Plain(13));
-    EXPECT_EQ(data.Log(), expected.log); /* nothing of 12 stays in the log */
-    EXPECT_EQ(data.Idx(), Header(13, 15, 2, limit_text) + expected.records);
-
-    /* The next run starts right after the last article processed; a missing
-     * last article still moves last fetched. */
-    NntpScript next;
-    Serve(next.Send(kGreeting).Reply(GroupReply(10, 15)), 14).Reply("423 gone\r\n");
-    run = data.Run(next, {L"fj.test"}, 2);
-    EXPECT_STREQ(run.result.text, L"1件の記事を取得しました。");
-    EXPECT_EQ(next.Transcript(), "GROUP fj.test\r\nHEAD 14\r\nBODY 14\r\nHEAD 15\r\nQUIT\r\n");
-    expected.Add(Plain(14));
-    EXPECT_EQ(data.Log(), expected.log);
-    EXPECT_EQ(data.Idx(), Header(15, 15, 3, L"1件の記事を取得しました。") + expected.records);
+    EXPECT_EQ(data.Idx(), Header(1, 1, 1, L"1件の記事を取得しました。") + expected.Records());
 }
 
 TEST(ArticleDownload, NothingNewAfterCatchUpOnTheServer)
@@ -285,72 +239,90 @@ NntpScript FirstTwoOfThree()
 
 } // namespace
 
-/* Every fault inside a group keeps what was stored before it: the header
- * says the last article completely stored and counts it, an unfinished
- * article is cut off the log, and a reply that is not the one asked for
- * ends the run instead of being paired with the next command. A second run
- * against a healthy server then fetches only what is missing. */
-TEST(ArticleDownload, FaultsKeepWhatWasStoredAndTheNextRunGoesOnFromThere)
+/* Every fault inside a group keeps what was stored before it, byte for
+ * byte the same whether the commands went one at a time or ahead in the
+ * window: the header says the last article completely stored and counts
+ * it, an unfinished article is cut off the log, and a reply that is not the
+ * one asked for ends the run instead of being paired with the next
+ * command. Depth 1 stops sending at the failing command; the window had
+ * sent all. A second run against a healthy server then fetches only what
+ * is missing. */
+TEST(ArticleDownload, FaultsKeepWhatWasStoredAtEitherDepthAndTheNextRunGoesOn)
 {
     const std::string head3 = "221 3 <3@pelnor.test>\r\n";
     NntpScript at_body = FirstTwoOfThree();
     at_body.Reply(ArticleReply(221, 3, Plain(3).head));
     const std::string nul(1, '\0');
     struct Case {
+        const char *name;
         NntpScript script;
-        const wchar_t *text; /* null: the run succeeds */
+        const wchar_t *text; /* the group's status */
+        bool ok;
+        DWORD stored;
     } cases[] = {
-        {FirstTwoOfThree().Recv().Close(), L"受信に失敗しました(38)."},
-        {FirstTwoOfThree().Recv().Send(head3 + "From: x\r\nSubj").Close(), L"受信が正常に終了しませんでした(38)."},
-        {FirstTwoOfThree().Recv().Send(head3 + "Subject: " + std::string(1030, 's') + "\r\n.\r\n"),
-         L"受信が正常に終了しませんでした(234)."},
-        {NntpScript(at_body).Recv().Close(), L"受信に失敗しました(38)."},
-        {NntpScript(at_body).Recv().Send("222 3 <3@pelnor.test>\r\nbody of").Close(),
-         L"受信が正常に終了しませんでした(38)."},
-        {FirstTwoOfThree().Reply("221 4 <4@pelnor.test>\r\n"), L"予期せぬ文字列が返りました : 221 4 <4@pelnor.test>"},
-        {FirstTwoOfThree().Reply("222 3 <3@pelnor.test>\r\n"), L"予期せぬ文字列が返りました : 222 3 <3@pelnor.test>"},
-        {FirstTwoOfThree().Reply("500 what?\r\n"), L"予期せぬ文字列が返りました : 500 what?"},
+        {"close between articles", FirstTwoOfThree().Recv().Close(), L"受信に失敗しました(38).", false, 2},
+        {"close mid-HEAD", FirstTwoOfThree().Recv().Send(head3 + "From: x\r\nSubj").Close(),
+         L"受信が正常に終了しませんでした(38).", false, 2},
+        {"over-long line", FirstTwoOfThree().Recv().Send(head3 + "Subject: " + std::string(1030, 's') + "\r\n.\r\n"),
+         L"受信が正常に終了しませんでした(234).", false, 2},
+        {"close before BODY's reply", NntpScript(at_body).Recv().Close(), L"受信に失敗しました(38).", false, 2},
+        {"close mid-BODY", NntpScript(at_body).Recv().Send("222 3 <3@pelnor.test>\r\nbody of").Close(),
+         L"受信が正常に終了しませんでした(38).", false, 2},
+        {"receive time-out", FirstTwoOfThree().Recv().Stall(), L"受信に失敗しました(10060).", false, 2},
+        {"wrong article", FirstTwoOfThree().Reply("221 4 <4@pelnor.test>\r\n"),
+         L"予期せぬ文字列が返りました : 221 4 <4@pelnor.test>", false, 2},
+        {"out-of-step reply", FirstTwoOfThree().Reply("222 3 <3@pelnor.test>\r\n"),
+         L"予期せぬ文字列が返りました : 222 3 <3@pelnor.test>", false, 2},
+        {"error reply", FirstTwoOfThree().Reply("500 what?\r\n"), L"予期せぬ文字列が返りました : 500 what?", false, 2},
         /* A "." line inside article 2's body ends it; the line after it is
          * no reply to HEAD 3. */
-        {ServeUpTo2().Reply("222 2 <2@pelnor.test>\r\nbody of 2\r\n.\r\nstray\r\n.\r\n"),
-         L"予期せぬ文字列が返りました : stray"},
+        {"stray line", ServeUpTo2().Reply("222 2 <2@pelnor.test>\r\nbody of 2\r\n.\r\nstray\r\n.\r\n"),
+         L"予期せぬ文字列が返りました : stray", false, 2},
+        {"refused body", NntpScript(at_body).Reply("423 gone\r\n"), L"2件の記事を取得しました。", true, 2},
         /* A NUL byte ends article 2's body; the rest of its reply is
          * dropped, so article 3 is read as article 3. */
-        {Serve(ServeUpTo2().Reply("222 2 <2@pelnor.test>\r\nbody of 2\r\nx" + nul + "y\r\n" + nul +
-                                     "\r\nmore\r\n.\r\n"),
+        {"NUL in a body",
+         Serve(ServeUpTo2().Reply("222 2 <2@pelnor.test>\r\nbody of 2\r\nx" + nul + "y\r\n" + nul +
+                                  "\r\nmore\r\n.\r\n"),
                3),
-         nullptr},
+         L"3件の記事を取得しました。", true, 3},
     };
-    StoreBytes first_two, all;
-    for (DWORD n : {1, 2})
-        first_two.Add(Plain(n));
-    for (DWORD n : {1, 2, 3})
-        all.Add(Plain(n));
+    GroupBytes all = PlainBytes({1, 2, 3});
+    const std::string all_sent = "GROUP fj.test\r\nHEAD 1\r\nBODY 1\r\nHEAD 2\r\nBODY 2\r\nHEAD 3\r\nBODY 3\r\n";
+    NntpSetTimeouts(0, 700);
     for (Case &c : cases) {
-        DataFolder data;
-        data.Index(L"fj.test", 0);
-        SessionRun run = data.Run(c.script);
-        if (!c.text) {
+        GroupBytes stored = PlainBytes(c.stored == 3 ? std::vector<DWORD>{1, 2, 3} : std::vector<DWORD>{1, 2});
+        std::string sent[2];
+        DWORD depths[2] = {1, kDefaultPipelineDepth};
+        for (int i = 0; i < 2; i++) {
+            SCOPED_TRACE(std::string(c.name) + " at depth " + std::to_string(depths[i]));
+            NntpScript script = c.script;
+            DataFolder data;
+            data.Index(L"fj.test", 0);
+            SessionRun run = data.Run(script, {L"fj.test"}, 100, depths[i]);
+            EXPECT_EQ(run.ok, c.ok ? 1 : 0);
+            EXPECT_STREQ(run.result.title, c.ok ? L"" : L"fj.test");
+            EXPECT_STREQ(run.result.text, c.text);
+            EXPECT_EQ(data.Log(), stored.log);
+            EXPECT_EQ(data.Idx(), Header(c.ok ? 3 : 2, 3, c.stored, c.text) + stored.Records());
+            sent[i] = script.Transcript();
+            if (c.ok || i == 0)
+                continue;
+            NntpScript again;
+            Serve(again.Send(kGreeting).Reply(GroupReply(1, 3)), 3);
+            run = data.Run(again);
             EXPECT_EQ(run.ok, 1);
+            EXPECT_EQ(again.Transcript(), "GROUP fj.test\r\nHEAD 3\r\nBODY 3\r\nQUIT\r\n");
             EXPECT_EQ(data.Log(), all.log);
-            EXPECT_EQ(data.Idx(), Header(3, 3, 3, L"3件の記事を取得しました。") + all.records);
-            continue;
+            EXPECT_EQ(data.Idx(), Header(3, 3, 3, L"1件の記事を取得しました。") + all.Records());
         }
-        EXPECT_EQ(run.ok, 0) << &c - cases;
-        EXPECT_STREQ(run.result.title, L"fj.test");
-        EXPECT_STREQ(run.result.text, c.text);
-        EXPECT_EQ(run.result.severity, 2u);
-        EXPECT_EQ(data.Log(), first_two.log) << &c - cases;
-        EXPECT_EQ(data.Idx(), Header(2, 3, 2, c.text) + first_two.records) << &c - cases;
-
-        NntpScript again;
-        Serve(again.Send(kGreeting).Reply(GroupReply(1, 3)), 3);
-        run = data.Run(again);
-        EXPECT_EQ(run.ok, 1);
-        EXPECT_EQ(again.Transcript(), "GROUP fj.test\r\nHEAD 3\r\nBODY 3\r\nQUIT\r\n");
-        EXPECT_EQ(data.Log(), all.log);
-        EXPECT_EQ(data.Idx(), Header(3, 3, 3, L"1件の記事を取得しました。") + all.records);
+        SCOPED_TRACE(c.name);
+        ASSERT_GE(sent[0].size(), 6u);
+        EXPECT_EQ(all_sent.compare(0, sent[0].size() - 6, sent[0], 0, sent[0].size() - 6), 0);
+        EXPECT_EQ(sent[0].substr(sent[0].size() - 6), "QUIT\r\n");
+        EXPECT_EQ(sent[1], all_sent + "QUIT\r\n");
     }
+    NntpSetTimeouts(0, kNntpDefaultReceiveTimeoutMs);
 }
 
 /* A server that wants MODE READER first (INN's innd, to the hosts it feeds)
@@ -371,142 +343,75 @@ TEST(ArticleDownload, ModeReaderIsSentOnceWhenTheServerAsksForIt)
     EXPECT_EQ(data.Idx(), Header(1, 1, 0, L"0件の記事を取得しました。"));
 }
 
-/* Stopping takes effect after the article in progress: what was stored is
- * kept and the header says so; no later group is started. */
-TEST(ArticleDownload, StopEndsTheRunAfterTheArticleInProgress)
-{
-    NntpScript script;
-    Serve(script.Send(kGreeting).Reply(GroupReply(1, 3)), 1);
-    DataFolder data;
-    data.Index(L"fj.test", 0);
-    data.Index(L"fj.later", 0);
-    /* The stop is asked for as the first article is counted. */
-    SessionRun run;
-    DownloadEvents events = {&run.progress, nullptr,
-                             [](void *progress) { ProgressRequestStop((DownloadProgress *)progress); }, nullptr};
-    NntpSetPipelineDepth(1);
-    RunSessionInto(run, script.Start(), {L"fj.test", L"fj.later"}, nullptr, nullptr, data.folder.path(), 100,
-                   L"127.0.0.1", &events);
-    NntpSetPipelineDepth(kDefaultPipelineDepth);
-    EXPECT_EQ(run.ok, 1);
-    EXPECT_EQ(script.Transcript(), "GROUP fj.test\r\nHEAD 1\r\nBODY 1\r\nQUIT\r\n");
-    StoreBytes first;
-    first.Add(Plain(1));
-    EXPECT_EQ(data.Log(), first.log);
-    EXPECT_EQ(data.Idx(), Header(1, 3, 1, L"1件の記事を取得しました。") + first.records);
-    EXPECT_EQ(data.Idx(L"fj.later"), Header(0, 0, 0, L""));
-}
-
-/* Every fault of the one-at-a-time dialogue, met with the commands sent
- * ahead: the files are byte for byte those of depth 1, and the commands are
- * depth 1's in the same order, followed only by those the window sent for
- * later parts before the fault. */
-TEST(ArticleDownload, PipelinedFaultsLeaveTheFilesOfDepthOne)
-{
-    const std::string head3 = "221 3 <3@pelnor.test>\r\n";
-    NntpScript at_body = FirstTwoOfThree();
-    at_body.Reply(ArticleReply(221, 3, Plain(3).head));
-    struct Case {
-        const char *name;
-        NntpScript script;
-        const wchar_t *text; /* the group's status */
-    } cases[] = {
-        {"close mid-HEAD", FirstTwoOfThree().Recv().Send(head3 + "From: x\r\nSubj").Close(),
-         L"受信が正常に終了しませんでした(38)."},
-        {"close mid-BODY", NntpScript(at_body).Recv().Send("222 3 <3@pelnor.test>\r\nbody of").Close(),
-         L"受信が正常に終了しませんでした(38)."},
-        {"close between articles", FirstTwoOfThree().Recv().Close(), L"受信に失敗しました(38)."},
-        {"refused body", NntpScript(at_body).Reply("423 gone\r\n"), L"2件の記事を取得しました。"},
-        {"receive time-out", FirstTwoOfThree().Recv().Stall(), L"受信に失敗しました(10060)."},
-        {"out-of-step reply", FirstTwoOfThree().Reply("222 3 <3@pelnor.test>\r\n"),
-         L"予期せぬ文字列が返りました : 222 3 <3@pelnor.test>"},
-    };
-    StoreBytes first_two;
-    for (DWORD n : {1, 2})
-        first_two.Add(Plain(n));
-    const std::string all_sent = "GROUP fj.test\r\nHEAD 1\r\nBODY 1\r\nHEAD 2\r\nBODY 2\r\nHEAD 3\r\nBODY 3\r\n";
-    NntpSetTimeouts(0, 700);
-    for (Case &c : cases) {
-        std::string log[2], idx[2], sent[2];
-        DWORD depths[2] = {1, kDefaultPipelineDepth};
-        for (int i = 0; i < 2; i++) {
-            NntpScript script = c.script;
-            DataFolder data;
-            data.Index(L"fj.test", 0);
-            SessionRun run = data.Run(script, {L"fj.test"}, 100, depths[i]);
-            EXPECT_STREQ(run.result.text, c.text) << c.name;
-            log[i] = data.Log();
-            idx[i] = data.Idx();
-            sent[i] = script.Transcript();
-        }
-        EXPECT_EQ(log[0], first_two.log) << c.name;
-        EXPECT_EQ(idx[0], Header(c.text[0] == L'2' ? 3 : 2, 3, 2, c.text) + first_two.records) << c.name;
-        EXPECT_EQ(log[1], log[0]) << c.name;
-        EXPECT_EQ(idx[1], idx[0]) << c.name;
-        /* Depth 1 stops at the failing command; the window had sent all. */
-        ASSERT_GE(sent[0].size(), 6u) << c.name;
-        EXPECT_EQ(all_sent.compare(0, sent[0].size() - 6, sent[0], 0, sent[0].size() - 6), 0) << c.name;
-        EXPECT_EQ(sent[0].substr(sent[0].size() - 6), "QUIT\r\n") << c.name;
-        EXPECT_EQ(sent[1], all_sent + "QUIT\r\n") << c.name;
-    }
-    NntpSetTimeouts(0, kNntpDefaultReceiveTimeoutMs);
-}
-
-/* What only the window meets: a body already sent for an article refused
- * at its head has its reply read and dropped, the limit keeps articles it
- * has no room for from being asked for, MODE READER drops every reply out
- * and asks again, and a stop leaves the replies out unread. The files are
- * those of depth 1 (the one-at-a-time tests above). */
-TEST(ArticleDownload, PipelinedDialogueKeepsTheFilesOfDepthOne)
+/* Missing articles, the limit and a stop, at depth 1 and with the window:
+ * the files are byte for byte the same. An article missing at its head or
+ * body is skipped and not counted toward the limit; a missing last article
+ * still moves last fetched; a stop takes effect after the article in
+ * progress and starts no later group. The window reads and drops the reply
+ * to a body sent ahead for an article refused at its head, sends nothing
+ * the limit has no room for, and on a stop leaves the replies out unread.
+ * MODE READER asked for at a head drops every reply out and asks again. */
+TEST(ArticleDownload, SkipsLimitStopAndModeReaderStoreTheSameAtEitherDepth)
 {
     struct Case {
         const char *name;
-        NntpScript script;
-        DWORD first, last, limit;
+        NntpScript script[2]; /* for depth 1 and the window */
+        DWORD from, last, limit;
         std::vector<DWORD> stored;
         const wchar_t *text;
         DWORD last_fetched;
-        std::string sent;
+        std::string sent[2];
         bool stop;
     };
-    NntpScript skipped;
-    skipped.Send(kGreeting).Reply(GroupReply(10, 15)).Reply("423 no 10\r\n").Reply(ArticleReply(222, 10, "x\r\n"));
-    Serve(skipped, 11).Reply(ArticleReply(221, 12, Plain(12).head)).Reply("423 gone\r\n");
-    Serve(skipped, 13);
-    NntpScript mode_reader;
-    mode_reader.Send(kGreeting).Reply(GroupReply(1, 2)).Reply("401 MODE-READER\r\n");
-    mode_reader.Reply("401 MODE-READER\r\n").Reply("401 MODE-READER\r\n").Reply("401 MODE-READER\r\n");
-    Serve(Serve(mode_reader.Reply("200 reader ready\r\n"), 1), 2);
+    NntpScript skipped[2];
+    for (NntpScript &s : skipped) {
+        s.Send(kGreeting).Reply(GroupReply(10, 15)).Reply("423 no 10\r\n");
+        if (&s == &skipped[1])
+            s.Reply(ArticleReply(222, 10, "x\r\n"));
+        Serve(s, 11).Reply(ArticleReply(221, 12, Plain(12).head)).Reply("423 gone\r\n");
+        Serve(s, 13);
+    }
+    NntpScript missing_last;
+    Serve(missing_last.Send(kGreeting).Reply(GroupReply(10, 15)), 14).Reply("423 gone\r\n");
+    NntpScript mode_reader[2];
+    mode_reader[0].Send(kGreeting).Reply(GroupReply(1, 2)).Reply("401 MODE-READER\r\n");
+    mode_reader[1] = mode_reader[0];
+    mode_reader[1].Reply("401 MODE-READER\r\n").Reply("401 MODE-READER\r\n").Reply("401 MODE-READER\r\n");
+    for (NntpScript &s : mode_reader)
+        Serve(Serve(s.Reply("200 reader ready\r\n"), 1), 2);
     NntpScript stop;
     Serve(stop.Send(kGreeting).Reply(GroupReply(1, 3)), 1);
+    const std::string first_two = "HEAD 1\r\nBODY 1\r\nHEAD 2\r\nBODY 2\r\n";
     Case cases[] = {
-        {"refused head, limit", skipped, 10, 15, 2, {11, 13},
+        {"refused head and body, limit", {skipped[0], skipped[1]}, 0, 15, 2, {11, 13},
          L"制限数の2件の記事を取得しました。サーバには未取得の記事が残っています。", 13,
-         "HEAD 10\r\nBODY 10\r\nHEAD 11\r\nBODY 11\r\nHEAD 12\r\nBODY 12\r\nHEAD 13\r\nBODY 13\r\n", false},
-        {"mode reader", mode_reader, 1, 2, 100, {1, 2}, L"2件の記事を取得しました。", 2,
-         "HEAD 1\r\nBODY 1\r\nHEAD 2\r\nBODY 2\r\nMODE READER\r\n"
-         "HEAD 1\r\nBODY 1\r\nHEAD 2\r\nBODY 2\r\n",
+         {"HEAD 10\r\nHEAD 11\r\nBODY 11\r\nHEAD 12\r\nBODY 12\r\nHEAD 13\r\nBODY 13\r\n",
+          "HEAD 10\r\nBODY 10\r\nHEAD 11\r\nBODY 11\r\nHEAD 12\r\nBODY 12\r\nHEAD 13\r\nBODY 13\r\n"},
          false},
-        {"stop", stop, 1, 3, 100, {1}, L"1件の記事を取得しました。", 1,
-         "HEAD 1\r\nBODY 1\r\nHEAD 2\r\nBODY 2\r\nHEAD 3\r\nBODY 3\r\n", true},
+        {"missing last", {missing_last, NntpScript(missing_last).Reply("423 gone\r\n")}, 13, 15, 2, {14},
+         L"1件の記事を取得しました。", 15,
+         {"HEAD 14\r\nBODY 14\r\nHEAD 15\r\n", "HEAD 14\r\nBODY 14\r\nHEAD 15\r\nBODY 15\r\n"}, false},
+        {"mode reader", {mode_reader[0], mode_reader[1]}, 0, 2, 100, {1, 2}, L"2件の記事を取得しました。", 2,
+         {"HEAD 1\r\nMODE READER\r\n" + first_two, first_two + "MODE READER\r\n" + first_two}, false},
+        {"stop", {stop, stop}, 0, 3, 100, {1}, L"1件の記事を取得しました。", 1,
+         {"HEAD 1\r\nBODY 1\r\n", first_two + "HEAD 3\r\nBODY 3\r\n"}, true},
     };
     for (Case &c : cases) {
-        DataFolder data;
-        data.Index(L"fj.test", 0);
-        SessionRun run;
-        DownloadEvents events = {&run.progress, nullptr,
-                                 [](void *progress) { ProgressRequestStop((DownloadProgress *)progress); }, nullptr};
-        NntpSetPipelineDepth(kDefaultPipelineDepth);
-        RunSessionInto(run, c.script.Start(), {L"fj.test"}, nullptr, nullptr, data.folder.path(), c.limit,
-                       L"127.0.0.1", c.stop ? &events : nullptr);
-        EXPECT_EQ(run.ok, 1) << c.name;
-        EXPECT_STREQ(run.result.text, c.text) << c.name;
-        EXPECT_EQ(c.script.Transcript(), "GROUP fj.test\r\n" + c.sent + "QUIT\r\n") << c.name;
-        StoreBytes expected;
-        for (DWORD n : c.stored)
-            expected.Add(Plain(n));
-        EXPECT_EQ(data.Log(), expected.log) << c.name;
-        EXPECT_EQ(data.Idx(), Header(c.last_fetched, c.last, (DWORD)c.stored.size(), c.text) + expected.records)
-            << c.name;
+        DWORD depths[2] = {1, kDefaultPipelineDepth};
+        for (int i = 0; i < 2; i++) {
+            SCOPED_TRACE(std::string(c.name) + " at depth " + std::to_string(depths[i]));
+            DataFolder data;
+            data.Index(L"fj.test", c.from, c.from ? c.last : 0);
+            data.Index(L"fj.later", 0);
+            std::vector<std::wstring> groups = {L"fj.test", L"fj.later"};
+            groups.resize(c.stop ? 2 : 1); /* a stop must not reach the later group */
+            SessionRun run = data.Run(c.script[i], groups, c.limit, depths[i], c.stop);
+            EXPECT_EQ(run.ok, 1);
+            EXPECT_STREQ(run.result.text, c.text);
+            EXPECT_EQ(c.script[i].Transcript(), "GROUP fj.test\r\n" + c.sent[i] + "QUIT\r\n");
+            GroupBytes expected = PlainBytes(c.stored);
+            EXPECT_EQ(data.Log(), expected.log);
+            EXPECT_EQ(data.Idx(), Header(c.last_fetched, c.last, (DWORD)c.stored.size(), c.text) + expected.Records());
+        }
     }
 }

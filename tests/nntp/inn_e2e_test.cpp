@@ -7,9 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "nntp/pipeline.h"
 #include "session_fixture.h"
-#include "settings/settings.h"
 #include "support/temp_folder.h"
 
 namespace {
@@ -33,36 +31,28 @@ struct InnServer {
             WriteFileBytes(data.file(groups.back() + L".idx"), header);
         }
     }
-    /* Downloads every group and compares the files with the expected ones. */
-    void ExpectCorpus(int port, const char *user, const char *password)
+    /* Every group's log and index one after another, as downloaded into
+     * the data folder or as the corpus script built them. */
+    std::string Files(bool expected)
     {
-        ASSERT_NE(port, 0) << "INN fixture (tools/inn/e2e.sh) not running";
-        ASSERT_EQ(groups.size(), 3u);
-        SessionRun run = RunScriptedSession(port, groups, user, password, data.path(), 1000);
-        EXPECT_EQ(run.ok, 1) << run.error;
-        EXPECT_EQ(run.result.severity, 0u);
+        std::string bytes;
         for (const std::wstring &group : groups)
-            for (const wchar_t *extension : {L".log", L".idx"}) {
-                std::string expected = FileBytes(folder + L"\\expected\\" + group + extension);
-                ASSERT_FALSE(expected.empty());
-                EXPECT_TRUE(FileBytes(data.file(group + extension)) == expected)
-                    << std::string(group.begin(), group.end());
-            }
+            for (const wchar_t *extension : {L".log", L".idx"})
+                bytes += FileBytes((expected ? folder + L"\\expected\\" : data.path()) + group + extension) + "\n--\n";
+        return bytes;
     }
 };
 
 } // namespace
 
-TEST(InnEndToEnd, DownloadsTheCorpusWithoutAuthentication)
-{
-    InnServer inn;
-    inn.ExpectCorpus(inn.open_port, nullptr, nullptr);
-}
-
 TEST(InnEndToEnd, DownloadsTheCorpusWithAuthentication)
 {
     InnServer inn;
-    inn.ExpectCorpus(inn.auth_port, "pelnor", "e2e-secret");
+    ASSERT_NE(inn.auth_port, 0) << "INN fixture (tools/inn/e2e.sh) not running";
+    SessionRun run = RunScriptedSession(inn.auth_port, inn.groups, "pelnor", "e2e-secret", inn.data.path(), 1000);
+    EXPECT_EQ(run.ok, 1) << run.error;
+    EXPECT_EQ(run.result.severity, 0u);
+    EXPECT_TRUE(inn.Files(false) == inn.Files(true));
 }
 
 TEST(InnEndToEnd, AuthenticationRefusalsFromINN)
@@ -83,11 +73,13 @@ TEST(InnEndToEnd, AuthenticationRefusalsFromINN)
 }
 
 /* The window changes nothing on disk: depth 1 and the default depth store
- * the same bytes with a limit below, at and above a group's article count. */
+ * the same bytes with a limit below, at and above a group's article count;
+ * above it, the whole corpus. */
 TEST(InnEndToEnd, DefaultDepthStoresTheBytesOfDepthOne)
 {
     InnServer inn;
-    ASSERT_NE(inn.open_port, 0);
+    ASSERT_NE(inn.open_port, 0) << "INN fixture (tools/inn/e2e.sh) not running";
+    ASSERT_EQ(inn.groups.size(), 3u);
     std::string first_index = FileBytes(inn.folder + L"\\expected\\" + inn.groups[0] + L".idx");
     ASSERT_GE(first_index.size(), 20u);
     DWORD group_size = *(const DWORD *)(first_index.data() + 16);
@@ -96,15 +88,15 @@ TEST(InnEndToEnd, DefaultDepthStoresTheBytesOfDepthOne)
         DWORD depths[2] = {1, kDefaultPipelineDepth};
         for (int i = 0; i < 2; i++) {
             InnServer fresh;
-            NntpSetPipelineDepth(depths[i]);
-            SessionRun run = RunScriptedSession(fresh.open_port, fresh.groups, nullptr, nullptr, fresh.data.path(), limit);
-            NntpSetPipelineDepth(kDefaultPipelineDepth);
+            SessionRun run = RunScriptedSession(fresh.open_port, fresh.groups, nullptr, nullptr, fresh.data.path(),
+                                                limit, depths[i]);
             EXPECT_EQ(run.ok, 1) << limit;
-            for (const std::wstring &group : fresh.groups)
-                for (const wchar_t *extension : {L".log", L".idx"})
-                    files[i] += FileBytes(fresh.data.file(group + extension)) + "\n--\n";
+            EXPECT_EQ(run.result.severity, 0u);
+            files[i] = fresh.Files(false);
         }
         EXPECT_GT(files[0].size(), 1000u);
         EXPECT_TRUE(files[0] == files[1]) << "limit " << limit;
+        if (limit == 1000)
+            EXPECT_TRUE(files[0] == inn.Files(true));
     }
 }

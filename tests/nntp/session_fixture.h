@@ -7,7 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "nntp/pipeline.h"
 #include "nntp/session.h"
+#include "settings/settings.h"
 
 struct SessionRun {
     int ok = 0;
@@ -16,31 +18,30 @@ struct SessionRun {
     DownloadProgress progress;
 };
 
-/* Runs a session on the calling thread against `server`:`port` into
- * `run`; with `events` the progress is told to them too. */
-inline void RunSessionInto(SessionRun &run, int port, const std::vector<std::wstring> &groups, const char *user,
-                           const char *password, const std::wstring &data_path, DWORD limit, const wchar_t *server,
-                           const DownloadEvents *events)
+/* Runs a session on the calling thread against 127.0.0.1:`port` with the
+ * pipeline depth given (the default is put back after); with `stop` the
+ * stop is asked for as the first article is counted. */
+inline SessionRun RunScriptedSession(int port, const std::vector<std::wstring> &groups, const char *user = nullptr,
+                                     const char *password = nullptr, const std::wstring &data_path = L"",
+                                     DWORD limit = 100, DWORD depth = kDefaultPipelineDepth, bool stop = false)
 {
+    SessionRun run;
     std::wstring names;
     for (const std::wstring &group : groups)
         names += group + L'\0';
     GroupCursor cursor;
     GroupCursorInit(&cursor, names.c_str());
     RunResultClear(&run.result);
-    ProgressInit(&run.progress, events);
-    SessionParams params = {server, (DWORD)port, data_path.c_str(), limit, &cursor, &run.progress, user, password};
+    DownloadEvents events = {&run.progress, nullptr,
+                             [](void *progress) { ProgressRequestStop((DownloadProgress *)progress); }, nullptr};
+    ProgressInit(&run.progress, stop ? &events : nullptr);
+    SessionParams params = {L"127.0.0.1", (DWORD)port, data_path.c_str(), limit,
+                            &cursor, &run.progress, user, password};
+    NntpSetPipelineDepth(depth);
     SetLastError(0);
     run.ok = RunSession(&params, &run.result);
     run.error = GetLastError();
-}
-
-inline SessionRun RunScriptedSession(int port, const std::vector<std::wstring> &groups, const char *user = nullptr,
-                                     const char *password = nullptr, const std::wstring &data_path = L"",
-                                     DWORD limit = 100, const wchar_t *server = L"127.0.0.1")
-{
-    SessionRun run;
-    RunSessionInto(run, port, groups, user, password, data_path, limit, server, nullptr);
+    NntpSetPipelineDepth(kDefaultPipelineDepth);
     return run;
 }
 

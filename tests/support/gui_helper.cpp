@@ -267,6 +267,14 @@ int ListViewRowCount(HWND list)
     return (int)SendMessageW(list, LVM_GETITEMCOUNT, 0, 0);
 }
 
+int ListViewRow(HWND list, const std::wstring &text)
+{
+    for (int i = 0; i < ListViewRowCount(list); i++)
+        if (ListViewText(list, i, 0) == text)
+            return i;
+    return -1;
+}
+
 std::wstring SaveScreenshot(HWND window, const wchar_t *name)
 {
     std::wstring folder = WinePathOf(PELNOR_BUILD_DIR "/screenshots");

@@ -86,6 +86,8 @@ std::wstring WindowText(HWND window);
 std::wstring ClassNameOf(HWND window);
 std::wstring ListViewText(HWND list, int row, int column);
 int ListViewRowCount(HWND list);
+/* The first row whose first column reads `text`, or -1. */
+int ListViewRow(HWND list, const std::wstring &text);
 
 /* The file chooser's tree: an item's text; the children's texts ("name/"
  * for a folder); the folder of `path` (drive and trailing backslash

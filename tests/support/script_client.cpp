@@ -27,14 +27,9 @@ bool Control(const std::string &request, std::string *reply)
         closesocket(s);
         return false;
     }
+    /* A blocking send takes the whole request. */
     std::string line = request + "\n";
-    size_t done = 0;
-    while (done < line.size()) {
-        int n = send(s, line.data() + done, (int)(line.size() - done), 0);
-        if (n <= 0)
-            break;
-        done += (size_t)n;
-    }
+    send(s, line.data(), (int)line.size(), 0);
     reply->clear();
     char buffer[65536];
     for (;;) {
