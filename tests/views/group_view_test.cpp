@@ -45,16 +45,6 @@ protected:
     int Selected() { return (int)SendMessageW(view_.list, LVM_GETNEXTITEM, (WPARAM)-1, LVNI_SELECTED); }
     int Focused() { return (int)SendMessageW(view_.list, LVM_GETNEXTITEM, (WPARAM)-1, LVNI_FOCUSED); }
 
-    DWORD StoredWidth(const wchar_t *name)
-    {
-        DWORD value = 0, size = sizeof value, type = 0;
-        EXPECT_EQ(RegGetValueW(HKEY_CURRENT_USER, kWidthKey, name, RRF_RT_ANY, &type, &value, &size),
-                  ERROR_SUCCESS)
-            << name;
-        EXPECT_EQ(type, (DWORD)REG_DWORD) << name;
-        return value;
-    }
-
     TempFolder data_;
     HWND parent_ = nullptr;
     GroupView view_;
@@ -85,8 +75,11 @@ TEST_F(GroupViewTest, WidthsComeFromAndGoBackToTheirRegistryValues)
         DWORD width;
     } stored[] = {{L"NewsgroupWidth", 100}, {L"ureadWidth", 55}, {L"artsWidth", 70},
                   {L"StatusWidth", 150},    {L"curWidth", 77},   {L"maxWidth", 60}};
-    for (const auto &v : stored)
-        EXPECT_EQ(StoredWidth(v.name), v.width) << v.name;
+    for (const auto &v : stored) {
+        DWORD value = 0, size = sizeof value;
+        RegGetValueW(HKEY_CURRENT_USER, kWidthKey, v.name, RRF_RT_REG_DWORD, nullptr, &value, &size);
+        EXPECT_EQ(value, v.width) << v.name;
+    }
 }
 
 /* The header columns of each row (an old folder's start shows the rest);
