@@ -20,19 +20,12 @@ bool EndsLine(char c)
  * bytes, without line ends, in which every lead byte has its trail byte. */
 size_t CheckTextField(const char *field, size_t size)
 {
-    size_t length = 0;
-    while (length < size && field[length])
-        length++;
+    size_t length = strnlen(field, size);
     CHECK(length < size);
     for (size_t i = length; i < size; i++)
         CHECK(field[i] == '\0');
-    for (size_t i = 0; i < length; i++) {
-        CHECK(field[i] != '\r' && field[i] != '\n');
-        if (IsSjisLeadByte((unsigned char)field[i])) {
-            CHECK(i + 1 < length);
-            i++;
-        }
-    }
+    CHECK(!memchr(field, '\r', length) && !memchr(field, '\n', length));
+    CHECK(EndsOnBoundary(field, length));
     return length;
 }
 
@@ -58,10 +51,6 @@ void CheckSubject(const char *text)
     size_t length = CheckTextField(field, sizeof field);
     CHECK(length <= 47);
     CHECK(memcmp(field, text, length) == 0);
-    size_t boundary = 0;
-    while (boundary < length)
-        boundary += IsSjisLeadByte((unsigned char)text[boundary]) ? 2 : 1;
-    CHECK(boundary == length);
     /* Stopped early only at a line end, at 47 bytes or before a lead byte
      * whose pair would not fit or is cut by the line end. */
     if (length < 47 && !EndsLine(text[length]))

@@ -40,6 +40,16 @@ inline std::string ConvertLine(void (*convert)(const char *, char *), const char
     return result;
 }
 
+/* Whether the first `length` bytes end on a character boundary: every lead
+ * byte among them has its trail byte among them too. */
+inline bool EndsOnBoundary(const char *text, size_t length)
+{
+    size_t end = 0;
+    while (end < length)
+        end += IsSjisLeadByte((unsigned char)text[end]) ? 2 : 1;
+    return end == length;
+}
+
 /* Shift_JIS that survives the trip to ISO-2022-JP and back unchanged: no
  * ESC, and every lead byte (within the JIS X 0208 rows) has a valid trail. */
 inline bool IsPlainSjis(const char *text, size_t length)

@@ -7,43 +7,12 @@
 #include "platform/menubar.h"
 #include "resources/resource.h"
 #include "support/gui_helper.h"
+#include "views/view_parent.h"
 
 namespace {
 
-/* A plain parent that records the WM_COMMANDs its menu bar sends. */
-struct Parent {
-    HWND window = nullptr;
-    std::vector<WPARAM> commands;
-};
-
-LRESULT CALLBACK ParentProc(HWND window, UINT msg, WPARAM wp, LPARAM lp)
-{
-    Parent *parent = (Parent *)GetWindowLongPtrW(window, GWLP_USERDATA);
-    if (msg == WM_COMMAND && parent) {
-        parent->commands.push_back(wp);
-        return 0;
-    }
-    return DefWindowProcW(window, msg, wp, lp);
-}
-
 class MenuBarTest : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        static bool registered = [] {
-            WNDCLASSW wc = {};
-            wc.lpfnWndProc = ParentProc;
-            wc.hInstance = GetModuleHandleW(nullptr);
-            wc.lpszClassName = L"MenuBarTestParent";
-            return RegisterClassW(&wc) != 0;
-        }();
-        ASSERT_TRUE(registered);
-        parent_.window = CreateWindowExW(0, L"MenuBarTestParent", L"parent", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 10,
-                                         10, 300, 300, nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
-        SetWindowLongPtrW(parent_.window, GWLP_USERDATA, (LONG_PTR)&parent_);
-    }
-    void TearDown() override { DestroyWindow(parent_.window); }
-
     BOOL Create(UINT id, int bitmap, int images, HWND *bar)
     {
         SHMENUBARINFO info = {};
@@ -67,7 +36,7 @@ protected:
         return pt;
     }
 
-    Parent parent_;
+    ViewParent parent_;
 };
 
 /* Buttons stand left to right as the resource lists them; an image button
@@ -90,24 +59,9 @@ TEST_F(MenuBarTest, ButtonsInResourceOrderAndImageButtonClicks)
     SendMessageW(bar, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(pt.x, pt.y));
     SendMessageW(bar, WM_LBUTTONUP, 0, MAKELPARAM(pt.x + 200, pt.y)); /* released outside: cancelled */
     SendMessageW(bar, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(pt.x, pt.y));
-    EXPECT_TRUE(parent_.commands.empty());
+    EXPECT_TRUE(ViewParent::commands().empty());
     SendMessageW(bar, WM_LBUTTONUP, 0, MAKELPARAM(pt.x, pt.y));
-    EXPECT_EQ(parent_.commands, std::vector<WPARAM>{MAKEWPARAM(IDM_ARTICLE_BACK, 0)});
-}
-
-TEST_F(MenuBarTest, DropDownOpensItsPopupAndTheChoiceReachesTheParent)
-{
-    HWND bar;
-    ASSERT_TRUE(Create(IDR_SUBJECT_BAR, IDB_SUBJECT_BAR, SUBJECT_BAR_IMAGES, &bar));
-    POINT pt = ClientCentre(bar, IDM_SUBJECT_POPUP);
-    ChooseNextPopupCommand(IDM_PRIORITY_LOW);
-    SendMessageW(bar, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(pt.x, pt.y));
-    ASSERT_TRUE(PumpUntil([&] { return !parent_.commands.empty(); }));
-    pt = ClientCentre(bar, IDM_SUBJECT_TOOLS);
-    ChooseNextPopupCommand(IDM_EXIT);
-    SendMessageW(bar, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(pt.x, pt.y));
-    ASSERT_TRUE(PumpUntil([&] { return parent_.commands.size() == 2; }));
-    EXPECT_EQ(parent_.commands, (std::vector<WPARAM>{MAKEWPARAM(IDM_PRIORITY_LOW, 0), MAKEWPARAM(IDM_EXIT, 0)}));
+    EXPECT_EQ(ViewParent::commands(), std::vector<WPARAM>{MAKEWPARAM(IDM_ARTICLE_BACK, 0)});
 }
 
 /* A bar asking for more images than its strip holds, or a missing

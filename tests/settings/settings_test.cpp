@@ -12,26 +12,6 @@
 
 namespace {
 
-/* A value's type and bytes; REG_NONE and no bytes when it is absent. */
-using Value = std::pair<DWORD, std::string>;
-
-/* Read from the program key or a subkey with the plain registry calls. */
-Value Query(const wchar_t *name, const wchar_t *subkey = nullptr)
-{
-    std::wstring path = subkey ? PELNOR_REGISTRY_KEY L"\\" + std::wstring(subkey) : PELNOR_REGISTRY_KEY;
-    Value value = {REG_NONE, std::string(1024, '\0')};
-    DWORD size = 1024;
-    HKEY key = nullptr;
-    if (RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS ||
-        RegQueryValueExW(key, name, nullptr, &value.first, (BYTE *)&value.second[0], &size) != ERROR_SUCCESS) {
-        value.first = REG_NONE;
-        size = 0;
-    }
-    RegCloseKey(key);
-    value.second.resize(size);
-    return value;
-}
-
 bool KeyExists()
 {
     HKEY key;
@@ -41,16 +21,11 @@ bool KeyExists()
     return true;
 }
 
-/* REG_SZ is UTF-16LE with its terminator; numbers and colours 32-bit LE. */
-std::string Sz(const std::wstring &text)
+/* Colours are 4 bytes of REG_BINARY, little-endian. */
+StoredValue Binary(DWORD colour)
 {
-    std::string bytes;
-    for (wchar_t c : text + L'\0')
-        bytes += {(char)(c & 0xFF), (char)(c >> 8)};
-    return bytes;
+    return {REG_BINARY, std::string((const char *)&colour, 4)};
 }
-
-std::string Le32(DWORD v) { return {(char)v, (char)(v >> 8), (char)(v >> 16), (char)(v >> 24)}; }
 
 /* A record with InitSettings, freed (fonts too) at the end of the test. */
 struct Record {
@@ -80,33 +55,31 @@ protected:
 /* Each value as the defaults save it, and as a full set comes back from a load and a save. */
 TEST_F(SettingsTest, DefaultsAndFullRoundTripInEachValuesType)
 {
-    const struct { const wchar_t *name; DWORD type; std::string defaults, full; } values[] = {
-        {L"Server", REG_SZ, Sz(L""), Sz(L"news.example.jp")},
-        {L"Port", REG_DWORD, Le32(119), Le32(10119)},
-        {L"DataPath", REG_SZ, Sz(L""), Sz(L"\\Storage\\news\\")},
-        {L"Limit", REG_DWORD, Le32(50), Le32(300)},
-        {L"UserID", REG_SZ, "", Sz(L"表示user")},
-        {L"Password", REG_SZ, "", Sz(L"pa予定表ss")},
-        {L"KeyMode", REG_DWORD, Le32(0), Le32(1)},
-        {L"AutoNextArticle", REG_DWORD, Le32(1), Le32(0)},
-        {L"Dialup", REG_DWORD, Le32(0), Le32(1)},
-        {L"EntryName", REG_SZ, Sz(L""), Sz(L"会社の回線")},
-        {L"DisconnectWaitTime", REG_DWORD, Le32(0), Le32(15)},
-        {L"FontName", REG_SZ, Sz(L"Tahoma"), Sz(L"ＭＳ ゴシック")},
-        {L"FontSizeA", REG_DWORD, Le32(14), Le32(12)},
-        {L"FontSizeS", REG_DWORD, Le32(14), Le32(0xFFFFFFFF)},
-        {L"HeaderColor", REG_BINARY, Le32(0), std::string("\x40\x80\xC0\x00", 4)},
-        {L"ReferenceLine", REG_BINARY, Le32(0), std::string("\x33\x22\x11\x00", 4)},
-        {L"UserName", REG_SZ, Sz(L""), Sz(L"山田太郎")},
-        {L"MailAddress", REG_SZ, Sz(L""), Sz(L"yamada@example.jp")},
-        {L"Organization", REG_SZ, Sz(L""), Sz(L"マロウビー株式会社 ﾃｽﾄ")},
-        {L"EditorPath", REG_SZ, Sz(L""), Sz(L"\\Windows\\pword.exe")},
+    const struct { const wchar_t *name; StoredValue defaults, full; } values[] = {
+        {L"Server", TextValue(L""), TextValue(L"news.example.jp")},
+        {L"Port", DwordValue(119), DwordValue(10119)},
+        {L"DataPath", TextValue(L""), TextValue(L"\\Storage\\news\\")},
+        {L"Limit", DwordValue(50), DwordValue(300)},
+        {L"UserID", {}, TextValue(L"表示user")},
+        {L"Password", {}, TextValue(L"pa予定表ss")},
+        {L"KeyMode", DwordValue(0), DwordValue(1)},
+        {L"AutoNextArticle", DwordValue(1), DwordValue(0)},
+        {L"Dialup", DwordValue(0), DwordValue(1)},
+        {L"EntryName", TextValue(L""), TextValue(L"会社の回線")},
+        {L"DisconnectWaitTime", DwordValue(0), DwordValue(15)},
+        {L"FontName", TextValue(L"Tahoma"), TextValue(L"ＭＳ ゴシック")},
+        {L"FontSizeA", DwordValue(14), DwordValue(12)},
+        {L"FontSizeS", DwordValue(14), DwordValue(0xFFFFFFFF)},
+        {L"HeaderColor", Binary(0), Binary(0x00C08040)},
+        {L"ReferenceLine", Binary(0), Binary(0x00112233)},
+        {L"UserName", TextValue(L""), TextValue(L"山田太郎")},
+        {L"MailAddress", TextValue(L""), TextValue(L"yamada@example.jp")},
+        {L"Organization", TextValue(L""), TextValue(L"マロウビー株式会社 ﾃｽﾄ")},
+        {L"EditorPath", TextValue(L""), TextValue(L"\\Windows\\pword.exe")},
     };
     auto expect_saved = [&](bool full) {
-        for (const auto &v : values) {
-            const std::string &bytes = full ? v.full : v.defaults;
-            EXPECT_EQ(Query(v.name), Value(bytes.empty() ? REG_NONE : v.type, bytes)) << v.name;
-        }
+        for (const auto &v : values)
+            EXPECT_EQ(PelnorValue(v.name), full ? v.full : v.defaults) << v.name;
     };
 
     ASSERT_FALSE(KeyExists());
@@ -122,7 +95,8 @@ TEST_F(SettingsTest, DefaultsAndFullRoundTripInEachValuesType)
 
     /* The full set planted, loaded, and saved again from the record. */
     for (const auto &v : values)
-        RegSetKeyValueW(HKEY_CURRENT_USER, PELNOR_REGISTRY_KEY, v.name, v.type, v.full.data(), (DWORD)v.full.size());
+        RegSetKeyValueW(HKEY_CURRENT_USER, PELNOR_REGISTRY_KEY, v.name, v.full.type, v.full.bytes.data(),
+                        (DWORD)v.full.bytes.size());
     Record r;
     EXPECT_EQ(r.Load(), 1);
     EXPECT_EQ(std::vector<DWORD>({r->Port, r->Limit, r->KeyMode, r->AutoNextArticle, r->Dialup, r->DisconnectWaitTime,
@@ -168,11 +142,11 @@ TEST_F(SettingsTest, HandEditedValuesLoadAndSaveBack)
     EXPECT_STREQ(r->Password, "secret");
     EXPECT_EQ(r->ArticleFont, nullptr);
     ASSERT_EQ(SaveSettings(&r.s), 1);
-    EXPECT_EQ(Query(L"Port"), Value(REG_DWORD, Le32(0)));
-    EXPECT_EQ(Query(L"UserName"), Value(REG_SZ, Sz(L"")));
-    EXPECT_EQ(Query(L"UserID"), Value(REG_NONE, ""));
-    EXPECT_EQ(Query(L"Password"), Value(REG_NONE, ""));
-    EXPECT_EQ(Query(L"DataPath"), Value(REG_SZ, Sz(L"\\Storage\\news\\"))); /* no second backslash */
+    EXPECT_EQ(PelnorValue(L"Port"), DwordValue(0));
+    EXPECT_EQ(PelnorValue(L"UserName"), TextValue(L""));
+    EXPECT_EQ(PelnorValue(L"UserID"), StoredValue{});
+    EXPECT_EQ(PelnorValue(L"Password"), StoredValue{});
+    EXPECT_EQ(PelnorValue(L"DataPath"), TextValue(L"\\Storage\\news\\")); /* no second backslash */
 
     /* Beside a mail address a blank organisation is none, an absent one too. */
     SetPelnorString(L"MailAddress", L"yamada@example.jp");
@@ -244,27 +218,6 @@ TEST_F(SettingsTest, DataPathGetsItsBackslashAndLimitZeroIsMissing)
     }
 }
 
-TEST_F(SettingsTest, ViewOptionsLiveInTheirSubkeysWithTheirDefaults)
-{
-    const struct { int (*read)(DWORD *), (*write)(DWORD); const wchar_t *subkey, *name; DWORD fallback, stored; }
-    options[] = {
-        {ReadViewReadArticle, WriteViewReadArticle, L"SubjectView", L"ViewReadArticle", 0, 1},
-        {ReadPriorityViewLevel, WritePriorityViewLevel, L"SubjectView", L"PriorityViewLevel", 1, 2},
-        {ReadShowArticleHeader, WriteShowArticleHeader, L"ArticleView", L"ShowArticleHeader", 0, 1}};
-    DWORD value = 77;
-    for (const auto &o : options) {
-        EXPECT_EQ(o.read(&value), 0);
-        EXPECT_EQ(value, o.fallback);
-        ASSERT_EQ(o.write(o.stored), 1);
-        EXPECT_EQ(Query(o.name, o.subkey), Value(REG_DWORD, Le32(o.stored)));
-        EXPECT_EQ(o.read(&value), 1);
-        EXPECT_EQ(value, o.stored);
-    }
-    ASSERT_EQ(WritePriorityViewLevel(0), 1); /* normal is 0, not the default */
-    EXPECT_EQ(ReadPriorityViewLevel(&value), 1);
-    EXPECT_EQ(value, 0u);
-}
-
 TEST_F(SettingsTest, PipelineDepthIsClampedAndDefaultsWhenMissing)
 {
     DWORD value = 0;
@@ -278,7 +231,7 @@ TEST_F(SettingsTest, PipelineDepthIsClampedAndDefaultsWhenMissing)
     }
 }
 
-TEST_F(SettingsTest, KeyThatCannotBeCreatedFailsLoadSaveAndViewOptions)
+TEST_F(SettingsTest, KeyThatCannotBeCreatedFailsLoadAndSave)
 {
     /* Under a volatile parent the lasting program key cannot be created. */
     RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\marrowby");
@@ -293,39 +246,23 @@ TEST_F(SettingsTest, KeyThatCannotBeCreatedFailsLoadSaveAndViewOptions)
     };
     Record r;
     int complete;
-    DWORD value = 77;
     EXPECT_EQ(error_of([&] { return LoadSettings(&r.s, &complete); }), ERROR_CHILD_MUST_BE_VOLATILE);
     EXPECT_EQ(error_of([&] { return SaveSettings(&r.s); }), ERROR_CHILD_MUST_BE_VOLATILE);
-    EXPECT_EQ(error_of([&] { return ReadPriorityViewLevel(&value); }), ERROR_CHILD_MUST_BE_VOLATILE);
-    EXPECT_EQ(value, 1u);
-    EXPECT_EQ(error_of([] { return WriteViewReadArticle(1); }), ERROR_CHILD_MUST_BE_VOLATILE);
     EXPECT_FALSE(KeyExists());
     RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\marrowby");
 }
 
 } // namespace
 
-TEST(SettingsHelpers, ParseDecimalStripTrailingBackslashesMakeViewFont)
+/* Digits only: the properties pages refuse anything else. */
+TEST(SettingsHelpers, ParseDecimal)
 {
     const struct { const wchar_t *text; int ok; DWORD value; } numbers[] = {
-        {L"", 1, 0}, {L"0080", 1, 80}, {L"123456", 1, 123456}, {L"4294967296", 1, 0} /* wraps */, {L"80a", 0, 99},
-        {L" 80", 0, 99}, {L"80 ", 0, 99}, {L"\t80", 0, 99}, {L" ", 0, 99}, {L"-1", 0, 99}, {L"８０", 0, 99}};
+        {L"", 1, 0}, {L"0080", 1, 80}, {L"4294967296", 1, 0} /* wraps */, {L"80a", 0, 99},
+        {L" 80", 0, 99}, {L"80 ", 0, 99}, {L"-1", 0, 99}, {L"８０", 0, 99}};
     for (const auto &n : numbers) {
         DWORD value = 99;
-        EXPECT_EQ(ParseDecimal(n.text, &value), n.ok);
-        EXPECT_EQ(value, n.value);
+        EXPECT_EQ(ParseDecimal(n.text, &value), n.ok) << n.text;
+        EXPECT_EQ(value, n.value) << n.text;
     }
-    wchar_t folder[] = L"\\Storage\\news\\\\\\";
-    StripTrailingBackslashes(folder);
-    EXPECT_STREQ(folder, L"\\Storage\\news");
-
-    HFONT font = nullptr;
-    for (LONG size : {14L, -12L}) {
-        ASSERT_EQ(MakeViewFont(L"ＭＳ ゴシック", size, &font), 1);
-        LOGFONTW f = {}, expected = {size, 0, 0, 0, 400, 0, 0, 0, 1, 0, 0, 0, 0, L""};
-        ASSERT_EQ(GetObjectW(font, sizeof(f), &f), (int)sizeof(f));
-        EXPECT_EQ(memcmp(&f, &expected, offsetof(LOGFONTW, lfFaceName)), 0) << "size " << size;
-        EXPECT_STREQ(f.lfFaceName, L"ＭＳ ゴシック");
-    }
-    DeleteObject(font);
 }

@@ -56,20 +56,15 @@ TEST(HeaderBlock, JoinsFoldedLinesAndNotesTheNamedLines)
     HeaderBlockFree(&block);
 }
 
-/* Subject (47 bytes), date ("MMDD") and sender (15 bytes) fields; a cut
- * never splits a Shift_JIS character. */
+/* Date ("MMDD") and sender (15 bytes) fields; a cut never splits a
+ * Shift_JIS character. The subject's cut (47 bytes) is pinned down whole by
+ * its fuzz target's checks. */
 TEST(HeaderFields, SubjectDateAndSender)
 {
     const struct {
         char field;
         std::string line, text;
     } cases[] = {
-        {'S', "Hello world\r\nFrom: x\r\n", "Hello world"},
-        {'S', "lf ends too\nmore", "lf ends too"},
-        {'S', std::string(60, 'a'), std::string(47, 'a')},
-        {'S', std::string(45, 'a') + SJIS_NIHONGO, std::string(45, 'a') + "\x93\xFA"},
-        {'S', std::string(46, 'a') + SJIS_NIHONGO, std::string(46, 'a')}, /* a lead byte would be the 47th */
-        {'S', "ab\x93\r\n", "ab"},                                        /* a lead byte without its trail */
         {'D', "Date: Tue, 5 Mar 2002 10:00:00 +0900\r\n", "0305"},
         {'D', "Date: 25 Dec 2001 23:59:59 GMT\r\n", "1225"},
         {'D', "Date: 5-Mar-2002\r\n", "0305"}, /* the byte after the day is not looked at */
@@ -96,11 +91,7 @@ TEST(HeaderFields, SubjectDateAndSender)
     };
     for (const auto &c : cases) {
         const char *line = c.line.c_str();
-        EXPECT_EQ(c.field == 'S' ? Field<48>(SubjectField, line)
-                  : c.field == 'D' ? Field<4>(DateField, line)
-                                   : Field<16>(FromField, line),
-                  c.text)
-            << c.line;
+        EXPECT_EQ(c.field == 'D' ? Field<4>(DateField, line) : Field<16>(FromField, line), c.text) << c.line;
     }
     EXPECT_EQ(Field<48>(SubjectField, nullptr), "(none)");
     EXPECT_EQ(Field<4>(DateField, nullptr), "0000");

@@ -33,15 +33,6 @@ inline const JapaneseSample kJapaneseSamples[] = {
     {0x7199, "\x74\x26", "\xEA\xA4"}, /* 熙 */
 };
 
-/* Every sample one after another: AllSamples(&JapaneseSample::jis). */
-inline std::string AllSamples(const char *JapaneseSample::*bytes)
-{
-    std::string text;
-    for (const JapaneseSample &sample : kJapaneseSamples)
-        text += sample.*bytes;
-    return text;
-}
-
 /* 日本語 */
 const std::string kNihongoJis = "F|K\\8l";
 const std::string kNihongoSjis = "\x93\xFA\x96\x7B\x8C\xEA";

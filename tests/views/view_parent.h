@@ -1,6 +1,6 @@
 /*
- * A top-level window to hold a view under test; it keeps the codes of the
- * WM_COMMAND notifications the view sends it.
+ * A top-level window to hold a view (or a menu bar) under test; it keeps
+ * the WM_COMMANDs sent to it.
  */
 #ifndef PELNOR_TEST_VIEW_PARENT_H
 #define PELNOR_TEST_VIEW_PARENT_H
@@ -26,13 +26,20 @@ public:
                                  nullptr, GetModuleHandleW(nullptr), nullptr);
         SetForegroundWindow(window);
         notices().clear();
+        commands().clear();
     }
     ~ViewParent() { DestroyWindow(window); }
 
+    /* The notification codes, and the whole wParams. */
     static std::vector<UINT> &notices()
     {
         static std::vector<UINT> codes;
         return codes;
+    }
+    static std::vector<WPARAM> &commands()
+    {
+        static std::vector<WPARAM> all;
+        return all;
     }
 
     HWND window;
@@ -42,6 +49,7 @@ private:
     {
         if (msg == WM_COMMAND) {
             notices().push_back(HIWORD(wp));
+            commands().push_back(wp);
             return 0;
         }
         return DefWindowProcW(w, msg, wp, lp);
