@@ -52,10 +52,18 @@ TEST_F(FrameTest, StartsWithTheGroupMenuBarAndMarksTheBarsOwnPopups)
 
 TEST_F(FrameTest, ViewOptionsStartAsStoredAndEachCommandMovesItsMarkAndIsStored)
 {
+    /* Nothing stored: read articles hidden, low and up shown, headers cut. */
+    ASSERT_NE(Start(), nullptr);
+    EXPECT_EQ(Marks(frame_), "00010");
+    EXPECT_EQ(frame_.articleView->show_all_headers, 0);
+    TearDown();
+    SetUp();
+
     SetPelnorDword(L"PriorityViewLevel", 2, L"SubjectView");
     SetPelnorDword(L"ShowArticleHeader", 1, L"ArticleView");
     ASSERT_NE(Start(), nullptr);
     EXPECT_EQ(Marks(frame_), "01001");
+    EXPECT_EQ(frame_.articleView->show_all_headers, 1);
     /* Normal is stored as 0 and low as 1. */
     const struct {
         UINT command;
@@ -72,6 +80,7 @@ TEST_F(FrameTest, ViewOptionsStartAsStoredAndEachCommandMovesItsMarkAndIsStored)
         Command(step.command);
         EXPECT_EQ(StoredOption(step.key, step.name), step.value) << step.command;
         EXPECT_EQ(Marks(frame_), step.marks) << step.command;
+        EXPECT_EQ(frame_.articleView->show_all_headers, step.marks[4] == '1') << step.command;
     }
     EXPECT_TRUE(watcher_.boxes().empty());
 
