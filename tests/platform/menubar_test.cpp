@@ -64,6 +64,18 @@ TEST_F(MenuBarTest, ButtonsInResourceOrderAndImageButtonClicks)
     EXPECT_EQ(ViewParent::commands(), std::vector<WPARAM>{MAKEWPARAM(IDM_ARTICLE_BACK, 0)});
 }
 
+/* A text button drops down its popup; the item chosen reaches the parent. */
+TEST_F(MenuBarTest, DropDownOpensItsPopupAndTheChoiceReachesTheParent)
+{
+    HWND bar;
+    ASSERT_TRUE(Create(IDR_SUBJECT_BAR, IDB_SUBJECT_BAR, SUBJECT_BAR_IMAGES, &bar));
+    POINT pt = ClientCentre(bar, IDM_SUBJECT_POPUP);
+    ChooseNextPopupCommand(IDM_PRIORITY_LOW);
+    SendMessageW(bar, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(pt.x, pt.y));
+    ASSERT_TRUE(PumpUntil([&] { return !ViewParent::commands().empty(); }));
+    EXPECT_EQ(ViewParent::commands(), std::vector<WPARAM>{MAKEWPARAM(IDM_PRIORITY_LOW, 0)});
+}
+
 /* A bar asking for more images than its strip holds, or a missing
  * resource, is refused (the frame's tests create every real bar). */
 TEST_F(MenuBarTest, ShortStripsAndMissingResourcesAreRefused)
