@@ -78,6 +78,8 @@ TEST_F(CommandTest, CatchUpLocalThenServerCancelAndFailure)
     EXPECT_EQ(frame_.busy, 0u);
     std::string index = FileBytes(data_.file(L"fj.b.idx"));
     EXPECT_EQ(ReadU32(index, 88), 0u); /* unread */
+    for (int i = 0; i < 3; i++)
+        EXPECT_EQ(ReadU32(index, 100 + 92 * i) & 1, 1u) << i;
     EXPECT_EQ(ReadU32(index, 4), 0u);  /* last fetched untouched */
     EXPECT_EQ(ListViewText(list_, 1, 1), L"0");
 
