@@ -38,8 +38,11 @@ protected:
 
 TEST_F(ReadMarksTest, DeletionKeepsTheUnreadArticles)
 {
-    /* (Nothing read and everything read are the delete command's cases.) */
-    const std::vector<std::vector<bool>> cases = {{false, true, false, true}, {true, false, true, false}};
+    /* (Everything read is the delete command's case.) */
+    const std::vector<std::vector<bool>> cases = {
+        {false, false, false, false}, /* nothing read: both files copied whole */
+        {false, true, false, true},
+        {true, false, true, false}};
     for (const auto &read : cases) {
         WriteFour(read);
         ASSERT_TRUE(DeleteReadArticles(&store_));
