@@ -6,23 +6,27 @@
 #include "store/data_folder.h"
 #include "store_test_util.h"
 
-/* The frame's start-up covers the draft folder's backups going and the rest
- * staying; here the names: any case of ".bak", and only at the end. */
+/* "*.bak" goes from the draft folder alone: any case of ".bak", and only at
+ * the end of the name. */
 TEST(DataFolder, StartMakesTheFilesAndRemovesDraftBackupsOnly)
 {
     TempFolder folder;
     int unknown_version;
     ASSERT_TRUE(StartDataFolder(folder.path().c_str(), &unknown_version));
-    for (const wchar_t *name : {L"active.dat", L"category.dat", L"group.dat"})
+    EXPECT_TRUE(FolderExists(folder.file(L"draft")));
+    for (const wchar_t *name : {L"active.dat", L"category.dat", L"group.dat"}) {
+        EXPECT_TRUE(FileExists(folder.file(name))) << name;
         EXPECT_EQ(FileBytes(folder.file(name)), "") << name;
+    }
 
     ASSERT_TRUE(WriteFileBytes(folder.file(L"group.dat"), "# none yet\r\n"));
-    for (const wchar_t *name : {L"draft\\two.BAK", L"draft\\keep.bakup"})
+    for (const wchar_t *name : {L"draft\\two.BAK", L"draft\\keep.bakup", L"outside.bak"})
         ASSERT_TRUE(WriteFileBytes(folder.file(name), "x"));
     ASSERT_TRUE(StartDataFolder(folder.path().c_str(), &unknown_version));
     EXPECT_EQ(FileBytes(folder.file(L"group.dat")), "# none yet\r\n");
     EXPECT_FALSE(FileExists(folder.file(L"draft\\two.BAK")));
     EXPECT_TRUE(FileExists(folder.file(L"draft\\keep.bakup")));
+    EXPECT_TRUE(FileExists(folder.file(L"outside.bak"))); /* the data folder's own are kept */
 }
 
 /* fj.new: neither file; fj.log: a log only; fj.ok: a current index, left
