@@ -155,7 +155,7 @@ TEST_F(DialupTest, RefusedOrCancelledDialHangsUpAndStartsNoRun)
     EXPECT_EQ(log_.size(), 2u); /* and no run */
 }
 
-TEST_F(DialupTest, DisconnectDialogHangsUpAfterTheWait)
+TEST_F(DialupTest, DisconnectDialogHangsUpAfterTheWaitUnlessCancelled)
 {
     connection_ = ras_.handle;
     std::function<void()> on_open = [] {};
@@ -194,6 +194,11 @@ TEST_F(DialupTest, DisconnectDialogHangsUpAfterTheWait)
     EXPECT_TRUE(timer1_killed);
     EXPECT_TRUE(wait_timer_alive);
 
+    /* Cancel during the wait keeps the line. */
+    on_hang_up_ = [] {};
+    on_open = [&] { PostMessageW(GetDlgItem(dialog_, IDCANCEL), BM_CLICK, 0, 0); };
+    EXPECT_EQ(run(30), 1);
+    EXPECT_EQ(log_, Log{L"open 切断中... at 切断します"});
     KillTimer(nullptr, watchdog);
 }
 
