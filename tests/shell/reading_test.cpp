@@ -53,7 +53,7 @@ protected:
     ArticleView *article_ = nullptr;
 };
 
-TEST_F(ReadingTest, PastTheLastArticleTheListComesBackWithItsReadMark)
+TEST_F(ReadingTest, PastTheLastArticleTheListComesBackAndFollowsTheViewOptions)
 {
     Start();
     DoubleClickListRow(frame_.groupView->list, 0);
@@ -71,6 +71,12 @@ TEST_F(ReadingTest, PastTheLastArticleTheListComesBackWithItsReadMark)
     Command(IDM_TOGGLE_READ);
     EXPECT_EQ(Flags(2), 0u);
     Command(IDM_TOGGLE_READ);
+    Command(IDM_PRIORITY_HIGH); /* nothing is high */
+    EXPECT_EQ(subject_->list.visible_count, 0u);
+    Command(IDM_PRIORITY_LOW); /* the read article is left out */
+    EXPECT_EQ(subject_->list.visible_count, 2u);
+    Command(IDM_VIEW_READ);
+    EXPECT_EQ(subject_->list.visible_count, 3u);
     Command(IDM_SUBJECT_BACK);
     EXPECT_EQ(ListViewText(frame_.groupView->list, 0, 1), L"2");
     EXPECT_TRUE(watcher_.boxes().empty());

@@ -85,14 +85,19 @@ protected:
 };
 
 /* The order of the rows is the article list's, and the reading tests see
- * the options reach it; here the marks. */
-TEST_F(SubjectViewTest, RowsShowTheirMarks)
+ * the options reach it; here the cells and the marks. */
+TEST_F(SubjectViewTest, RowsShowTheirCellsAndMarks)
 {
     /* a0 normal, a1 high read, a2 low, a3 high, a4 normal read. Shown read:
      * read check, red arrow up, blue arrow down, each 10 x 10 at the marks
      * column (the cursor's row 0 is inverted). */
     Open(Articles(5, {0, 4 | 1, 2, 4, 1}));
     ASSERT_TRUE(SubjectViewSetOptions(&view_, 1, 1));
+    wchar_t text[64];
+    SubjectViewCellText(&view_, 0, kColumnDate, text, 64);
+    EXPECT_STREQ(text, L"03/05");
+    SubjectViewCellText(&view_, 0, kColumnFrom, text, 64);
+    EXPECT_STREQ(text, L"山田太郎");
     UpdateWindow(view_.window);
     int marks = view_.rows.left;
     EXPECT_EQ(Pixel(marks + 10 + 4, 1, 1), RGB(208, 32, 32));  /* a3 high */
