@@ -113,8 +113,19 @@ TEST_F(ArticleViewTest, LayoutWrapsFiltersAndColoursLines)
     EXPECT_TRUE(HasColour(quote_lines.back(), kQuote));
     EXPECT_FALSE(HasColour(quote_lines[0] - 1, kQuote) || HasColour(quote_lines[0] - 1, kHeader));
 
+    /* Every header line with show-all. */
+    ArticleViewSetShowHeaders(&view_, 1);
+    UpdateWindow(view_.window);
+    next = 0;
+    Wrapped(&next, L"Path: a!b");
+    Wrapped(&next, L"From: 山田太郎");
+    Wrapped(&next, subject);
+    Wrapped(&next, L"Date: 5 Mar 2024");
+    EXPECT_EQ(view_.header_lines, next);
+    ArticleViewSetShowHeaders(&view_, 0);
+
     /* None but the empty line when the header has neither From nor
-     * Subject (show-all is driven end to end). */
+     * Subject. */
     Show(L"Path: x\r\n\r\nbody\r\n");
     EXPECT_EQ(view_.header_lines, 0u);
     EXPECT_EQ(Line(0), L"");
