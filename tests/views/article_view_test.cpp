@@ -55,8 +55,9 @@ protected:
         while (joined.size() < logical.size() || (logical.empty() && used.empty())) {
             std::wstring line = Line(*next);
             EXPECT_LT(Width(line), 222) << *next;
-            if (joined.size() + line.size() < logical.size())
+            if (joined.size() + line.size() < logical.size()) {
                 EXPECT_GE(Width(line + logical.substr(joined.size() + line.size(), 1)), 222) << *next;
+            }
             joined += line;
             used.push_back((*next)++);
         }
