@@ -233,13 +233,7 @@ TEST_F(SettingsTest, PipelineDepthIsClampedAndDefaultsWhenMissing)
 
 TEST_F(SettingsTest, KeyThatCannotBeCreatedFailsLoadAndSave)
 {
-    /* Under a volatile parent the lasting program key cannot be created. */
-    RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\marrowby");
-    HKEY parent;
-    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\marrowby", 0, nullptr, REG_OPTION_VOLATILE,
-                              KEY_ALL_ACCESS, nullptr, &parent, nullptr),
-              ERROR_SUCCESS);
-    RegCloseKey(parent);
+    ASSERT_TRUE(MakePelnorKeyUnmakeable());
     auto error_of = [](auto call) {
         SetLastError(0);
         return call() ? 0 : GetLastError();
@@ -249,7 +243,7 @@ TEST_F(SettingsTest, KeyThatCannotBeCreatedFailsLoadAndSave)
     EXPECT_EQ(error_of([&] { return LoadSettings(&r.s, &complete); }), ERROR_CHILD_MUST_BE_VOLATILE);
     EXPECT_EQ(error_of([&] { return SaveSettings(&r.s); }), ERROR_CHILD_MUST_BE_VOLATILE);
     EXPECT_FALSE(KeyExists());
-    RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\marrowby");
+    DeleteUnmakeableParent();
 }
 
 } // namespace

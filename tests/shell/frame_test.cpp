@@ -87,16 +87,10 @@ TEST_F(FrameTest, ViewOptionsStartAsStoredAndEachCommandMovesItsMarkAndIsStored)
     /* Under a volatile parent the program's key cannot be made again: the
      * options stay toggled and the user is told (the level's failure is of
      * no consequence and not shown). */
-    DeletePelnorKey();
-    RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\marrowby");
-    HKEY parent;
-    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\marrowby", 0, nullptr, REG_OPTION_VOLATILE,
-                              KEY_ALL_ACCESS, nullptr, &parent, nullptr),
-              ERROR_SUCCESS);
-    RegCloseKey(parent);
+    ASSERT_TRUE(MakePelnorKeyUnmakeable());
     Command(IDM_VIEW_READ);
     Command(IDM_PRIORITY_LOW);
-    RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\marrowby");
+    DeleteUnmakeableParent();
     ASSERT_EQ(watcher_.boxes().size(), 1u);
     EXPECT_EQ(watcher_.boxes()[0].caption, L"PELNOR");
     EXPECT_EQ(watcher_.boxes()[0].text, L"設定の保存ができませんでした(1021)");

@@ -7,6 +7,22 @@ void DeletePelnorKey()
     RegDeleteTreeW(HKEY_CURRENT_USER, PELNOR_REGISTRY_KEY);
 }
 
+bool MakePelnorKeyUnmakeable()
+{
+    RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\marrowby");
+    HKEY parent;
+    if (RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\marrowby", 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS,
+                        nullptr, &parent, nullptr) != ERROR_SUCCESS)
+        return false;
+    RegCloseKey(parent);
+    return true;
+}
+
+void DeleteUnmakeableParent()
+{
+    RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\marrowby");
+}
+
 static void SetValue(const wchar_t *subkey, const wchar_t *name, DWORD type, const void *data, DWORD size)
 {
     std::wstring path = subkey ? PELNOR_REGISTRY_KEY L"\\" + std::wstring(subkey) : PELNOR_REGISTRY_KEY;

@@ -12,6 +12,12 @@
 /* Deletes HKCU\Software\marrowby\Pelnor with all its subkeys. */
 void DeletePelnorKey();
 
+/* Leaves the program key unmakeable: it is deleted and its parent made
+ * volatile, under which a lasting key cannot be created. The parent goes
+ * with DeleteUnmakeableParent. */
+bool MakePelnorKeyUnmakeable();
+void DeleteUnmakeableParent();
+
 /* Writes one value of the program key (or of a subkey of it). */
 void SetPelnorString(const wchar_t *name, const std::wstring &value, const wchar_t *subkey = nullptr);
 void SetPelnorDword(const wchar_t *name, DWORD value, const wchar_t *subkey = nullptr);
