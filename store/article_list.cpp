@@ -128,8 +128,6 @@ int ArticleListBuild(ArticleList *list, DWORD page_size)
     DropPages(list);
     if (!IndexReadHeader(&list->store))
         return 0;
-    /* The row map and the page come from the process heap: a group opened
-     * again reuses memory already in use instead of fresh pages. */
     DWORD count = list->store.record_count;
     list->row_map = (DWORD *)Bytes((SIZE_T)count * sizeof(DWORD));
     unsigned char *runs = (unsigned char *)Bytes(count);
