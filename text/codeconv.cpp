@@ -118,13 +118,20 @@ void SjisPairToJis(unsigned char s1, unsigned char s2, unsigned char *j1, unsign
     *j2 = (unsigned char)(cell & 0xFF);
 }
 
-void JisLineToSjis(const char *src, char *dst)
+size_t JisPartToSjis(const char *src, char *dst, JisLineState *state, int last)
 {
     const unsigned char *s = (const unsigned char *)src;
     unsigned char *d = (unsigned char *)dst;
-    JisMode mode = kSingleByte;
+    JisMode mode = (JisMode)state->mode;
 
     while (*s) {
+        if (!last) {
+            /* Bytes the next part completes wait for it. */
+            if (*s == kEsc && (s[1] == 0 || s[2] == 0))
+                break;
+            if (mode == kTwoByte && (IsJisByte(s[0]) || IsEucByte(s[0])) && s[1] == 0)
+                break;
+        }
         if (*s == kEsc) {
             size_t length = MatchEscape(s, &mode);
             if (length) {
@@ -148,10 +155,11 @@ void JisLineToSjis(const char *src, char *dst)
                 s += 2;
             } else {
                 *d++ = first;
+                s++;
                 if (second == 0)
                     break;
                 *d++ = second;
-                s += 2;
+                s++;
             }
         } else {
             /* Blanks, line ends and control bytes stand alone. */
@@ -159,6 +167,14 @@ void JisLineToSjis(const char *src, char *dst)
         }
     }
     *d = '\0';
+    state->mode = mode;
+    return (size_t)((const char *)s - src);
+}
+
+void JisLineToSjis(const char *src, char *dst)
+{
+    JisLineState state = {kSingleByte};
+    JisPartToSjis(src, dst, &state, 1);
 }
 
 char *SjisToJis(const char *text)

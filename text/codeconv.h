@@ -19,6 +19,19 @@ inline bool IsSjisLeadByte(unsigned char c)
  * Every line starts in single-byte mode; malformed input is copied through. */
 void JisLineToSjis(const char *src, char *dst);
 
+/* A line too long to hold at once, converted in parts: the mode the last
+ * part ended in (a line starts in single-byte mode, 0). */
+struct JisLineState {
+    int mode;
+};
+
+/* Converts the NUL-terminated part `src` of a line into `dst` (strlen(src)
+ * + 1 bytes) as JisLineToSjis does, carrying the mode in *state. Unless
+ * `last`, stops before the bytes the next part completes (an escape cut by
+ * the part's end, or the first byte of a two-byte pair): returns how many
+ * bytes of `src` were converted; the rest begins the next part. */
+size_t JisPartToSjis(const char *src, char *dst, JisLineState *state, int last);
+
 /* Converts 8-bit Shift_JIS text to ISO-2022-JP, ending with ESC ( B.
  * Returns a new text the caller frees with free(), or null with last error 8. */
 char *SjisToJis(const char *text);

@@ -1,4 +1,4 @@
-/* Fuzzes the ISO-2022-JP line conversion, the conversion back to
+/* Fuzzes the ISO-2022-JP line conversion (whole and in parts), the conversion back to
  * ISO-2022-JP and the Shift_JIS cut. */
 #include "fuzz_text.h"
 
@@ -11,6 +11,21 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     std::string line = ConvertLine(JisLineToSjis, text, length);
     if (!memchr(text, 0x1B, length))
         CHECK(line == text);
+
+    /* A line read in parts converts to the same bytes wherever it is cut,
+     * the unconverted rest of each part opening the next. */
+    for (size_t cut = 1; cut < length; cut += length / 7 + 1) {
+        std::string parts, pending;
+        JisLineState state = {0};
+        for (size_t at = 0; at < length; at += cut) {
+            pending.append(text + at, length - at < cut ? length - at : cut);
+            std::string out(pending.size() + 1, '\0');
+            size_t done = JisPartToSjis(pending.c_str(), &out[0], &state, at + cut >= length);
+            parts += out.c_str();
+            pending.erase(0, done);
+        }
+        CHECK(parts == line);
+    }
 
     /* At worst every byte opens an escape of its own; then the closing one.
      * Plain Shift_JIS comes back unchanged. */
