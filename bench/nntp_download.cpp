@@ -12,13 +12,14 @@
 
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 #include <wchar.h>
 
 #include <string>
 
-#include "nntp/pipeline.h"
-#include "nntp/session.h"
 #include "base/res_text.h"
+#include "nntp/download_texts.h"
+#include "nntp/session.h"
 
 int wmain(int argc, wchar_t **argv)
 {
@@ -29,7 +30,12 @@ int wmain(int argc, wchar_t **argv)
     SetResourceInstance(GetModuleHandleW(nullptr));
     WSADATA wsa;
     WSAStartup(MAKEWORD(1, 1), &wsa);
-    NntpSetPipelineDepth((DWORD)_wtoi(argv[3]));
+    NntpServer server = {};
+    strcpy(server.host, "127.0.0.1");
+    server.port = (unsigned short)_wtoi(argv[1]);
+    server.connect_timeout_ms = kNntpDefaultConnectTimeoutMs;
+    server.receive_timeout_ms = kNntpDefaultReceiveTimeoutMs;
+    server.pipeline_depth = (DWORD)_wtoi(argv[3]);
 
     std::wstring names;
     for (int i = 4; i < argc; i++) {
@@ -48,17 +54,12 @@ int wmain(int argc, wchar_t **argv)
 
     GroupCursor cursor;
     GroupCursorInit(&cursor, names.c_str());
-    DownloadProgress progress;
-    ProgressInit(&progress, nullptr);
     RunResult result;
     RunResultClear(&result);
-    SessionParams params = {};
-    params.server = L"127.0.0.1";
-    params.port = (DWORD)_wtoi(argv[1]);
-    params.data_path = argv[2];
-    params.limit = 100000;
-    params.cursor = &cursor;
-    params.progress = &progress;
+    DownloadEvents events = {&server, nullptr, nullptr, [](void *server, const NntpOutcome *outcome, RunResult *r) {
+                                 DescribeDownloadOutcome((const NntpServer *)server, outcome, r);
+                             }};
+    SessionParams params = {&server, argv[2], 100000, &cursor, &events, nullptr};
 
     LARGE_INTEGER frequency, start, end;
     QueryPerformanceFrequency(&frequency);

@@ -1,12 +1,11 @@
 #include "article_download.h"
 
 #include <stdlib.h>
-#include <stdio.h>
 #include <string.h>
 
+#include "nntp/conversation.h"
 #include "nntp/pipeline.h"
 #include "nntp/reply_parse.h"
-#include "resources/resource.h"
 #include "store/article_writer.h"
 #include "store/group_store.h"
 #include "store/index_file.h"
@@ -17,70 +16,6 @@
 
 namespace {
 
-/* Sends `command` + `argument`. On failure the result holds the send text
- * under `title` with severity 2. */
-int SendCommand(NntpConnection *c, const char *command, const char *argument, const wchar_t *title,
-                RunResult *result)
-{
-    int sent = NntpSendCommand(c, command, argument, "");
-    if (!sent) {
-        DWORD error = GetLastError();
-        RunResultSetError(result, title, IDS_SEND_FAILED, error, kSeverityError);
-        SetLastError(error);
-    }
-    return sent;
-}
-
-/* Reads a status line; on failure the receive text under `title`. */
-int ReadStatus(NntpConnection *c, char *reply, const wchar_t *title, RunResult *result)
-{
-    if (NntpReadLine(c, reply, kNntpLineCapacity, 0))
-        return 1;
-    DWORD error = GetLastError();
-    RunResultSetError(result, title, IDS_RECV_FAILED, error, kSeverityError);
-    SetLastError(error);
-    return 0;
-}
-
-/* Sends `command` + `argument` and reads its status line into `reply`. A
- * server that wants "MODE READER" first (401, as INN's innd answers the
- * hosts it feeds) gets it once on the link, and the command is sent again.
- * On failure the result holds the send or receive text under the titles. */
-int Exchange(NntpConnection *c, const char *command, const char *argument, const wchar_t *send_title,
-             const wchar_t *receive_title, char *reply, RunResult *result)
-{
-    for (;;) {
-        if (!SendCommand(c, command, argument, send_title, result) || !ReadStatus(c, reply, receive_title, result))
-            return 0;
-        if (c->mode_reader_sent || strncmp(reply, "401", 3) != 0)
-            return 1;
-        c->mode_reader_sent = 1;
-        if (!SendCommand(c, "MODE READER", "", send_title, result) || !ReadStatus(c, reply, receive_title, result))
-            return 0;
-    }
-}
-
-/* The reply line as 16-bit text without its line end. */
-void ReplyWithoutLineEnd(const char *reply, wchar_t *out, int out_chars)
-{
-    wchar_t *wide = ToWide(reply);
-    CopyWideText(out, wide ? wide : L"", out_chars);
-    free(wide);
-    size_t length = wcslen(out);
-    while (length > 0 && (out[length - 1] == L'\r' || out[length - 1] == L'\n'))
-        out[--length] = L'\0';
-}
-
-/* Sets the result to "unexpected reply" with the line that came back. */
-void SetUnexpectedReply(RunResult *result, const wchar_t *title, const char *reply, int severity)
-{
-    wchar_t line[kRunResultChars], text[kRunResultChars];
-    ReplyWithoutLineEnd(reply, line, kRunResultChars);
-    FormatResText(IDS_UNEXPECTED_REPLY, line, text, kRunResultChars);
-    RunResultSet(result, title, text, severity);
-    SetLastError(kErrorInvalidData);
-}
-
 /* Stored articles between two saves of the group's header during a run:
  * a program killed in a run fetches at most these again. A save is one
  * 100-byte write. */
@@ -89,62 +24,6 @@ const DWORD kHeaderSaveEvery = 20;
 /* More article numbers missing from a group's range than this is no range
  * to probe one number at a time. */
 const unsigned long long kMostMissingNumbers = 1000000;
-
-} // namespace
-
-int SelectGroup(NntpConnection *c, const wchar_t *group, DWORD *count, DWORD *first, DWORD *last,
-                RunResult *result)
-{
-    wchar_t socket_error[64], socket_error_uc[64];
-    LoadResText(IDS_CAPTION_SOCKET, socket_error, 64);
-    LoadResText(IDS_CAPTION_SOCKET_UC, socket_error_uc, 64);
-
-    char *name = ToNarrow(group);
-    if (!name) {
-        RunResultSetError(result, socket_error, IDS_SEND_FAILED, kErrorNotEnoughMemory, kSeverityError);
-        SetLastError(kErrorNotEnoughMemory);
-        return 0;
-    }
-    char reply[kNntpLineBufferSize];
-    int exchanged = Exchange(c, "GROUP ", name, socket_error, socket_error_uc, reply, result);
-    free(name);
-    if (!exchanged)
-        return 0;
-
-    if (reply[0] != '2') {
-        wchar_t *wide = ToWide(reply);
-        wchar_t text[kRunResultChars];
-        FormatResText(IDS_GROUP_FAILED, wide ? wide : L"??\r\n", text, kRunResultChars);
-        free(wide);
-        size_t length = wcslen(text);
-        text[length >= 2 ? length - 2 : 0] = L'\0';
-        RunResultSet(result, group, text, kSeverityWarning);
-        SetLastError(kErrorInvalidData);
-        return 0;
-    }
-
-    /* 211 and three numbers that fit; an empty group may give its last as
-     * one below its first. A range that cannot be the group's is shown in
-     * the group's status, never probed. */
-    const char *cursor = reply;
-    DWORD fields[4];
-    for (int i = 0; i < 4 && cursor; i++)
-        fields[i] = (DWORD)ParseReplyNumberStrict(&cursor);
-    bool sane = cursor && fields[0] == 211 && fields[3] != 0xFFFFFFFFu;
-    if (sane && fields[1] != 0 && fields[3] + 1ull != fields[2])
-        sane = fields[3] >= fields[2] && fields[3] - fields[2] + 1ull <= fields[1] + kMostMissingNumbers;
-    if (!sane) {
-        SetUnexpectedReply(result, group, reply, kSeverityWarning);
-        return 0;
-    }
-    *count = fields[1];
-    *last = fields[3];
-    /* An empty group has nothing to fetch whatever range it gives. */
-    *first = *count == 0 ? *last + 1 : fields[2];
-    return 1;
-}
-
-namespace {
 
 /* The header names kept, tested in this order, case-sensitively. */
 const char *const kKeptHeaders[] = {"From:", "Subject:", "Newsgroups:", "Date:", "Message-ID:", "References:"};
@@ -170,6 +49,7 @@ enum FetchOutcome { kFetchFailed = 0, kFetchSkipped = 1, kFetchStored = 2 };
 struct GroupDownload {
     NntpConnection *c;
     const wchar_t *group;
+    const SessionParams *params;
     GroupStore store;
     ArticleWriter writer;
     NntpPipeline pipeline;
@@ -180,11 +60,89 @@ struct GroupDownload {
     char converted[kNntpLineBufferSize];
 };
 
-void Fail(GroupDownload *d, UINT text_id)
+/* Words the outcome into the result through the run's events. The last
+ * error is kept for the caller. */
+void Report(GroupDownload *d, NntpOutcome *outcome)
 {
     DWORD error = GetLastError();
-    RunResultSetError(d->result, d->group, text_id, error, kSeverityError);
+    outcome->group = d->group;
+    const DownloadEvents *events = d->params->events;
+    events->describe(events->context, outcome, d->result);
+    d->result->severity = outcome->severity;
     SetLastError(error);
+}
+
+/* A failure `kind` at `step` with the last error: severity 2. */
+void Fail(GroupDownload *d, NntpOutcomeKind kind, NntpOutcomeStep step = kOutcomeAtArticle)
+{
+    NntpOutcome outcome = {};
+    outcome.kind = kind;
+    outcome.step = step;
+    outcome.severity = kSeverityError;
+    outcome.error = GetLastError();
+    Report(d, &outcome);
+}
+
+/* The server's line that was not what was asked for (last error 13). */
+void ReportReply(GroupDownload *d, NntpOutcomeKind kind, NntpOutcomeStep step, DWORD severity)
+{
+    NntpOutcome outcome = {};
+    outcome.kind = kind;
+    outcome.step = step;
+    outcome.severity = severity;
+    outcome.error = kErrorInvalidData;
+    outcome.reply = d->line;
+    SetLastError(kErrorInvalidData);
+    Report(d, &outcome);
+}
+
+void FailExchange(GroupDownload *d, NntpFailure failed, NntpOutcomeStep step)
+{
+    Fail(d, failed == kNntpFailedSend ? kOutcomeSendFailed : kOutcomeReceiveFailed, step);
+}
+
+/* The GROUP exchange: count, first and last from the reply. 1, or 0 with
+ * the result set (severity 1 for a refusal or an unreadable reply, 2 for a
+ * send or receive failure). */
+int SelectGroup(GroupDownload *d, DWORD *count, DWORD *first, DWORD *last)
+{
+    char *name = ToNarrow(d->group);
+    if (!name) {
+        SetLastError(kErrorNotEnoughMemory);
+        Fail(d, kOutcomeSendFailed, kOutcomeAtGroup);
+        return 0;
+    }
+    NntpFailure failed;
+    int exchanged = NntpExchange(d->c, "GROUP ", name, d->line, &failed);
+    free(name);
+    if (!exchanged) {
+        FailExchange(d, failed, kOutcomeAtGroup);
+        return 0;
+    }
+    if (d->line[0] != '2') {
+        ReportReply(d, kOutcomeRefused, kOutcomeAtGroup, kSeverityWarning);
+        return 0;
+    }
+
+    /* 211 and three numbers that fit; an empty group may give its last as
+     * one below its first. A range that cannot be the group's is shown in
+     * the group's status, never probed. */
+    const char *cursor = d->line;
+    DWORD fields[4];
+    for (int i = 0; i < 4 && cursor; i++)
+        fields[i] = (DWORD)ParseReplyNumberStrict(&cursor);
+    bool sane = cursor && fields[0] == 211 && fields[3] != 0xFFFFFFFFu;
+    if (sane && fields[1] != 0 && fields[3] + 1ull != fields[2])
+        sane = fields[3] >= fields[2] && fields[3] - fields[2] + 1ull <= fields[1] + kMostMissingNumbers;
+    if (!sane) {
+        ReportReply(d, kOutcomeUnexpectedReply, kOutcomeAtGroup, kSeverityWarning);
+        return 0;
+    }
+    *count = fields[1];
+    *last = fields[3];
+    /* An empty group has nothing to fetch whatever range it gives. */
+    *first = *count == 0 ? *last + 1 : fields[2];
+    return 1;
 }
 
 /* The status line of "HEAD n" or "BODY n", sent ahead through the
@@ -196,9 +154,9 @@ void Fail(GroupDownload *d, UINT text_id)
 int RequestArticlePart(GroupDownload *d, NntpPart part, DWORD expected, DWORD number, FetchOutcome *outcome)
 {
     *outcome = kFetchFailed;
-    NntpStep failed;
+    NntpFailure failed;
     if (!PipelineReadStatus(&d->pipeline, number, part, d->line, &failed)) {
-        Fail(d, failed == kNntpStepSend ? IDS_SEND_FAILED : IDS_RECV_FAILED);
+        FailExchange(d, failed, kOutcomeAtArticle);
         return 0;
     }
     if (d->line[0] == '4') {
@@ -210,26 +168,10 @@ int RequestArticlePart(GroupDownload *d, NntpPart part, DWORD expected, DWORD nu
     DWORD code = (DWORD)ParseReplyNumberStrict(&cursor);
     DWORD replied = cursor ? (DWORD)ParseReplyNumberStrict(&cursor) : 0;
     if (!cursor || code != expected || replied != number) {
-        SetUnexpectedReply(d->result, d->group, d->line, kSeverityError);
+        ReportReply(d, kOutcomeUnexpectedReply, kOutcomeAtArticle, kSeverityError);
         return 0;
     }
     return 1;
-}
-
-/* Reads the rest of a reply up to its terminating "." line, keeping
- * nothing: a body cut short by a NUL byte leaves its remaining lines. */
-int DrainReply(GroupDownload *d)
-{
-    for (;;) {
-        SetLastError(0);
-        if (!NntpReadLine(d->c, d->line, kNntpLineCapacity, 0)) {
-            if (GetLastError() == 0)
-                continue;
-            return 0;
-        }
-        if (strcmp(d->line, ".\r\n") == 0)
-            return 1;
-    }
 }
 
 /* Reads the head up to its '.' line into the writer. */
@@ -259,6 +201,50 @@ int ReadHead(GroupDownload *d)
     }
 }
 
+/* Reads the body up to its "." line into the writer. A line of any length
+ * is stored whole: it is read and converted part by part, the bytes a part
+ * leaves unconverted opening the next. */
+int ReadBody(GroupDownload *d)
+{
+    for (;;) {
+        JisLineState state = {0};
+        size_t carried = 0;
+        int first_part = 1;
+        for (int complete = 0; !complete;) {
+            /* A read that ends without an error (a NUL byte) ends the body;
+             * the rest of the reply is read and dropped so that the next
+             * status line is the next command's. */
+            SetLastError(0);
+            if (!NntpReadLinePart(d->c, d->line + carried, kNntpLineCapacity - (int)carried, &complete)) {
+                if (GetLastError() != 0 || !NntpSkipReplyText(d->c)) {
+                    Fail(d, kOutcomeIncomplete);
+                    return 0;
+                }
+                /* A long line cut off keeps its line end in the log. */
+                if (!first_part && !ArticleWriterBodyLine(&d->writer, "\r\n")) {
+                    Fail(d, kOutcomeLogWriteFailed);
+                    return 0;
+                }
+                return 1;
+            }
+            const char *text = d->line;
+            if (first_part && text[0] == '.') {
+                if (strcmp(text, ".\r\n") == 0)
+                    return 1;
+                text++; /* dot-stuffed */
+            }
+            first_part = 0;
+            size_t converted = JisPartToSjis(text, d->converted, &state, complete);
+            if (!ArticleWriterBodyLine(&d->writer, d->converted)) {
+                Fail(d, kOutcomeLogWriteFailed);
+                return 0;
+            }
+            carried = strlen(text) - converted;
+            memmove(d->line, text + converted, carried);
+        }
+    }
+}
+
 /* The article's status lines, head and body into the writer. kFetchFailed
  * leaves the result set; what was written of the article is for the
  * caller to cut off. */
@@ -268,40 +254,19 @@ FetchOutcome FetchArticleParts(GroupDownload *d, DWORD number)
     if (!RequestArticlePart(d, kNntpHead, 221, number, &outcome))
         return outcome; /* nothing of the article is in the log yet */
     if (!ReadHead(d)) {
-        Fail(d, IDS_RECV_INCOMPLETE);
+        Fail(d, kOutcomeIncomplete);
         return kFetchFailed;
     }
     if (!ArticleWriterFinishHead(&d->writer)) {
-        Fail(d, IDS_INDEX_WRITE_FAILED);
+        Fail(d, kOutcomeIndexWriteFailed);
         return kFetchFailed;
     }
     if (!RequestArticlePart(d, kNntpBody, 222, number, &outcome))
         return outcome;
-    for (;;) {
-        /* A read that ends without an error (a NUL byte) ends the body; the
-         * rest of the reply is read and dropped so that the next status
-         * line is the next command's. */
-        SetLastError(0);
-        if (!NntpReadLine(d->c, d->line, kNntpLineCapacity, 0)) {
-            if (GetLastError() == 0 && DrainReply(d))
-                break;
-            Fail(d, IDS_RECV_INCOMPLETE);
-            return kFetchFailed;
-        }
-        const char *text = d->line;
-        if (text[0] == '.') {
-            if (text[1] == '\r' && text[2] == '\n' && text[3] == '\0')
-                break;
-            text++; /* dot-stuffed */
-        }
-        JisLineToSjis(text, d->converted);
-        if (!ArticleWriterBodyLine(&d->writer, d->converted)) {
-            Fail(d, IDS_LOG_WRITE_FAILED);
-            return kFetchFailed;
-        }
-    }
+    if (!ReadBody(d))
+        return kFetchFailed;
     if (!ArticleWriterFinishArticle(&d->writer)) {
-        Fail(d, IDS_INDEX_WRITE_FAILED);
+        Fail(d, kOutcomeIndexWriteFailed);
         return kFetchFailed;
     }
     return kFetchStored;
@@ -310,7 +275,7 @@ FetchOutcome FetchArticleParts(GroupDownload *d, DWORD number)
 FetchOutcome FetchArticle(GroupDownload *d, DWORD number)
 {
     if (!ArticleWriterBegin(&d->writer, number)) {
-        Fail(d, IDS_LOG_WRITE_FAILED);
+        Fail(d, kOutcomeLogWriteFailed);
         return kFetchFailed;
     }
     FetchOutcome outcome = FetchArticleParts(d, number);
@@ -325,18 +290,34 @@ FetchOutcome FetchArticle(GroupDownload *d, DWORD number)
     return outcome;
 }
 
-/* Fetches start..last, at most `limit` articles; the last number processed
- * goes to *processed. Leaves the summary in the result unless the run
- * failed. */
-void FetchRange(GroupDownload *d, DWORD start, DWORD last, DWORD limit, DownloadProgress *progress,
-                DWORD *processed)
+/* The summary of a range: `fetched` stored, the limit reached or not. */
+void ReportFetched(GroupDownload *d, DWORD fetched, int limited)
 {
+    NntpOutcome outcome = {};
+    outcome.kind = kOutcomeFetched;
+    outcome.step = kOutcomeAtArticle;
+    outcome.count = fetched;
+    outcome.limit = d->params->limit;
+    outcome.limited = limited;
+    Report(d, &outcome);
+}
+
+/* Fetches start..last, at most the run's limit; the last number processed
+ * goes to *processed. Leaves the summary in the result unless the run
+ * failed. A stop ends the range at once, and whatever failed because of
+ * it counts as the stop. */
+void FetchRange(GroupDownload *d, DWORD start, DWORD last, DWORD *processed)
+{
+    const SessionParams *params = d->params;
+    const DownloadEvents *events = params->events;
+    DWORD limit = params->limit;
     /* The count is one less than the articles of the range (kept so: the
      * bar's end is the range's last step). */
-    ProgressStartGroup(progress, d->group, last - start, limit);
+    if (events->group_started)
+        events->group_started(events->context, d->group, last - start, limit);
     DWORD fetched = 0;
     int limited = 0, stopped = 0;
-    PipelineInit(&d->pipeline, d->c, progress, start, last, limit);
+    PipelineInit(&d->pipeline, d->c, params->cancel, params->server->pipeline_depth, start, last, limit);
     unsigned long long n = start;
     for (; n <= last; n++) {
         if (fetched >= limit) {
@@ -344,7 +325,7 @@ void FetchRange(GroupDownload *d, DWORD start, DWORD last, DWORD limit, Download
             break;
         }
         /* A long run of missing numbers can be stopped too. */
-        if (ProgressStopRequested(progress)) {
+        if (JobCancelRequested(params->cancel)) {
             stopped = 1;
             break;
         }
@@ -356,17 +337,22 @@ void FetchRange(GroupDownload *d, DWORD start, DWORD last, DWORD limit, Download
         FetchOutcome outcome = FetchArticle(d, (DWORD)n);
         if (outcome == kFetchStored) {
             fetched++;
-            ProgressStep(progress);
+            if (events->article_stored)
+                events->article_stored(events->context);
             if (fetched % kHeaderSaveEvery == 0) {
                 GroupStoreSetLastFetched(&d->store, (DWORD)n);
                 if (!IndexWriteHeader(&d->store, INVALID_HANDLE_VALUE)) {
-                    Fail(d, IDS_INDEX_WRITE_FAILED);
+                    Fail(d, kOutcomeIndexWriteFailed);
                     return;
                 }
             }
         }
-        if (d->result->severity == kSeverityError)
-            return;
+        if (d->result->severity == kSeverityError) {
+            if (!JobCancelRequested(params->cancel))
+                return;
+            stopped = 1;
+            break;
+        }
         PipelineFinishArticle(&d->pipeline, (DWORD)n, outcome == kFetchSkipped && d->head_refused, limit - fetched);
     }
     /* A body sent for an article refused at its head is still to come:
@@ -377,40 +363,68 @@ void FetchRange(GroupDownload *d, DWORD start, DWORD last, DWORD limit, Download
     /* The number before the first one not fetched: the next run starts
      * exactly there. */
     *processed = (DWORD)(n - 1);
-    wchar_t text[kRunResultChars];
-    if (limited)
-        FormatResError(IDS_FETCHED_LIMIT, limit, text, kRunResultChars);
-    else
-        FormatResError(IDS_FETCHED_COUNT, fetched, text, kRunResultChars);
-    RunResultSet(d->result, L"", text, kSeverityInformation);
+    ReportFetched(d, fetched, limited);
+}
+
+/* A group the run could not have: its status says why, and the run goes
+ * on. The status is kept in the group's index when it can be; a name the
+ * data folder refuses has none, so the run keeps it. */
+void KeepWarning(GroupDownload *d, bool header_read)
+{
+    if (header_read && GroupStoreSetStatusText(&d->store, d->result->text) &&
+        IndexWriteHeader(&d->store, INVALID_HANDLE_VALUE))
+        return;
+    if (header_read) {
+        Fail(d, kOutcomeIndexWriteFailed);
+        return;
+    }
+    const DownloadEvents *events = d->params->events;
+    if (events->status_not_stored)
+        events->status_not_stored(events->context, d->group, d->result->text);
 }
 
 } // namespace
 
-void DownloadGroup(NntpConnection *c, const wchar_t *group, const wchar_t *data_path, DWORD limit,
-                   DownloadProgress *progress, RunResult *result)
+void DownloadGroup(NntpConnection *c, const wchar_t *group, const SessionParams *params, RunResult *result)
 {
     GroupDownload *d = (GroupDownload *)malloc(sizeof(GroupDownload));
     if (!d) {
-        RunResultSetError(result, group, IDS_INDEX_INIT_FAILED, kErrorNotEnoughMemory, kSeverityError);
+        NntpOutcome outcome = {};
+        outcome.kind = kOutcomeIndexInitFailed;
+        outcome.step = kOutcomeAtArticle;
+        outcome.severity = kSeverityError;
+        outcome.error = kErrorNotEnoughMemory;
+        outcome.group = group;
+        params->events->describe(params->events->context, &outcome, result);
+        result->severity = kSeverityError;
         SetLastError(kErrorNotEnoughMemory);
         return;
     }
     d->c = c;
     d->group = group;
+    d->params = params;
     d->result = result;
     GroupStoreInit(&d->store);
     ArticleWriterInit(&d->writer, &d->store);
 
     DWORD count, first, last, start, processed;
     int in_range = 0;
-    if (!GroupStoreSetNames(&d->store, data_path, group) || !IndexReadHeader(&d->store)) {
-        Fail(d, IDS_INDEX_INIT_FAILED);
+    if (!GroupStoreSetNames(&d->store, params->data_path, group) || !IndexReadHeader(&d->store)) {
+        NntpOutcome outcome = {};
+        outcome.kind = kOutcomeIndexInitFailed;
+        outcome.step = kOutcomeAtArticle;
+        outcome.severity = kSeverityWarning;
+        outcome.error = GetLastError();
+        Report(d, &outcome);
+        KeepWarning(d, false);
         goto done;
     }
     processed = GroupStoreLastFetched(&d->store);
-    if (!SelectGroup(c, group, &count, &first, &last, result))
+    if (!SelectGroup(d, &count, &first, &last)) {
+        if (result->severity == kSeverityWarning)
+            KeepWarning(d, true);
         goto done;
+    }
 
     if (GroupStoreLastFetched(&d->store) == kCaughtUpOnServer) {
         /* Caught up on the server: only the server's position is taken;
@@ -423,24 +437,27 @@ void DownloadGroup(NntpConnection *c, const wchar_t *group, const wchar_t *data_
     }
 
     if (!GroupStoreOpenLog(&d->store)) {
-        Fail(d, IDS_FILE_OPEN_FAILED);
+        Fail(d, kOutcomeLogOpenFailed);
         goto done;
     }
     if (!GroupStoreOpenIndex(&d->store)) {
-        Fail(d, IDS_INDEX_OPEN_FAILED);
+        Fail(d, kOutcomeIndexOpenFailed);
         goto done;
     }
     /* What a killed run left of an unfinished article goes first. */
     if (!IndexCutLogTail(&d->store)) {
-        Fail(d, IDS_LOG_WRITE_FAILED);
+        Fail(d, kOutcomeLogWriteFailed);
         goto done;
     }
     if (start > last || (GroupStoreLastFetched(&d->store) == kCaughtUpOnServer)) {
-        RunResultSetRes(result, L"", IDS_NO_NEW_ARTICLES, kSeverityInformation);
+        NntpOutcome outcome = {};
+        outcome.kind = kOutcomeNoNewArticles;
+        outcome.step = kOutcomeAtArticle;
+        Report(d, &outcome);
         processed = last;
     } else {
         in_range = 1;
-        FetchRange(d, start, last, limit, progress, &processed);
+        FetchRange(d, start, last, &processed);
     }
     ArticleWriterRelease(&d->writer);
     GroupStoreCloseLog(&d->store);
@@ -455,7 +472,7 @@ void DownloadGroup(NntpConnection *c, const wchar_t *group, const wchar_t *data_
         GroupStoreSetServerLast(&d->store, last);
         if (!GroupStoreSetStatusText(&d->store, result->text) ||
             !IndexWriteHeader(&d->store, INVALID_HANDLE_VALUE)) {
-            Fail(d, IDS_INDEX_WRITE_FAILED);
+            Fail(d, kOutcomeIndexWriteFailed);
         } else if (kept.severity == kSeverityError) {
             *result = kept;
         }

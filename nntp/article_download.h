@@ -9,20 +9,14 @@
 #include <windows.h>
 
 #include "nntp/connection.h"
-#include "nntp/progress.h"
 #include "nntp/run_result.h"
+#include "nntp/session.h"
 
-/* Downloads `group` over the open connection into the data folder. The
- * outcome is left in `result`: severity 0 with the summary text, 1 when the
- * server refused the group (the run goes on), 2 on a failure that ends the
- * run; after a severity-2 failure the index header is left as it was. */
-void DownloadGroup(NntpConnection *c, const wchar_t *group, const wchar_t *data_path, DWORD limit,
-                   DownloadProgress *progress, RunResult *result);
-
-/* The GROUP exchange: sends "GROUP " + name and reads count, first and last
- * from the reply. 1, or 0 with the result set (severity 1 for a refusal or
- * an unreadable reply, 2 for a send or receive failure). */
-int SelectGroup(NntpConnection *c, const wchar_t *group, DWORD *count, DWORD *first, DWORD *last,
-                RunResult *result);
+/* Downloads `group` over the open connection into the run's data folder.
+ * The outcome is left in `result`: severity 0 with the summary text, 1 when
+ * the group could not be had (refused by the server, or a name the data
+ * folder refuses: the run goes on), 2 on a failure that ends the run; after
+ * a failure before the range the index header is left as it was. */
+void DownloadGroup(NntpConnection *c, const wchar_t *group, const SessionParams *params, RunResult *result);
 
 #endif

@@ -6,54 +6,11 @@
 
 namespace {
 
-DWORD g_connect_timeout_ms = kNntpDefaultConnectTimeoutMs;
-DWORD g_receive_timeout_ms = kNntpDefaultReceiveTimeoutMs;
-
-timeval ToTimeval(DWORD ms)
+/* The transport's hook for a cancel from another thread. */
+void ShutDownTransport(void *transport)
 {
-    timeval tv;
-    tv.tv_sec = (long)(ms / 1000);
-    tv.tv_usec = (long)(ms % 1000) * 1000;
-    return tv;
-}
-
-/* Connects the blocking socket `s` within the time-out: non-blocking
- * connect, then wait for it to be writable (done) or in error. */
-int ConnectWithin(SOCKET s, const sockaddr_in *address, DWORD timeout_ms)
-{
-    u_long non_blocking = 1;
-    if (ioctlsocket(s, FIONBIO, &non_blocking) == SOCKET_ERROR)
-        return 0;
-    if (connect(s, (const sockaddr *)address, sizeof(*address)) == SOCKET_ERROR) {
-        DWORD error = GetLastError();
-        if (error != WSAEWOULDBLOCK && error != WSAEINPROGRESS)
-            return 0;
-        fd_set writable, failed;
-        FD_ZERO(&writable);
-        FD_ZERO(&failed);
-        FD_SET(s, &writable);
-        FD_SET(s, &failed);
-        timeval tv = ToTimeval(timeout_ms);
-        int ready = select(0, nullptr, &writable, &failed, &tv);
-        if (ready == SOCKET_ERROR)
-            return 0;
-        if (ready == 0) {
-            SetLastError(WSAETIMEDOUT);
-            return 0;
-        }
-        int so_error = 0;
-        int length = sizeof(so_error);
-        if (getsockopt(s, SOL_SOCKET, SO_ERROR, (char *)&so_error, &length) == SOCKET_ERROR)
-            return 0;
-        if (so_error != 0 || FD_ISSET(s, &failed)) {
-            SetLastError(so_error != 0 ? (DWORD)so_error : (DWORD)WSAECONNREFUSED);
-            return 0;
-        }
-    }
-    u_long blocking = 0;
-    if (ioctlsocket(s, FIONBIO, &blocking) == SOCKET_ERROR)
-        return 0;
-    return 1;
+    NntpTransport *t = (NntpTransport *)transport;
+    t->vt->shut_down(t);
 }
 
 /* One byte of the reply, widened from a signed 8-bit value. */
@@ -64,30 +21,27 @@ int ReadByte(NntpConnection *c, int *byte)
         return 0;
     }
     if (c->read_pos >= c->end_pos) {
-        /* A successful receive leaves the caller's last error alone, so that
-         * a NUL byte ends a line with whatever error was there before. */
-        DWORD caller_error = GetLastError();
-        fd_set readable;
-        FD_ZERO(&readable);
-        FD_SET(c->reader_socket, &readable);
-        timeval tv = ToTimeval(c->receive_timeout_ms);
-        int ready = select(0, &readable, nullptr, nullptr, &tv);
-        if (ready == 0) {
-            SetLastError(WSAETIMEDOUT);
-            return 0;
-        }
-        if (ready == SOCKET_ERROR) {
+        if (!c->transport) {
             SetLastError(kErrorInvalidData);
             return 0;
         }
-        int got = recv(c->reader_socket, c->buffer, kNntpBufferSize, 0);
+        /* A successful receive leaves the caller's last error alone, so that
+         * a NUL byte ends a line with whatever error was there before. */
+        DWORD caller_error = GetLastError();
+        NntpTransport *t = c->transport;
+        if (!t->vt->wait(t, c->server->receive_timeout_ms)) {
+            DWORD error = GetLastError();
+            SetLastError(error == WSAETIMEDOUT || error == ERROR_CANCELLED ? error : (DWORD)kErrorInvalidData);
+            return 0;
+        }
+        int got = t->vt->read(t, c->buffer, kNntpBufferSize);
         if (got == 0) {
             c->end_of_stream = 1;
             SetLastError(kErrorHandleEof);
             return 0;
         }
-        if (got == SOCKET_ERROR) {
-            SetLastError(kErrorInvalidData);
+        if (got < 0) {
+            SetLastError(GetLastError() == ERROR_CANCELLED ? (DWORD)ERROR_CANCELLED : (DWORD)kErrorInvalidData);
             return 0;
         }
         c->read_pos = c->buffer;
@@ -100,64 +54,53 @@ int ReadByte(NntpConnection *c, int *byte)
 
 } // namespace
 
-void NntpSetTimeouts(DWORD connect_ms, DWORD receive_ms)
+void NntpInit(NntpConnection *c, const NntpServer *server, JobCancel *cancel)
 {
-    if (connect_ms)
-        g_connect_timeout_ms = connect_ms;
-    if (receive_ms)
-        g_receive_timeout_ms = receive_ms;
-}
-
-void NntpInit(NntpConnection *c)
-{
-    c->socket = INVALID_SOCKET;
-    c->reader_socket = INVALID_SOCKET;
+    c->transport = nullptr;
+    c->cancel = cancel;
+    c->server = server;
     c->read_pos = c->buffer;
     c->end_pos = c->buffer;
     c->end_of_stream = 0;
+    c->line_open = 0;
+    c->cr_seen = 0;
     c->mode_reader_sent = 0;
-    c->connect_timeout_ms = g_connect_timeout_ms;
-    c->receive_timeout_ms = g_receive_timeout_ms;
+    c->login_repeated = 0;
+    c->login_line_end = "";
 }
 
-int NntpConnect(NntpConnection *c, const char *host, unsigned short port)
+int NntpConnect(NntpConnection *c)
 {
-    c->socket = socket(AF_INET, SOCK_STREAM, 0);
-    if (c->socket == INVALID_SOCKET)
+    c->transport = NewTcpTransport();
+    if (!c->transport)
         return 0;
-
-    sockaddr_in address;
-    memset(&address, 0, sizeof(address));
-    unsigned long ip = inet_addr(host);
-    if (ip == INADDR_NONE) {
-        hostent *entry = gethostbyname(host);
-        if (!entry || !entry->h_addr_list || !entry->h_addr_list[0])
-            return 0;
-        memcpy(&ip, entry->h_addr_list[0], 4);
-    }
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    memcpy(&address.sin_addr, &ip, 4);
-    if (!ConnectWithin(c->socket, &address, c->connect_timeout_ms))
-        return 0;
-
-    /* Commands go out at once; the server's replies are what we wait for. */
-    BOOL no_delay = TRUE;
-    setsockopt(c->socket, IPPROTO_TCP, TCP_NODELAY, (const char *)&no_delay, sizeof(no_delay));
-
-    c->reader_socket = c->socket;
+    JobCancelSetHook(c->cancel, ShutDownTransport, c->transport);
     c->read_pos = c->buffer;
     c->end_pos = c->buffer;
     c->end_of_stream = 0;
-    return 1;
+    return c->transport->vt->connect(c->transport, c->server->host, c->server->port,
+                                     c->server->connect_timeout_ms);
+}
+
+bool NntpConnected(const NntpConnection *c)
+{
+    return c->transport != nullptr;
 }
 
 void NntpClose(NntpConnection *c)
 {
-    if (c->socket != INVALID_SOCKET) {
-        closesocket(c->socket);
-        c->socket = INVALID_SOCKET;
-    }
+    if (!c->transport)
+        return;
+    JobCancelSetHook(c->cancel, nullptr, nullptr);
+    c->transport->vt->close(c->transport);
+    c->transport = nullptr;
+}
+
+int NntpSendBytes(NntpConnection *c, const char *bytes, int length)
+{
+    if (c->transport)
+        c->transport->vt->write(c->transport, bytes, length);
+    return 1;
 }
 
 int NntpSendCommand(NntpConnection *c, const char *command, const char *argument, const char *line_end)
@@ -174,20 +117,7 @@ int NntpSendCommand(NntpConnection *c, const char *command, const char *argument
     memcpy(text + parts[0] + parts[1], line_end, parts[2]);
     text[length] = '\r';
     text[length + 1] = '\n';
-    send(c->socket, text, (int)length + 2, 0);
-    return 1;
-}
-
-int NntpSendBytes(NntpConnection *c, const char *bytes, int length)
-{
-    while (length > 0) {
-        int sent = send(c->socket, bytes, length, 0);
-        if (sent == SOCKET_ERROR || sent == 0)
-            break;
-        bytes += sent;
-        length -= sent;
-    }
-    return 1;
+    return NntpSendBytes(c, text, (int)length + 2);
 }
 
 int NntpSendLine(NntpConnection *c, const char *line)
@@ -195,33 +125,67 @@ int NntpSendLine(NntpConnection *c, const char *line)
     return NntpSendCommand(c, line, "", "");
 }
 
-int NntpReadLine(NntpConnection *c, char *line, int capacity, int strip)
+int NntpReadLinePart(NntpConnection *c, char *line, int capacity, int *complete)
 {
+    if (!c->line_open)
+        c->cr_seen = 0;
+    c->line_open = 1;
     int stored = 0;
-    int cr_at = -1; /* where the CR that lets an LF end the line was stored */
     for (;;) {
         if (stored >= capacity) {
-            SetLastError(kErrorMoreData);
-            return 0;
-        }
-        int byte;
-        if (!ReadByte(c, &byte))
-            return 0;
-        if (byte == 0)
-            return 0;
-        if (byte == '\r') {
-            if (cr_at < 0)
-                cr_at = stored;
-        } else if (byte == '\n' && cr_at >= 0) {
-            if (strip) {
-                line[cr_at] = '\0';
-                line[stored] = '\0';
-            } else {
-                line[stored++] = (char)byte;
-                line[stored] = '\0';
-            }
+            line[stored] = '\0';
+            *complete = 0;
             return 1;
         }
+        int byte;
+        if (!ReadByte(c, &byte) || byte == 0) {
+            c->line_open = 0;
+            return 0;
+        }
         line[stored++] = (char)byte;
+        if (byte == '\r') {
+            c->cr_seen = 1;
+        } else if (byte == '\n' && c->cr_seen) {
+            line[stored] = '\0';
+            c->line_open = 0;
+            *complete = 1;
+            return 1;
+        }
+    }
+}
+
+int NntpReadLine(NntpConnection *c, char *line, int capacity, int strip)
+{
+    c->line_open = 0;
+    int complete;
+    if (!NntpReadLinePart(c, line, capacity, &complete))
+        return 0;
+    if (!complete) {
+        c->line_open = 0;
+        SetLastError(kErrorMoreData);
+        return 0;
+    }
+    if (strip)
+        line[strcspn(line, "\r")] = '\0';
+    return 1;
+}
+
+int NntpSkipReplyText(NntpConnection *c)
+{
+    char part[kNntpLineBufferSize];
+    int line_start = 1;
+    for (;;) {
+        SetLastError(0);
+        int complete;
+        if (!NntpReadLinePart(c, part, kNntpLineCapacity, &complete)) {
+            if (GetLastError() == 0) {
+                line_start = 1; /* a NUL byte: the line goes on as another */
+                continue;
+            }
+            return 0;
+        }
+        if (line_start && complete && strcmp(part, ".\r\n") == 0)
+            return 1;
+        line_start = complete;
     }
 }

@@ -2,81 +2,126 @@
 
 #include <commctrl.h>
 #include <stdlib.h>
+#include <string.h>
+#include <wchar.h>
 
 #include "base/dialog.h"
 #include "base/frame_messages.h"
 #include "base/message_box.h"
 #include "base/res_text.h"
+#include "nntp/download_texts.h"
 #include "nntp/password_prompt.h"
-#include "nntp/pipeline.h"
 #include "nntp/session.h"
 #include "resources/resource.h"
+#include "text/widestr.h"
 
 namespace {
 
+/* How often the dialog shows the worker's progress: often enough for the
+ * bar to move smoothly, without a message per article from the worker. */
+const UINT kProgressTimer = 1;
+const UINT kProgressPeriodMs = 100;
+
 void OnGroupStarted(void *context, const wchar_t *group, DWORD count, DWORD limit)
 {
-    DownloadJob *job = (DownloadJob *)context;
-    if (job->dialog)
-        ProgressDialogShowGroup(job->dialog, group, count, limit);
+    DownloadRun *run = (DownloadRun *)context;
+    BackgroundJobBeginStage(run->job, group, count < limit ? count : limit);
 }
 
 void OnArticleStored(void *context)
 {
-    DownloadJob *job = (DownloadJob *)context;
-    if (job->dialog)
-        SendDlgItemMessageW(job->dialog, IDC_PROGRESS_BAR, PBM_DELTAPOS, 1, 0);
+    BackgroundJobStep(((DownloadRun *)context)->job);
 }
 
-/* The dialog closes and the frame takes the job back (and frees it). */
-void OnFinished(void *context)
+void Describe(void *context, const NntpOutcome *outcome, RunResult *result)
 {
-    DownloadJob *job = (DownloadJob *)context;
-    if (job->dialog)
-        SendMessageW(job->dialog, WM_COMMAND, IDOK, 0);
-    SendMessageW(job->main_window, WM_PELNOR_RUN_FINISHED, 0, (LPARAM)job);
+    DescribeDownloadOutcome(&((DownloadRun *)context)->server, outcome, result);
 }
 
-DWORD WINAPI PatrolThread(LPVOID parameter)
+/* Appends `text` and its NUL to the run's list of unstored statuses. */
+bool AppendUnstored(DownloadRun *run, const wchar_t *text)
 {
-    DownloadJob *job = (DownloadJob *)parameter;
-    SessionParams params = {};
-    params.server = job->settings->Server;
-    params.port = job->port;
-    params.data_path = job->data_path;
-    params.limit = job->limit;
-    params.cursor = &job->cursor;
-    params.progress = &job->progress;
-    params.user = job->user;
-    params.password = job->password;
-    return (DWORD)RunSession(&params, job->result);
+    size_t length = wcslen(text) + 1;
+    /* Room for the text and the list's closing empty name. */
+    wchar_t *larger = (wchar_t *)realloc(run->unstored, (run->unstored_used + length + 1) * sizeof(wchar_t));
+    if (!larger)
+        return false;
+    run->unstored = larger;
+    memcpy(run->unstored + run->unstored_used, text, length * sizeof(wchar_t));
+    run->unstored_used += length;
+    run->unstored[run->unstored_used] = L'\0';
+    return true;
 }
 
-/* The worker waits for the dialog, so that the close it sends at the end
- * of the session always finds it. */
-void LetWorkerGo(DownloadJob *job)
+void OnStatusNotStored(void *context, const wchar_t *group, const wchar_t *status)
 {
-    ResumeThread(job->worker);
-    CloseHandle(job->worker);
-    job->worker = nullptr;
+    DownloadRun *run = (DownloadRun *)context;
+    size_t used = run->unstored_used;
+    if (!AppendUnstored(run, group) || !AppendUnstored(run, status))
+        run->unstored_used = used; /* the status is lost with the memory, nothing else */
+    if (run->unstored)
+        run->unstored[run->unstored_used] = L'\0';
 }
 
-INT_PTR ProgressHandler(HWND dialog, UINT msg, WPARAM wp, LPARAM, DownloadJob *job)
+/* The patrol thread's work. */
+void Patrol(BackgroundJob *job, void *context)
+{
+    DownloadRun *run = (DownloadRun *)context;
+    DownloadEvents events = {run, OnGroupStarted, OnArticleStored, Describe, OnStatusNotStored};
+    SessionParams params = {&run->server, run->data_path, run->limit, &run->cursor, &events, &job->cancel};
+    RunSession(&params, &run->result);
+    /* The password is not needed any more. */
+    NntpServerForget(&run->server);
+}
+
+void FreeRunContext(void *context)
+{
+    DownloadRun *run = (DownloadRun *)context;
+    NntpServerForget(&run->server);
+    free(run->group_names);
+    free(run->unstored);
+    free(run);
+}
+
+/* Shows what the worker last reported: a new group's name and range, and
+ * the bar's position. */
+void ShowProgress(HWND dialog, DownloadRun *run, DWORD *shown_stage)
+{
+    JobProgress progress;
+    BackgroundJobProgress(run->job, &progress);
+    if (progress.stage != *shown_stage) {
+        *shown_stage = progress.stage;
+        ProgressDialogShowGroup(dialog, progress.label, progress.range);
+    }
+    SendDlgItemMessageW(dialog, IDC_PROGRESS_BAR, PBM_SETPOS, progress.position, 0);
+}
+
+struct ProgressState {
+    DownloadRun *run;
+    DWORD shown_stage;
+};
+
+INT_PTR ProgressHandler(HWND dialog, UINT msg, WPARAM wp, LPARAM, ProgressState *state)
 {
     switch (msg) {
     case WM_INITDIALOG:
-        job->dialog = dialog;
-        LetWorkerGo(job);
+        /* The worker starts once the dialog is there for its end to find. */
+        BackgroundJobRun(state->run->job, dialog, WM_COMMAND, IDOK);
+        SetTimer(dialog, kProgressTimer, kProgressPeriodMs, nullptr);
+        return TRUE;
+    case WM_TIMER:
+        if (wp == kProgressTimer)
+            ShowProgress(dialog, state->run, &state->shown_stage);
         return TRUE;
     case WM_COMMAND:
-        /* Escape or closing the dialog asks the worker to stop after the
-         * article in progress; the dialog stays until the worker ends it,
-         * so the frame cannot start a second run meanwhile. */
+        /* Escape or closing the dialog stops the worker at once; the
+         * dialog stays until the worker has ended, so the frame cannot
+         * start a second run meanwhile. */
         if (LOWORD(wp) == IDOK) {
-            job->dialog = nullptr;
+            KillTimer(dialog, kProgressTimer);
             EndDialog(dialog, kDialogOk);
-        } else if (LOWORD(wp) == IDCANCEL && !ProgressStopRequested(&job->progress)) {
-            ProgressRequestStop(&job->progress);
+        } else if (LOWORD(wp) == IDCANCEL && !DownloadStopped(state->run)) {
+            BackgroundJobCancel(state->run->job);
             SetDlgItemTextW(dialog, IDC_PROGRESS_GROUP, LoadResString(IDS_RUN_STOPPING));
         }
         return TRUE;
@@ -87,42 +132,34 @@ INT_PTR ProgressHandler(HWND dialog, UINT msg, WPARAM wp, LPARAM, DownloadJob *j
     return FALSE;
 }
 
-DownloadJob *MakeJob(HWND main_window, const Settings *settings, wchar_t *group_names)
+DownloadRun *MakeRun(const Settings *settings, wchar_t *group_names)
 {
-    DownloadJob *job = (DownloadJob *)calloc(1, sizeof(DownloadJob));
-    if (!job) {
+    DownloadRun *run = (DownloadRun *)calloc(1, sizeof(DownloadRun));
+    if (!run) {
         free(group_names);
         return nullptr;
     }
-    job->group_names = group_names;
-    job->result = (RunResult *)calloc(1, sizeof(RunResult));
-    if (!job->result) {
-        FreeDownloadJob(job);
-        return nullptr;
-    }
-    GroupCursorInit(&job->cursor, group_names);
-    RunResultClear(job->result);
-    job->settings = settings;
-    job->port = settings->Port;
-    job->data_path = settings->DataPath;
-    job->main_window = main_window;
-    job->limit = settings->Limit;
-    job->user = settings->UserID;
-    job->password = settings->Password;
-    DownloadEvents events = {job, OnGroupStarted, OnArticleStored, OnFinished};
-    ProgressInit(&job->progress, &events);
-    return job;
+    run->group_names = group_names;
+    GroupCursorInit(&run->cursor, group_names);
+    RunResultClear(&run->result);
+    CopyWideText(run->data_path, settings->DataPath, MAX_PATH);
+    run->limit = settings->Limit;
+    return run;
 }
 
 } // namespace
 
-void ProgressDialogShowGroup(HWND dialog, const wchar_t *group, DWORD count, DWORD limit)
+void ProgressDialogShowGroup(HWND dialog, const wchar_t *group, DWORD top)
 {
     SetDlgItemTextW(dialog, IDC_PROGRESS_GROUP, group);
-    DWORD top = count < limit ? count : limit;
     HWND bar = GetDlgItem(dialog, IDC_PROGRESS_BAR);
     SendMessageW(bar, PBM_SETRANGE, 0, MAKELPARAM(0, (WORD)top));
     SendMessageW(bar, PBM_SETPOS, 0, 0);
+}
+
+bool DownloadStopped(DownloadRun *run)
+{
+    return JobCancelRequested(&run->job->cancel);
 }
 
 DownloadStart RunDownload(HINSTANCE instance, HWND main_window, const Settings *settings, wchar_t *group_names)
@@ -131,55 +168,43 @@ DownloadStart RunDownload(HINSTANCE instance, HWND main_window, const Settings *
         ShowResBox(nullptr, IDS_NO_MEMORY, IDS_CAPTION_PELNOR, MB_OK);
         return kDownloadFailed;
     }
-    PasswordPrompt prompt = {instance, settings->UserID, nullptr};
-    if (settings->UserID && !settings->Password) {
-        if (RunPasswordPrompt(&prompt, main_window) != 1 || !prompt.password) {
-            free(prompt.password);
-            free(group_names);
+    NntpServer server;
+    ServerReady ready = ReadyServer(instance, main_window, settings, &server);
+    if (ready != kServerReady) {
+        free(group_names);
+        if (ready == kServerCancelled)
             return kDownloadCancelled;
-        }
-    }
-
-    DownloadJob *job = MakeJob(main_window, settings, group_names);
-    if (!job) {
-        free(prompt.password);
         ShowResBox(nullptr, IDS_NO_MEMORY, IDS_CAPTION_PELNOR, MB_OK);
         return kDownloadFailed;
     }
-    if (prompt.password) {
-        job->prompted_password = prompt.password;
-        job->password = prompt.password;
-    }
-
-    /* Read at each run, so a depth changed in the registry takes effect at
-     * the next download. */
-    DWORD depth;
-    ReadPipelineDepth(&depth);
-    NntpSetPipelineDepth(depth);
-
-    DWORD id;
-    job->worker = CreateThread(nullptr, 0, PatrolThread, job, CREATE_SUSPENDED, &id);
-    if (!job->worker) {
-        ShowLastErrorBoxRes(IDS_THREAD_FAILED, IDS_CAPTION_PELNOR, MB_ICONERROR);
-        FreeDownloadJob(job);
+    DownloadRun *run = MakeRun(settings, group_names);
+    if (!run) {
+        NntpServerForget(&server);
+        ShowResBox(nullptr, IDS_NO_MEMORY, IDS_CAPTION_PELNOR, MB_OK);
         return kDownloadFailed;
     }
-    if (RunDialog<ProgressHandler>(instance, IDD_PROGRESS, main_window, job) == -1 && job->worker) {
-        /* No dialog to show the progress in: the run goes on without one. */
-        LetWorkerGo(job);
+    run->server = server;
+    NntpServerForget(&server);
+
+    run->job = BackgroundJobCreate(Patrol, run, FreeRunContext);
+    if (!run->job) {
+        ShowLastErrorBoxRes(IDS_THREAD_FAILED, IDS_CAPTION_PELNOR, MB_ICONERROR);
+        FreeRunContext(run);
+        return kDownloadFailed;
     }
+    ProgressState state = {run, 0};
+    if (RunDialog<ProgressHandler>(instance, IDD_PROGRESS, main_window, &state) == -1) {
+        /* No dialog to show the progress in: the run goes on without one,
+         * and this thread waits for it (the worker never waits for it). */
+        BackgroundJobRun(run->job, nullptr, 0, 0);
+        BackgroundJobWait(run->job);
+    }
+    SendMessageW(main_window, WM_PELNOR_RUN_FINISHED, 0, (LPARAM)run);
     return kDownloadStarted;
 }
 
-void FreeDownloadJob(DownloadJob *job)
+void FreeDownloadRun(DownloadRun *run)
 {
-    if (!job)
-        return;
-    free(job->group_names);
-    free(job->result);
-    if (job->prompted_password) {
-        SecureZeroMemory(job->prompted_password, strlen(job->prompted_password));
-        free(job->prompted_password);
-    }
-    free(job);
+    if (run)
+        BackgroundJobRelease(run->job);
 }

@@ -4,12 +4,9 @@
 #include <string.h>
 #include <wchar.h>
 
-#include "nntp/exchange.h"
-#include "nntp/run_result.h"
-#include "resources/resource.h"
+#include "nntp/conversation.h"
 #include "store/string_set.h"
 #include "text/byte_error.h"
-#include "text/widestr.h"
 
 namespace {
 
@@ -22,65 +19,19 @@ wchar_t *CopyWide(const wchar_t *text)
     return copy;
 }
 
-char *CopyNarrow(const char *text)
+/* Keeps the run's first failure and its system error. */
+void Fail(GroupListJob *job, GroupListFailure failure, DWORD error)
 {
-    size_t size = strlen(text) + 1;
-    char *copy = (char *)malloc(size);
-    if (copy)
-        memcpy(copy, text, size);
-    return copy;
-}
-
-/* Keeps the run's first failure text and its system error. */
-void SetJobText(GroupListJob *job, const wchar_t *text, DWORD error)
-{
-    if (job->error_text || job->out_of_memory)
+    if (job->failure != kListDone)
         return;
-    job->error_text = CopyWide(text);
-    if (!job->error_text)
-        job->out_of_memory = 1;
+    job->failure = failure;
     job->last_error = error;
 }
 
-void SetJobRes(GroupListJob *job, UINT id, DWORD error)
+void TellFileFailed(GroupListJob *job)
 {
-    wchar_t text[kRunResultChars];
-    LoadResText(id, text, kRunResultChars);
-    SetJobText(job, text, error);
-}
-
-void SetJobResError(GroupListJob *job, UINT id, DWORD error)
-{
-    wchar_t text[kRunResultChars];
-    FormatResFailure(id, error, text, kRunResultChars);
-    SetJobText(job, text, error);
-}
-
-/* String `id` with the reply line (as received, line end included) for its
- * %s; `nomem_id` when the line cannot be converted. */
-void SetJobReply(GroupListJob *job, UINT id, UINT nomem_id, const char *reply)
-{
-    wchar_t *wide = ToWide(reply);
-    if (!wide) {
-        if (nomem_id)
-            SetJobRes(job, nomem_id, kErrorNotEnoughMemory);
-        else
-            job->out_of_memory = 1;
-        return;
-    }
-    wchar_t text[kRunResultChars];
-    if (id)
-        FormatResText(id, wide, text, kRunResultChars);
-    else
-        CopyWideText(text, wide, kRunResultChars);
-    free(wide);
-    SetJobText(job, text, kErrorInvalidData);
-}
-
-void Notify(GroupListJob *job)
-{
-    if (job->events.finished)
-        job->events.finished(job->events.context);
+    if (job->events.file_failed)
+        job->events.file_failed(job->events.context);
 }
 
 /* Creates the file, or truncates it when it exists; exclusive access. */
@@ -113,30 +64,23 @@ void TransferList(GroupListJob *job, HANDLE active, HANDLE category)
     StringSet categories;
     StringSetInit(&categories);
     if (!StringSetCreate(&categories)) {
-        SetJobRes(job, IDS_GL_HASH_INIT, GetLastError());
+        Fail(job, kListHashInitFailed, GetLastError());
         return;
     }
 
-    if (!NntpSendLine(c, "LIST active")) {
-        SetJobRes(job, IDS_GL_SEND_FAILED, GetLastError());
-        goto done;
-    }
-    if (!NntpReadLine(c, job->line, kNntpLineCapacity, 0)) {
-        SetJobRes(job, IDS_GL_RECV_FAILED, GetLastError());
+    NntpFailure failed;
+    if (!NntpExchange(c, "LIST active", "", job->line, &failed)) {
+        Fail(job, failed == kNntpFailedSend ? kListSendFailed : kListReceiveFailed, GetLastError());
         goto done;
     }
     if (job->line[0] != '2') {
         /* Servers without the LIST extensions know only the plain command. */
-        if (!NntpSendLine(c, "LIST")) {
-            SetJobRes(job, IDS_GL_LIST_FAILED, GetLastError());
-            goto done;
-        }
-        if (!NntpReadLine(c, job->line, kNntpLineCapacity, 0)) {
-            SetJobRes(job, IDS_GL_RECV_FAILED, GetLastError());
+        if (!NntpExchange(c, "LIST", "", job->line, &failed)) {
+            Fail(job, failed == kNntpFailedSend ? kListFallbackSendFailed : kListReceiveFailed, GetLastError());
             goto done;
         }
         if (job->line[0] != '2') {
-            SetJobReply(job, IDS_GL_UNEXPECTED, IDS_GL_UNEXPECTED_NOMEM, job->line);
+            Fail(job, kListUnexpected, kErrorInvalidData);
             goto done;
         }
     }
@@ -148,7 +92,7 @@ void TransferList(GroupListJob *job, HANDLE active, HANDLE category)
              * before it is the list. */
             if (GetLastError() == 0)
                 break;
-            SetJobResError(job, IDS_GL_INCOMPLETE, GetLastError());
+            Fail(job, kListIncomplete, GetLastError());
             goto done;
         }
         char *name = job->line;
@@ -163,18 +107,18 @@ void TransferList(GroupListJob *job, HANDLE active, HANDLE category)
         }
         *p = '\0';
         if (!WriteRecord(active, name, (size_t)(p - name))) {
-            SetJobResError(job, IDS_GL_WRITE_FAILED, GetLastError());
+            Fail(job, kListWriteFailed, GetLastError());
             goto done;
         }
         if (dot)
             *dot = '\0';
         if (!StringSetFind(&categories, name)) {
             if (!StringSetAdd(&categories, name)) {
-                SetJobResError(job, IDS_GL_HASH_WRITE, GetLastError());
+                Fail(job, kListHashWriteFailed, GetLastError());
                 goto done;
             }
             if (!WriteRecord(category, name, strlen(name))) {
-                SetJobResError(job, IDS_GL_WRITE_FAILED, GetLastError());
+                Fail(job, kListWriteFailed, GetLastError());
                 goto done;
             }
         }
@@ -189,45 +133,44 @@ done:
 
 void RunJob(GroupListJob *job)
 {
-    NntpConnection *c = &job->connection; /* initialised with the job */
-    NntpStep failed;
-    if (!NntpGreet(c, job->server, (unsigned short)job->port, job->line, &failed)) {
-        if (failed == kNntpStepConnect)
-            SetJobRes(job, IDS_GL_CONNECT, GetLastError());
-        else if (failed == kNntpStepReceive)
-            SetJobRes(job, IDS_GL_RECV_CONNECT, GetLastError());
-        else
-            SetJobReply(job, IDS_GL_REFUSED, 0, job->line);
-        NntpClose(c);
-        return;
-    }
-
+    NntpConnection *c = &job->connection;
     /* Each authinfo line carries a CR LF of its own before the transport's:
      * an empty line follows it on the wire (kept so). */
-    int password_step;
-    if (job->user && job->password &&
-        !NntpLogin(c, job->user, job->password, "\r\n", job->line, &failed, &password_step)) {
-        if (failed == kNntpStepRefused)
-            SetJobReply(job, 0, 0, job->line);
-        else
-            SetJobRes(job, failed == kNntpStepSend ? IDS_GL_SEND : IDS_GL_RECV, GetLastError());
+    NntpOpenFailure failed;
+    if (!NntpOpen(c, "\r\n", job->line, &failed)) {
+        DWORD error = GetLastError();
+        bool login = failed.step == kNntpOpenUser || failed.step == kNntpOpenPassword;
+        switch (failed.failure) {
+        case kNntpFailedConnect:
+            Fail(job, kListConnectFailed, error);
+            break;
+        case kNntpFailedSend:
+            Fail(job, kListLoginSendFailed, error);
+            break;
+        case kNntpFailedReceive:
+            Fail(job, login ? kListLoginReceiveFailed : kListNoGreeting, error);
+            break;
+        default:
+            Fail(job, login ? kListLoginRefused : kListRefused, kErrorInvalidData);
+            break;
+        }
         NntpClose(c);
         return;
     }
 
     HANDLE active = OpenListFile(job->active_path);
     if (active == INVALID_HANDLE_VALUE) {
-        SetJobResError(job, IDS_GL_OPEN_ACTIVE, GetLastError());
+        Fail(job, kListActiveOpenFailed, GetLastError());
         NntpClose(c);
-        Notify(job); /* and once more when the worker ends */
+        TellFileFailed(job);
         return;
     }
     HANDLE category = OpenListFile(job->category_path);
     if (category == INVALID_HANDLE_VALUE) {
-        SetJobResError(job, IDS_GL_OPEN_CATEGORY, GetLastError());
+        Fail(job, kListCategoryOpenFailed, GetLastError());
         CloseHandle(active);
         NntpClose(c);
-        Notify(job);
+        TellFileFailed(job);
         return;
     }
 
@@ -239,24 +182,17 @@ void RunJob(GroupListJob *job)
 
 } // namespace
 
-GroupListJob *GroupListJobCreate(const wchar_t *active_path, const wchar_t *category_path, const wchar_t *server,
-                                 DWORD port, const char *user, const char *password, const GroupListEvents *events)
+GroupListJob *GroupListJobCreate(const wchar_t *active_path, const wchar_t *category_path, const NntpServer *server)
 {
     GroupListJob *job = (GroupListJob *)calloc(1, sizeof(GroupListJob));
     if (!job) {
         SetLastError(kErrorNotEnoughMemory);
         return nullptr;
     }
-    job->port = port;
-    job->events = *events;
-    NntpInit(&job->connection);
+    job->server = *server;
     job->active_path = CopyWide(active_path);
     job->category_path = CopyWide(category_path);
-    job->server = ToNarrow(server);
-    job->user = user ? CopyNarrow(user) : nullptr;
-    job->password = password ? CopyNarrow(password) : nullptr;
-    if (!job->active_path || !job->category_path || !job->server || (user && !job->user) ||
-        (password && !job->password)) {
+    if (!job->active_path || !job->category_path) {
         GroupListJobFree(job);
         SetLastError(kErrorNotEnoughMemory);
         return nullptr;
@@ -268,17 +204,15 @@ void GroupListJobFree(GroupListJob *job)
 {
     if (!job)
         return;
+    NntpServerForget(&job->server);
     free(job->active_path);
     free(job->category_path);
-    free(job->server);
-    free(job->user);
-    free(job->password);
-    free(job->error_text);
     free(job);
 }
 
-void GroupListRun(GroupListJob *job)
+void GroupListRun(GroupListJob *job, const GroupListEvents *events, JobCancel *cancel)
 {
+    job->events = *events;
+    NntpInit(&job->connection, &job->server, cancel);
     RunJob(job);
-    Notify(job);
 }

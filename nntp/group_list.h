@@ -1,49 +1,69 @@
 /*
  * Download of the server's whole group list into active.dat (every group
  * name) and category.dat (the distinct first components of the names), on
- * a worker thread under the small modal dialog 110 whose counter shows the
- * groups as they arrive. This is the protocol side: it sees no window and
- * reports through the job's events.
+ * a worker thread. This is the protocol side: it sees no window, reports
+ * through its events and leaves the run's one failure in the job for the
+ * window side to word.
  */
 #ifndef PELNOR_GROUP_LIST_H
 #define PELNOR_GROUP_LIST_H
 
 #include <windows.h>
 
+#include "base/background_job.h"
 #include "nntp/connection.h"
+#include "nntp/server.h"
 
 /* How the download reports; both are called on the worker thread. */
 struct GroupListEvents {
     void *context;
     void (*group_stored)(void *context); /* after each group written */
-    void (*finished)(void *context);     /* the completion notice */
+    /* A file could not be opened: the owner is told at once, besides the
+     * notice it gets when the work ends, so it hears of this failure twice
+     * (kept so). */
+    void (*file_failed)(void *context);
+};
+
+/* The run's failure, in the order of its steps; the first one ends it. */
+enum GroupListFailure {
+    kListDone = 0,
+    kListConnectFailed,
+    kListNoGreeting,
+    kListRefused,          /* the greeting: `reply` */
+    kListLoginSendFailed,
+    kListLoginReceiveFailed,
+    kListLoginRefused,     /* `reply` */
+    kListActiveOpenFailed, /* `error` */
+    kListCategoryOpenFailed,
+    kListHashInitFailed,
+    kListSendFailed,       /* LIST active */
+    kListReceiveFailed,    /* either LIST */
+    kListFallbackSendFailed, /* LIST */
+    kListUnexpected,       /* `reply` */
+    kListWriteFailed,      /* `error` */
+    kListHashWriteFailed,  /* `error` */
+    kListIncomplete,       /* `error` */
 };
 
 struct GroupListJob {
     wchar_t *active_path;   /* owned */
     wchar_t *category_path; /* owned */
-    char *server;           /* owned, 8-bit */
-    DWORD port;
-    char *user;             /* owned copies, or null: the worker may outlive */
-    char *password;         /* the dialog and the caller's texts */
+    NntpServer server;
     GroupListEvents events;
-    int out_of_memory;      /* the error text itself could not be allocated */
-    wchar_t *error_text;    /* owned; the first failure of the run, null on success */
-    DWORD last_error;       /* system error saved with the text */
+    GroupListFailure failure;
+    DWORD last_error;       /* system error saved with the failure */
     NntpConnection connection;
-    char line[kNntpLineBufferSize];
+    char line[kNntpLineBufferSize]; /* the server's line of a failure that has one */
 };
 
 /* A job for the worker, or null with last error 8. Caller must free it with
  * GroupListJobFree. */
-GroupListJob *GroupListJobCreate(const wchar_t *active_path, const wchar_t *category_path, const wchar_t *server,
-                                 DWORD port, const char *user, const char *password, const GroupListEvents *events);
+GroupListJob *GroupListJobCreate(const wchar_t *active_path, const wchar_t *category_path, const NntpServer *server);
 void GroupListJobFree(GroupListJob *job);
 
-/* The download, on the calling (worker) thread: connects, authenticates,
- * fetches the list into the two files and reports it finished; when a file
- * cannot be opened it reports that at once and once more at the end, so
- * the failure is told twice (kept so). The outcome is in the job. */
-void GroupListRun(GroupListJob *job);
+/* The download, on the calling (worker) thread: connects, logs in, fetches
+ * the list into the two files, reporting through `events`; `cancel` (may be
+ * null) stops it at once. The outcome is in the job. */
+void GroupListRun(GroupListJob *job, const GroupListEvents *events, JobCancel *cancel);
 
 #endif

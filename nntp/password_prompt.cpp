@@ -1,6 +1,7 @@
 #include "password_prompt.h"
 
 #include <stdlib.h>
+#include <string.h>
 
 #include "base/dialog.h"
 #include "resources/resource.h"
@@ -41,4 +42,21 @@ INT_PTR RunPasswordPrompt(PasswordPrompt *prompt, HWND owner)
 {
     prompt->password = nullptr;
     return RunDialog<PasswordHandler>(prompt->instance, IDD_PASSWORD, owner, prompt);
+}
+
+ServerReady ReadyServer(HINSTANCE instance, HWND owner, const Settings *settings, NntpServer *server)
+{
+    PasswordPrompt prompt = {instance, settings->UserID, nullptr};
+    if (settings->UserID && !settings->Password) {
+        if (RunPasswordPrompt(&prompt, owner) != kDialogOk || !prompt.password) {
+            free(prompt.password);
+            return kServerCancelled;
+        }
+    }
+    int made = NntpServerFromSettings(server, settings, prompt.password);
+    if (prompt.password) {
+        SecureZeroMemory(prompt.password, strlen(prompt.password));
+        free(prompt.password);
+    }
+    return made ? kServerReady : kServerNoMemory;
 }

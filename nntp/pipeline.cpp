@@ -7,8 +7,6 @@
 
 namespace {
 
-DWORD g_depth = kDefaultPipelineDepth;
-
 /* Commands gathered for one send; flushed early when this fills. */
 const int kSendBatch = 2048;
 
@@ -20,50 +18,28 @@ int AppendCommand(char *batch, int used, NntpPart part, DWORD number)
     return n > 0 ? used + n : used;
 }
 
-/* Reads one dropped reply: its status line and, for a 2xx one, every line
- * up to the terminating "." line. */
+/* Reads one dropped reply: its status line and, for a 2xx one, its text. */
 int DropReply(NntpPipeline *p)
 {
     char line[kNntpLineBufferSize];
     p->in_flight--;
     if (!NntpReadLine(p->c, line, kNntpLineCapacity, 0))
         return 0;
-    if (line[0] != '2')
-        return 1;
-    for (;;) {
-        SetLastError(0);
-        if (!NntpReadLine(p->c, line, kNntpLineCapacity, 0)) {
-            if (GetLastError() == 0)
-                continue; /* a NUL byte: the line goes on */
-            return 0;
-        }
-        if (strcmp(line, ".\r\n") == 0)
-            return 1;
-    }
+    return line[0] != '2' || NntpSkipReplyText(p->c);
 }
 
 } // namespace
 
-void NntpSetPipelineDepth(DWORD depth)
+void PipelineInit(NntpPipeline *p, NntpConnection *c, JobCancel *cancel, DWORD depth, DWORD start, DWORD last,
+                  DWORD room)
 {
     if (depth < kPipelineDepthMin)
         depth = kPipelineDepthMin;
     if (depth > kPipelineDepthMax)
         depth = kPipelineDepthMax;
-    g_depth = depth;
-}
-
-DWORD NntpPipelineDepth()
-{
-    return g_depth;
-}
-
-void PipelineInit(NntpPipeline *p, NntpConnection *c, DownloadProgress *progress, DWORD start, DWORD last,
-                  DWORD room)
-{
     p->c = c;
-    p->progress = progress;
-    p->window = g_depth <= 1 ? 1 : 2 * g_depth;
+    p->cancel = cancel;
+    p->window = depth <= 1 ? 1 : 2 * depth;
     p->last = last;
     p->send_number = start;
     p->send_part = kNntpHead;
@@ -84,7 +60,7 @@ int PipelineSendAhead(NntpPipeline *p)
              * article out, and none after a stop but the one being read. */
             if (p->send_number > p->last || p->open_articles >= p->room)
                 break;
-            if (p->send_number != p->current && ProgressStopRequested(p->progress))
+            if (p->send_number != p->current && JobCancelRequested(p->cancel))
                 break;
             p->open_articles++;
         }
@@ -105,22 +81,22 @@ int PipelineSendAhead(NntpPipeline *p)
     return used == 0 || NntpSendBytes(p->c, batch, used);
 }
 
-int PipelineReadStatus(NntpPipeline *p, DWORD number, NntpPart part, char *reply, NntpStep *failed)
+int PipelineReadStatus(NntpPipeline *p, DWORD number, NntpPart part, char *reply, NntpFailure *failed)
 {
     p->current = number;
     for (;;) {
         if (!PipelineSendAhead(p)) {
-            *failed = kNntpStepSend;
+            *failed = kNntpFailedSend;
             return 0;
         }
-        *failed = kNntpStepReceive;
+        *failed = kNntpFailedReceive;
         for (; p->dropped > 0; p->dropped--)
             if (!DropReply(p))
                 return 0;
         p->in_flight--;
         if (!NntpReadLine(p->c, reply, kNntpLineCapacity, 0))
             return 0;
-        if (p->c->mode_reader_sent || strncmp(reply, "401", 3) != 0) {
+        if (!NntpWantsModeReader(p->c, reply)) {
             /* The freed place goes out now, before the reply's text is
              * read: the command carries the acknowledgement of what came,
              * and a server that holds its small writes until then (Nagle)
@@ -128,7 +104,7 @@ int PipelineReadStatus(NntpPipeline *p, DWORD number, NntpPart part, char *reply
              * Not at depth 1, where BODY waits for its HEAD's reply, nor
              * after a refusal, which may take a BODY out of the dialogue. */
             if (p->window > 1 && reply[0] == '2' && !PipelineSendAhead(p)) {
-                *failed = kNntpStepSend;
+                *failed = kNntpFailedSend;
                 return 0;
             }
             return 1;
@@ -137,16 +113,11 @@ int PipelineReadStatus(NntpPipeline *p, DWORD number, NntpPart part, char *reply
         /* The server wants MODE READER first: everything sent after this
          * command was refused too. The dialogue goes on from this command
          * as if it had not been sent. */
-        p->c->mode_reader_sent = 1;
         while (p->in_flight > 0)
             if (!DropReply(p))
                 return 0;
         p->dropped = 0;
-        if (!NntpSendLine(p->c, "MODE READER")) {
-            *failed = kNntpStepSend;
-            return 0;
-        }
-        if (!NntpReadLine(p->c, reply, kNntpLineCapacity, 0))
+        if (!NntpSendModeReader(p->c, reply, failed))
             return 0;
         p->send_number = number;
         p->send_part = part;

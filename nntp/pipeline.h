@@ -20,20 +20,15 @@
 
 #include <windows.h>
 
+#include "base/background_job.h"
 #include "nntp/connection.h"
-#include "nntp/exchange.h"
-#include "nntp/progress.h"
-
-/* The depth every download from now on uses, clamped to
- * kPipelineDepthMin..kPipelineDepthMax (settings/settings.h). */
-void NntpSetPipelineDepth(DWORD depth);
-DWORD NntpPipelineDepth();
+#include "nntp/conversation.h"
 
 enum NntpPart { kNntpHead = 0, kNntpBody = 1 };
 
 struct NntpPipeline {
     NntpConnection *c;
-    DownloadProgress *progress; /* no new article is sent once a stop is asked for */
+    JobCancel *cancel;          /* no new article is sent once a stop is asked for */
     DWORD window;               /* commands out at most: 1, or two per article of depth */
     DWORD last;                 /* the range's last number */
     unsigned long long send_number; /* the next command to send: HEAD or BODY of this */
@@ -45,8 +40,9 @@ struct NntpPipeline {
     DWORD dropped;              /* replies out to drop before the next status line */
 };
 
-/* A pipeline for the numbers start..last at the current depth. */
-void PipelineInit(NntpPipeline *p, NntpConnection *c, DownloadProgress *progress, DWORD start, DWORD last,
+/* A pipeline for the numbers start..last at `depth` (clamped to
+ * kPipelineDepthMin..kPipelineDepthMax of settings/settings.h). */
+void PipelineInit(NntpPipeline *p, NntpConnection *c, JobCancel *cancel, DWORD depth, DWORD start, DWORD last,
                   DWORD room);
 
 /* Sends what the window and the room allow, in one send. 1, or 0 with the
@@ -58,8 +54,8 @@ int PipelineSendAhead(NntpPipeline *p);
  * READER" has not gone out on the link drops every reply still out, sends
  * MODE READER, reads its status and sends the command again, as the
  * one-at-a-time dialogue does. 1, or 0 with the last error and *failed set
- * to kNntpStepSend or kNntpStepReceive. */
-int PipelineReadStatus(NntpPipeline *p, DWORD number, NntpPart part, char *reply, NntpStep *failed);
+ * to the send or the receive step. */
+int PipelineReadStatus(NntpPipeline *p, DWORD number, NntpPart part, char *reply, NntpFailure *failed);
 
 /* Article `number` is finished, stored or skipped (`head_refused`: at its
  * HEAD), and `room` articles may still be stored. A HEAD refused before its

@@ -17,17 +17,3 @@ void RunResultSet(RunResult *r, const wchar_t *title, const wchar_t *text, DWORD
     CopyWideText(r->text, text ? text : L"", kRunResultChars);
     r->severity = severity;
 }
-
-void RunResultSetRes(RunResult *r, const wchar_t *title, UINT text_id, DWORD severity)
-{
-    wchar_t text[kRunResultChars];
-    LoadResText(text_id, text, kRunResultChars);
-    RunResultSet(r, title, text, severity);
-}
-
-void RunResultSetError(RunResult *r, const wchar_t *title, UINT text_id, DWORD error, DWORD severity)
-{
-    wchar_t text[kRunResultChars];
-    FormatResFailure(text_id, error, text, kRunResultChars);
-    RunResultSet(r, title, text, severity);
-}

@@ -1,6 +1,7 @@
 /*
- * The outcome of a download run or of one group in it. The texts are loaded
- * into the record itself, so a worker never shares a text buffer with the
+ * The outcome of a download run or of one group in it as the user is told
+ * it: a caption, a text and its severity. The texts are loaded into the
+ * record itself, so a worker never shares a text buffer with the
  * user-interface thread.
  */
 #ifndef PELNOR_RUN_RESULT_H
@@ -8,14 +9,9 @@
 
 #include <windows.h>
 
-#include "base/res_text.h"
+#include "nntp/outcome.h"
 
-enum {
-    kRunResultChars = 1024,
-    kSeverityInformation = 0,
-    kSeverityWarning = 1, /* the run goes on with the next group */
-    kSeverityError = 2,   /* the run stops and the text is shown */
-};
+enum { kRunResultChars = 1024 };
 
 struct RunResult {
     wchar_t title[kRunResultChars]; /* caption, or the group or server concerned */
@@ -27,11 +23,5 @@ void RunResultClear(RunResult *r);
 
 /* Copies title and text (null gives the empty text), cut to fit. */
 void RunResultSet(RunResult *r, const wchar_t *title, const wchar_t *text, DWORD severity);
-
-/* Title, string `text_id` and severity. */
-void RunResultSetRes(RunResult *r, const wchar_t *title, UINT text_id, DWORD severity);
-
-/* Title, string `text_id` with its %d filled with `error`, and severity. */
-void RunResultSetError(RunResult *r, const wchar_t *title, UINT text_id, DWORD error, DWORD severity);
 
 #endif

@@ -1,26 +1,13 @@
 #include "session.h"
 
 #include <stdlib.h>
-#include <string.h>
 
 #include "nntp/article_download.h"
 #include "nntp/connection.h"
-#include "nntp/exchange.h"
-#include "resources/resource.h"
+#include "nntp/conversation.h"
 #include "text/byte_error.h"
-#include "text/widestr.h"
 
 namespace {
-
-/* String `title_id` over the reply line (line end included) as the text. */
-void SetReplyText(RunResult *result, UINT title_id, const char *reply)
-{
-    wchar_t title[kRunResultChars];
-    LoadResText(title_id, title, kRunResultChars);
-    wchar_t *text = ToWide(reply);
-    RunResultSet(result, title, text, kSeverityError);
-    free(text);
-}
 
 /* The error a failure without a system error of its own is recorded with. */
 DWORD ErrorOr(DWORD error, DWORD fallback)
@@ -28,79 +15,89 @@ DWORD ErrorOr(DWORD error, DWORD fallback)
     return error != 0 ? error : fallback;
 }
 
+void Report(const SessionParams *params, NntpOutcomeKind kind, NntpOutcomeStep step, DWORD error, const char *reply,
+            RunResult *result)
+{
+    NntpOutcome outcome = {};
+    outcome.kind = kind;
+    outcome.step = step;
+    outcome.severity = kSeverityError;
+    outcome.error = error;
+    outcome.reply = reply;
+    params->events->describe(params->events->context, &outcome, result);
+    result->severity = kSeverityError;
+}
+
+/* The failure of opening the conversation, as the run reports it; the
+ * error the run ends with. */
+DWORD ReportOpenFailure(const SessionParams *params, const NntpOpenFailure *failed, const char *reply,
+                        RunResult *result)
+{
+    DWORD error = ErrorOr(GetLastError(), kErrorInvalidData);
+    NntpOutcomeStep step = failed->step == kNntpOpenUser       ? kOutcomeAtUser
+                           : failed->step == kNntpOpenPassword ? kOutcomeAtPassword
+                                                               : kOutcomeAtSession;
+    NntpOutcomeKind kind;
+    switch (failed->failure) {
+    case kNntpFailedConnect:
+        kind = kOutcomeConnectFailed;
+        break;
+    case kNntpFailedSend:
+        kind = kOutcomeSendFailed;
+        break;
+    case kNntpFailedReceive:
+        kind = step == kOutcomeAtSession ? kOutcomeNoGreeting : kOutcomeReceiveFailed;
+        break;
+    default:
+        kind = kOutcomeRefused;
+        error = kErrorInvalidData;
+        break;
+    }
+    Report(params, kind, step, error, kind == kOutcomeRefused ? reply : nullptr, result);
+    return error;
+}
+
 } // namespace
 
 int RunSession(const SessionParams *params, RunResult *result)
 {
     NntpConnection *c = (NntpConnection *)malloc(sizeof(NntpConnection));
-    wchar_t caption_pelnor[64], caption_socket[64];
-    LoadResText(IDS_CAPTION_PELNOR, caption_pelnor, 64);
-    LoadResText(IDS_CAPTION_SOCKET, caption_socket, 64);
     if (!c) {
-        RunResultSetRes(result, caption_pelnor, IDS_NO_MEMORY, kSeverityError);
-        ProgressFinished(params->progress);
+        Report(params, kOutcomeNoMemory, kOutcomeAtSession, kErrorNotEnoughMemory, nullptr, result);
         SetLastError(kErrorNotEnoughMemory);
         return 0;
     }
-    NntpInit(c);
+    NntpInit(c, params->server, params->cancel);
 
     char reply[kNntpLineBufferSize];
-    DWORD error = kErrorInvalidData;
-    char *server = ToNarrow(params->server);
-    if (!server) {
-        RunResultSetRes(result, caption_pelnor, IDS_NO_MEMORY, kSeverityError);
-        error = kErrorNotEnoughMemory;
-        goto finish;
-    }
-    NntpStep failed;
-    if (!NntpGreet(c, server, (unsigned short)params->port, reply, &failed)) {
-        error = ErrorOr(GetLastError(), kErrorInvalidData);
-        if (failed == kNntpStepConnect) {
-            RunResultSetRes(result, params->server, IDS_CONNECT_FAILED, kSeverityError);
-        } else if (failed == kNntpStepReceive) {
-            RunResultSetRes(result, params->server, IDS_NO_GREETING, kSeverityError);
-        } else {
-            SetReplyText(result, IDS_CONNECTION_REFUSED, reply);
-            error = kErrorInvalidData;
+    DWORD error = 0;
+    NntpOpenFailure failed;
+    if (!NntpOpen(c, "", reply, &failed)) {
+        error = ReportOpenFailure(params, &failed, reply, result);
+    } else {
+        GroupCursorReset(params->cursor);
+        while (!JobCancelRequested(params->cancel) && GroupCursorFetch(params->cursor)) {
+            result->severity = kSeverityInformation;
+            DownloadGroup(c, params->cursor->name, params, result);
+            if (result->severity == kSeverityError)
+                break;
+            GroupCursorAdvance(params->cursor);
         }
-        goto finish;
-    }
-
-    int password_step;
-    if (params->user && params->password &&
-        !NntpLogin(c, params->user, params->password, "", reply, &failed, &password_step)) {
-        if (failed == kNntpStepRefused) {
-            SetReplyText(result, password_step ? IDS_BAD_PASSWORD : IDS_BAD_USER, reply);
-        } else {
-            error = ErrorOr(GetLastError(), kErrorInvalidData);
-            RunResultSetError(result, password_step ? caption_socket : caption_pelnor,
-                              failed == kNntpStepSend ? IDS_SEND_FAILED : IDS_RECV_FAILED, error, kSeverityError);
-        }
-        goto finish;
-    }
-
-    GroupCursorReset(params->cursor);
-    while (!ProgressStopRequested(params->progress) && GroupCursorFetch(params->cursor)) {
-        result->severity = kSeverityInformation;
-        DownloadGroup(c, params->cursor->name, params->data_path, params->limit, params->progress, result);
         if (result->severity == kSeverityError)
-            break;
-        GroupCursorAdvance(params->cursor);
+            error = ErrorOr(GetLastError(), kErrorInvalidData);
     }
-    if (result->severity == kSeverityError)
-        error = ErrorOr(GetLastError(), kErrorInvalidData);
-    else
+    /* A stop ends the run wherever it came: what failed because of it is
+     * no failure of the server's. */
+    if (JobCancelRequested(params->cancel)) {
+        result->severity = kSeverityInformation;
         error = 0;
+    }
 
-finish:
-    if (c->socket != INVALID_SOCKET) {
+    if (NntpConnected(c)) {
         NntpSendLine(c, "QUIT");
         NntpClose(c);
     }
-    free(server);
     free(c);
-    /* Told last: from here on the run's records may be freed. */
-    ProgressFinished(params->progress);
     if (error != 0) {
         SetLastError(error);
         return 0;

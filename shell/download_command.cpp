@@ -1,5 +1,7 @@
 #include "download_command.h"
 
+#include <wchar.h>
+
 #include "dialup/dialup.h"
 #include "resources/resource.h"
 #include "base/message_box.h"
@@ -53,20 +55,26 @@ void OnHangUp(AppFrame *frame)
     HangUpDialup(frame->rasConnection);
 }
 
-void OnRunFinished(AppFrame *frame, DownloadJob *job)
+void OnRunFinished(AppFrame *frame, DownloadRun *run)
 {
     if (frame->settings.Dialup && frame->dialled == 1)
         RunDisconnectDialog(frame->mainWindow, frame->instance, frame->settings.DisconnectWaitTime);
     frame->dialled = 0;
 
-    if (job->result->severity != kSeverityError) {
-        UINT done = ProgressStopRequested(&job->progress) ? IDS_RUN_STOPPED : IDS_DOWNLOAD_DONE;
+    if (run->result.severity != kSeverityError) {
+        UINT done = DownloadStopped(run) ? IDS_RUN_STOPPED : IDS_DOWNLOAD_DONE;
         ShowResBox(frame->mainWindow, done, IDS_CAPTION_DISCONNECT, MB_OK);
         ReloadData(frame);
+        /* Groups whose index could not keep their status show it still. */
+        for (const wchar_t *group = run->unstored; group && *group;) {
+            const wchar_t *status = group + wcslen(group) + 1;
+            GroupViewSetStatus(frame->groupView, group, status);
+            group = status + wcslen(status) + 1;
+        }
     } else {
-        ShowBox(nullptr, job->result->text, job->result->title, MB_ICONERROR);
+        ShowBox(nullptr, run->result.text, run->result.title, MB_ICONERROR);
     }
     frame->busy = 0;
     frame->runInProgress = 0;
-    FreeDownloadJob(job);
+    FreeDownloadRun(run);
 }

@@ -18,6 +18,6 @@ void OnDialledLineUp(AppFrame *frame);
 void OnHangUp(AppFrame *frame);
 
 /* WM_PELNOR_RUN_FINISHED with the job the worker ended. */
-void OnRunFinished(AppFrame *frame, DownloadJob *job);
+void OnRunFinished(AppFrame *frame, DownloadRun *run);
 
 #endif

@@ -44,10 +44,7 @@ void SubscribeCommand(AppFrame *frame)
         state.active_path = active;
         state.category_path = category;
         state.group_path = group;
-        state.server = frame->settings.Server;
-        state.port = frame->settings.Port;
-        state.user = frame->settings.UserID;
-        state.password = frame->settings.Password;
+        state.settings = &frame->settings;
         if (RunSubscribeDialog(&state, frame->instance, frame->mainWindow) == 1)
             ReloadData(frame);
     }

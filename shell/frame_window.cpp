@@ -171,7 +171,7 @@ LRESULT CALLBACK FrameWindowProc(HWND window, UINT msg, WPARAM wp, LPARAM lp)
         return 0;
     case WM_PELNOR_RUN_FINISHED:
         if (frame)
-            OnRunFinished(frame, (DownloadJob *)lp);
+            OnRunFinished(frame, (DownloadRun *)lp);
         return 0;
     case WM_PELNOR_ACTIVATE:
         return 0;

@@ -3,105 +3,176 @@
 #include <stdlib.h>
 #include <wchar.h>
 
+#include "base/background_job.h"
 #include "base/dialog.h"
 #include "base/message_box.h"
 #include "base/res_text.h"
 #include "nntp/group_list.h"
 #include "resources/resource.h"
+#include "text/widestr.h"
 
 namespace {
 
+/* How often the counter shows the groups stored so far. */
+const UINT kCounterTimer = 1;
+const UINT kCounterPeriodMs = 100;
+
 struct GroupListDialogState {
-    HWND dialog;
-    DWORD group_count;
-    const wchar_t *server;
-    DWORD port;
-    const char *user;
-    const char *password;
     const wchar_t *active_path;
     const wchar_t *category_path;
-    GroupListJob *job;
-    LONG references; /* the dialog and the worker: the last one frees */
+    const NntpServer *server;
+    BackgroundJob *job; /* shared with the worker; its context is the GroupListJob */
+    DWORD shown_count;
 };
 
-/* Drops one hold on the state (the dialog's or the worker's); the last one
- * frees the job and the state. */
-void ReleaseState(GroupListDialogState *state)
-{
-    if (InterlockedDecrement(&state->references) == 0) {
-        GroupListJobFree(state->job);
-        free(state);
-    }
-}
-
-/* The counter is set from the worker's thread; the system hands the text
- * to the dialog's thread. Once the dialog has gone nothing is shown. */
 void OnGroupStored(void *context)
 {
-    GroupListDialogState *state = (GroupListDialogState *)context;
-    state->group_count++;
+    BackgroundJobStep((BackgroundJob *)context);
+}
+
+void OnFileFailed(void *context)
+{
+    BackgroundJobNotify((BackgroundJob *)context);
+}
+
+void Work(BackgroundJob *job, void *context)
+{
+    GroupListEvents events = {job, OnGroupStored, OnFileFailed};
+    GroupListRun((GroupListJob *)context, &events, &job->cancel);
+}
+
+void FreeWork(void *context)
+{
+    GroupListJobFree((GroupListJob *)context);
+}
+
+/* The job and its worker, which waits to be run. Null with the last error. */
+BackgroundJob *MakeJob(GroupListDialogState *state)
+{
+    GroupListJob *list = GroupListJobCreate(state->active_path, state->category_path, state->server);
+    if (!list)
+        return nullptr;
+    BackgroundJob *job = BackgroundJobCreate(Work, list, FreeWork);
+    if (!job)
+        GroupListJobFree(list);
+    return job;
+}
+
+void ShowCount(HWND dialog, GroupListDialogState *state)
+{
+    JobProgress progress;
+    BackgroundJobProgress(state->job, &progress);
+    if (progress.position == state->shown_count)
+        return;
+    state->shown_count = progress.position;
     wchar_t format[64], text[64];
     LoadResText(IDS_GL_COUNT, format, 64);
-    _snwprintf(text, 63, format, (int)state->group_count);
+    _snwprintf(text, 63, format, (int)progress.position);
     text[63] = L'\0';
-    if (state->dialog)
-        SetDlgItemTextW(state->dialog, IDC_GROUP_COUNT, text);
+    SetDlgItemTextW(dialog, IDC_GROUP_COUNT, text);
 }
 
-void OnFinished(void *context)
+/* String `id` with the server's line (as received, line end included) for
+ * its %s, or alone when it has no %s; `nomem_id` when the line cannot be
+ * converted. */
+void ReplyText(UINT id, UINT nomem_id, const char *line, wchar_t *text, int chars)
 {
-    GroupListDialogState *state = (GroupListDialogState *)context;
-    if (state->dialog)
-        PostMessageW(state->dialog, WM_COMMAND, MAKEWPARAM(IDC_GROUP_LIST_DONE, 0), 0);
+    wchar_t *reply = ToWide(line);
+    if (!reply)
+        LoadResText(nomem_id, text, chars);
+    else if (id)
+        FormatResText(id, reply, text, chars);
+    else
+        CopyWideText(text, reply, (size_t)chars);
+    free(reply);
 }
 
-DWORD WINAPI Worker(LPVOID parameter)
+/* The run's failure in words; false when it did not fail. */
+bool FailureText(const GroupListJob *list, wchar_t *text, int chars)
 {
-    GroupListDialogState *state = (GroupListDialogState *)parameter;
-    GroupListRun(state->job);
-    ReleaseState(state);
-    return 0;
-}
-
-void OnInit(HWND dialog, GroupListDialogState *state)
-{
-    state->dialog = dialog;
-    GroupListEvents events = {state, OnGroupStored, OnFinished};
-    state->job = GroupListJobCreate(state->active_path, state->category_path, state->server, state->port,
-                                    state->user, state->password, &events);
-    if (state->job) {
-        InterlockedIncrement(&state->references);
-        HANDLE thread = CreateThread(nullptr, 0, Worker, state, 0, nullptr);
-        if (thread) {
-            CloseHandle(thread);
-            return;
-        }
-        InterlockedDecrement(&state->references);
+    DWORD error = list->last_error;
+    switch (list->failure) {
+    case kListDone:
+        return false;
+    case kListConnectFailed:
+        LoadResText(IDS_GL_CONNECT, text, chars);
+        break;
+    case kListNoGreeting:
+        LoadResText(IDS_GL_RECV_CONNECT, text, chars);
+        break;
+    case kListRefused:
+        ReplyText(IDS_GL_REFUSED, IDS_NO_MEMORY, list->line, text, chars);
+        break;
+    case kListLoginSendFailed:
+        LoadResText(IDS_GL_SEND, text, chars);
+        break;
+    case kListLoginReceiveFailed:
+        LoadResText(IDS_GL_RECV, text, chars);
+        break;
+    case kListLoginRefused:
+        ReplyText(0, IDS_NO_MEMORY, list->line, text, chars);
+        break;
+    case kListActiveOpenFailed:
+        FormatResFailure(IDS_GL_OPEN_ACTIVE, error, text, chars);
+        break;
+    case kListCategoryOpenFailed:
+        FormatResFailure(IDS_GL_OPEN_CATEGORY, error, text, chars);
+        break;
+    case kListHashInitFailed:
+        LoadResText(IDS_GL_HASH_INIT, text, chars);
+        break;
+    case kListSendFailed:
+        LoadResText(IDS_GL_SEND_FAILED, text, chars);
+        break;
+    case kListReceiveFailed:
+        LoadResText(IDS_GL_RECV_FAILED, text, chars);
+        break;
+    case kListFallbackSendFailed:
+        LoadResText(IDS_GL_LIST_FAILED, text, chars);
+        break;
+    case kListUnexpected:
+        ReplyText(IDS_GL_UNEXPECTED, IDS_GL_UNEXPECTED_NOMEM, list->line, text, chars);
+        break;
+    case kListWriteFailed:
+        FormatResFailure(IDS_GL_WRITE_FAILED, error, text, chars);
+        break;
+    case kListHashWriteFailed:
+        FormatResFailure(IDS_GL_HASH_WRITE, error, text, chars);
+        break;
+    case kListIncomplete:
+        FormatResFailure(IDS_GL_INCOMPLETE, error, text, chars);
+        break;
     }
-    ShowResBox(nullptr, IDS_NO_MEMORY, IDS_CAPTION_PELNOR, MB_ICONHAND);
-    PostMessageW(dialog, WM_COMMAND, IDOK, 0);
-}
-
-void OnDone(GroupListJob *job)
-{
-    if (job && job->error_text && job->error_text[0])
-        ShowTextBox(job->error_text, IDS_CAPTION_PELNOR, MB_ICONEXCLAMATION);
-    else if (job && job->out_of_memory)
-        ShowResBox(nullptr, IDS_NO_MEMORY, IDS_CAPTION_PELNOR, MB_ICONEXCLAMATION);
+    return true;
 }
 
 INT_PTR GroupListHandler(HWND dialog, UINT message, WPARAM wp, LPARAM, GroupListDialogState *state)
 {
     switch (message) {
     case WM_INITDIALOG:
-        OnInit(dialog, state);
+        state->job = MakeJob(state);
+        if (!state->job) {
+            ShowResBox(nullptr, IDS_NO_MEMORY, IDS_CAPTION_PELNOR, MB_ICONHAND);
+            PostMessageW(dialog, WM_COMMAND, IDOK, 0);
+            return TRUE;
+        }
+        BackgroundJobRun(state->job, dialog, WM_COMMAND, IDC_GROUP_LIST_DONE);
+        SetTimer(dialog, kCounterTimer, kCounterPeriodMs, nullptr);
+        return TRUE;
+    case WM_TIMER:
+        if (wp == kCounterTimer)
+            ShowCount(dialog, state);
         return TRUE;
     case WM_COMMAND:
         switch (LOWORD(wp)) {
-        case IDC_GROUP_LIST_DONE:
-            OnDone(state->job);
+        case IDC_GROUP_LIST_DONE: {
+            ShowCount(dialog, state);
+            wchar_t text[1024];
+            if (FailureText((GroupListJob *)state->job->context, text, 1024))
+                ShowTextBox(text, IDS_CAPTION_PELNOR, MB_ICONEXCLAMATION);
             PostMessageW(dialog, WM_COMMAND, IDOK, 0);
             break;
+        }
         case IDOK:
             EndDialog(dialog, kDialogOk);
             break;
@@ -117,24 +188,16 @@ INT_PTR GroupListHandler(HWND dialog, UINT message, WPARAM wp, LPARAM, GroupList
 } // namespace
 
 int RunGroupListDownload(HINSTANCE instance, HWND parent, const wchar_t *active_path, const wchar_t *category_path,
-                         const wchar_t *server, DWORD port, const char *user, const char *password)
+                         const NntpServer *server)
 {
-    GroupListDialogState *state = (GroupListDialogState *)calloc(1, sizeof(GroupListDialogState));
-    if (!state) {
-        ShowResBox(nullptr, IDS_NO_MEMORY, IDS_CAPTION_PELNOR, MB_ICONHAND);
-        return 0;
+    GroupListDialogState state = {active_path, category_path, server, nullptr, 0};
+    RunDialog<GroupListHandler>(instance, IDD_GROUP_LIST, parent, &state);
+    if (state.job) {
+        /* Closed early, the worker is stopped at once; its notice then finds
+         * no window, and it frees the job when it ends. */
+        BackgroundJobLetGo(state.job);
+        BackgroundJobCancel(state.job);
+        BackgroundJobRelease(state.job);
     }
-    state->server = server;
-    state->port = port;
-    state->user = user;
-    state->password = password;
-    state->active_path = active_path;
-    state->category_path = category_path;
-    state->references = 1; /* the dialog's; the worker takes its own */
-    RunDialog<GroupListHandler>(instance, IDD_GROUP_LIST, parent, state);
-    /* The worker may still run (the dialog was closed early): it finds the
-     * dialog gone and frees the job when it ends. */
-    state->dialog = nullptr;
-    ReleaseState(state);
     return 0;
 }

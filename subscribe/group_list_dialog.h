@@ -1,6 +1,6 @@
 /*
  * Dialog 110 "購読可能ｸﾞﾙｰﾌﾟの取得中..": the group counter while the
- * group-list download runs on its worker thread, and the run's failure told
+ * group-list download runs as a background job, and the run's failure told
  * in a box when it ends.
  */
 #ifndef PELNOR_GROUP_LIST_DIALOG_H
@@ -8,9 +8,12 @@
 
 #include <windows.h>
 
+#include "nntp/server.h"
+
 /* Shows the dialog until the download has ended and its failure, if any,
- * has been shown ("PELNOR", exclamation icon). Always 0. */
+ * has been shown ("PELNOR", exclamation icon); closed early, it stops the
+ * download. Always 0. */
 int RunGroupListDownload(HINSTANCE instance, HWND parent, const wchar_t *active_path, const wchar_t *category_path,
-                         const wchar_t *server, DWORD port, const char *user, const char *password);
+                         const NntpServer *server);
 
 #endif

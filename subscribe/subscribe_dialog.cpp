@@ -232,19 +232,15 @@ void OnInitDialog(HWND dialog, SubscribeState *state)
 
 void OnDownload(SubscribeState *state)
 {
-    PasswordPrompt prompt = {state->instance, state->user, nullptr};
-    const char *password = state->password;
-    if (state->user && !state->password) {
-        if (RunPasswordPrompt(&prompt, state->dialog) != 1 || !prompt.password) {
-            free(prompt.password);
-            return;
-        }
-        password = prompt.password;
-    }
-    RunGroupListDownload(state->instance, state->dialog, state->active_path, state->category_path, state->server,
-                         state->port, state->user, password);
+    NntpServer server;
+    ServerReady ready = ReadyServer(state->instance, state->dialog, state->settings, &server);
+    if (ready == kServerNoMemory)
+        ShowResBox(nullptr, IDS_NO_MEMORY, IDS_CAPTION_PELNOR, MB_ICONHAND);
+    if (ready != kServerReady)
+        return;
+    RunGroupListDownload(state->instance, state->dialog, state->active_path, state->category_path, &server);
+    NntpServerForget(&server);
     ShowCategories(state);
-    free(prompt.password);
 }
 
 /* Writes the set to group.dat, one name and CR LF a line, in the set's

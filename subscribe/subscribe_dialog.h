@@ -11,6 +11,7 @@
 #include <windows.h>
 #include <commctrl.h>
 
+#include "settings/settings.h"
 #include "store/string_set.h"
 
 struct SubscribeState {
@@ -18,10 +19,7 @@ struct SubscribeState {
     const wchar_t *active_path;   /* borrowed */
     const wchar_t *category_path; /* borrowed */
     const wchar_t *group_path;    /* borrowed */
-    const wchar_t *server;        /* borrowed */
-    DWORD port;
-    const char *user;             /* borrowed, or null */
-    const char *password;         /* borrowed stored password, or null */
+    const Settings *settings;     /* borrowed: the server to list groups from */
     HINSTANCE instance;
     HIMAGELIST images;            /* owned: blank and subscribed marks */
     StringSet subscriptions;      /* owned: subscribed names, 8-bit */

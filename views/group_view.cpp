@@ -283,6 +283,16 @@ int GroupViewSelectNext(GroupView *view, int *moved)
     return 1;
 }
 
+void GroupViewSetStatus(GroupView *view, const wchar_t *group, const wchar_t *status)
+{
+    LVFINDINFOW find = {};
+    find.flags = LVFI_STRING;
+    find.psz = group;
+    int row = (int)SendMessageW(view->list, LVM_FINDITEMW, (WPARAM)-1, (LPARAM)&find);
+    if (row >= 0)
+        SetCell(view->list, row, kColumnStatus, status);
+}
+
 void GroupViewSetUnread(GroupView *view, int row, DWORD count)
 {
     SetNumberCell(view->list, row, kColumnUnread, count);

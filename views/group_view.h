@@ -66,6 +66,9 @@ wchar_t *GroupViewNames(GroupView *view);
  * there was one. 0 when no row is selected. */
 int GroupViewSelectNext(GroupView *view, int *moved);
 
+/* Shows `status` in the status column of the row of `group`, if any. */
+void GroupViewSetStatus(GroupView *view, const wchar_t *group, const wchar_t *status);
+
 /* Shows `count` in the unread column of `row`. */
 void GroupViewSetUnread(GroupView *view, int row, DWORD count);
 

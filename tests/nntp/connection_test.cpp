@@ -4,21 +4,21 @@
 
 #include "nntp/connection.h"
 #include "nntp/reply_parse.h"
+#include "session_fixture.h"
 #include "support/script_client.h"
-
-/* The program's slot for the resolver in the import table. */
-extern "C" hostent *(WINAPI *__imp_gethostbyname)(const char *);
 
 namespace {
 
 /* A connection to a scripted server; closed by the destructor. */
 struct Connected {
+    NntpServer server;
     NntpConnection c;
     bool ok = false;
-    explicit Connected(int port, const char *host = "127.0.0.1")
+    explicit Connected(int port)
     {
-        NntpInit(&c);
-        ok = port != 0 && NntpConnect(&c, host, (unsigned short)port);
+        server = TestServer(port);
+        NntpInit(&c, &server, nullptr);
+        ok = port != 0 && NntpConnect(&c);
     }
     ~Connected() { NntpClose(&c); }
     std::string Line(int strip = 0)
@@ -28,34 +28,7 @@ struct Connected {
     }
 };
 
-int g_lookups;
-hostent *(WINAPI *g_resolver)(const char *);
-
-hostent *WINAPI CountingResolver(const char *name)
-{
-    g_lookups++;
-    return g_resolver(name);
-}
-
 } // namespace
-
-TEST(NntpConnection, OnlyANameGoesThroughTheResolver)
-{
-    DWORD protection;
-    ASSERT_TRUE(VirtualProtect(&__imp_gethostbyname, sizeof(void *), PAGE_READWRITE, &protection));
-    g_resolver = __imp_gethostbyname;
-    __imp_gethostbyname = CountingResolver;
-    NntpScript a, b;
-    Connected dotted(a.Start(), "127.0.0.1");
-    int dotted_lookups = g_lookups;
-    Connected named(b.Start(), "localhost");
-    __imp_gethostbyname = g_resolver;
-    VirtualProtect(&__imp_gethostbyname, sizeof(void *), protection, &protection);
-    EXPECT_TRUE(dotted.ok);
-    EXPECT_EQ(dotted_lookups, 0);
-    EXPECT_TRUE(named.ok);
-    EXPECT_EQ(g_lookups, 1);
-}
 
 TEST(NntpConnection, SendsLinesWithCrLfAndRefusesTooLongOnes)
 {

@@ -82,9 +82,10 @@ struct DataFolder {
     std::string Idx(const std::wstring &group = L"fj.test") { return FileBytes(folder.file(group + L".idx")); }
     /* Depth 1 unless asked: the one-command-at-a-time dialogue. */
     SessionRun Run(NntpScript &script, const std::vector<std::wstring> &groups = {L"fj.test"}, DWORD limit = 100,
-                   DWORD depth = 1, bool stop = false)
+                   DWORD depth = 1, StopWay stop = kNoStop, DWORD receive_timeout_ms = kNntpDefaultReceiveTimeoutMs)
     {
-        return RunScriptedSession(script.Start(), groups, nullptr, nullptr, folder.path(), limit, depth, stop);
+        return RunScriptedSession(TestServer(script.Start(), nullptr, nullptr, depth, receive_timeout_ms), groups,
+                                  folder.path(), limit, stop);
     }
 };
 
@@ -171,10 +172,11 @@ TEST(ArticleDownload, RefusedGroupIsAWarningAndTheRunGoesOn)
         EXPECT_EQ(run.result.severity, 1u);
         EXPECT_EQ(script.Transcript(),
                   "GROUP fj.gone\r\nGROUP fj.test\r\nHEAD 1\r\nBODY 1\r\nGROUP fj.gone\r\nQUIT\r\n");
-        EXPECT_EQ(data.Idx(L"fj.gone"), Header(5, 9, 0, L"")); /* left as it was */
+        /* Only the status changes: the refusal is shown in the group's row. */
+        EXPECT_EQ(data.Idx(L"fj.gone"), Header(5, 9, 0, c.text));
         /* The bar's range is one less than the articles: 0 for one. */
-        EXPECT_EQ(run.progress.range_count, 0u);
-        EXPECT_EQ(run.progress.step_count, 1u);
+        EXPECT_EQ(run.range_counts, std::vector<DWORD>{0});
+        EXPECT_EQ(run.stored, 1u);
     }
 
     /* A group whose reply cannot be read stops the run; QUIT still goes. */
@@ -193,18 +195,18 @@ TEST(ArticleDownload, RefusedGroupIsAWarningAndTheRunGoesOn)
 TEST(ArticleDownload, StoreFailureTexts)
 {
     DataFolder data;
-    auto expect_failure = [&](const wchar_t *text, const std::string &sent) {
+    auto expect_failure = [&](const wchar_t *text, const std::string &sent, DWORD severity = 2) {
         NntpScript script;
         script.Send(kGreeting).Reply(GroupReply(1, 1));
         SessionRun run = data.Run(script);
-        EXPECT_EQ(run.ok, 0);
+        EXPECT_EQ(run.ok, severity == 2 ? 0 : 1);
         EXPECT_STREQ(run.result.title, L"fj.test");
         EXPECT_STREQ(run.result.text, text);
-        EXPECT_EQ(run.result.severity, 2u);
+        EXPECT_EQ(run.result.severity, severity);
         EXPECT_EQ(script.Transcript(), sent);
     };
-    /* No index: the group is not even selected. */
-    expect_failure(L"インデックスの初期化に失敗しました(2)", "QUIT\r\n");
+    /* No index: the group is not even selected, and the run goes on. */
+    expect_failure(L"インデックスの初期化に失敗しました(2)", "QUIT\r\n", 1);
     /* A log that cannot be opened (a folder of that name). */
     data.Index(L"fj.test", 0);
     std::wstring log = data.folder.file(L"fj.test.log");
@@ -246,52 +248,81 @@ NntpScript FirstTwoOfThree()
  * one asked for ends the run instead of being paired with the next
  * command. Depth 1 stops sending at the failing command; the window had
  * sent all. A second run against a healthy server then fetches only what
- * is missing. */
+ * is missing. Faults that used to leave a group stuck for good are rows
+ * too: a body line longer than a reply line is stored whole, a group
+ * whose name the data folder refuses is passed over with its status, and
+ * a stop while the server stalls ends the run at once. */
 TEST(ArticleDownload, FaultsKeepWhatWasStoredAtEitherDepthAndTheNextRunGoesOn)
 {
     const std::string head3 = "221 3 <3@pelnor.test>\r\n";
     NntpScript at_body = FirstTwoOfThree();
     at_body.Reply(ArticleReply(221, 3, Plain(3).head));
     const std::string nul(1, '\0');
+    /* Article 3 with a line of 2,406 bytes: a two-byte text crossing every
+     * 1,024-byte part of it, then single-byte text again. */
+    std::string jis_pairs, sjis_pairs;
+    for (int i = 0; i < 1200; i++) {
+        jis_pairs += "$3";
+        sjis_pairs += "\x82\xb1";
+    }
+    Stored long_line = Plain(3);
+    long_line.body = "." + sjis_pairs + " end\r\nafter\r\n";
+    NntpScript long_body = NntpScript(at_body).Reply(ArticleReply(222, 3, "..\x1b$B" + jis_pairs + "\x1b(B end\r\nafter\r\n"));
+    const std::wstring refused_name = L"fj.refused|name";
+    NntpScript all_three = FirstTwoOfThree();
+    Serve(all_three, 3);
     struct Case {
         const char *name;
         NntpScript script;
         const wchar_t *text; /* the group's status */
         bool ok;
-        DWORD stored;
+        std::vector<Stored> stored;
+        DWORD last_fetched;
+        StopWay stop;
+        std::wstring before; /* a group listed before fj.test, and what the run says of it */
+        std::wstring before_status;
     } cases[] = {
-        {"close between articles", FirstTwoOfThree().Recv().Close(), L"受信に失敗しました(38).", false, 2},
+        {"close between articles", FirstTwoOfThree().Recv().Close(), L"受信に失敗しました(38).", false,
+         {Plain(1), Plain(2)}, 2},
         {"close mid-HEAD", FirstTwoOfThree().Recv().Send(head3 + "From: x\r\nSubj").Close(),
-         L"受信が正常に終了しませんでした(38).", false, 2},
+         L"受信が正常に終了しませんでした(38).", false, {Plain(1), Plain(2)}, 2},
         {"over-long line", FirstTwoOfThree().Recv().Send(head3 + "Subject: " + std::string(1030, 's') + "\r\n.\r\n"),
-         L"受信が正常に終了しませんでした(234).", false, 2},
-        {"close before BODY's reply", NntpScript(at_body).Recv().Close(), L"受信に失敗しました(38).", false, 2},
+         L"受信が正常に終了しませんでした(234).", false, {Plain(1), Plain(2)}, 2},
+        {"close before BODY's reply", NntpScript(at_body).Recv().Close(), L"受信に失敗しました(38).", false,
+         {Plain(1), Plain(2)}, 2},
         {"close mid-BODY", NntpScript(at_body).Recv().Send("222 3 <3@pelnor.test>\r\nbody of").Close(),
-         L"受信が正常に終了しませんでした(38).", false, 2},
-        {"receive time-out", FirstTwoOfThree().Recv().Stall(), L"受信に失敗しました(10060).", false, 2},
+         L"受信が正常に終了しませんでした(38).", false, {Plain(1), Plain(2)}, 2},
+        {"receive time-out", FirstTwoOfThree().Recv().Stall(), L"受信に失敗しました(10060).", false,
+         {Plain(1), Plain(2)}, 2},
         {"wrong article", FirstTwoOfThree().Reply("221 4 <4@pelnor.test>\r\n"),
-         L"予期せぬ文字列が返りました : 221 4 <4@pelnor.test>", false, 2},
+         L"予期せぬ文字列が返りました : 221 4 <4@pelnor.test>", false, {Plain(1), Plain(2)}, 2},
         {"out-of-step reply", FirstTwoOfThree().Reply("222 3 <3@pelnor.test>\r\n"),
-         L"予期せぬ文字列が返りました : 222 3 <3@pelnor.test>", false, 2},
-        {"error reply", FirstTwoOfThree().Reply("500 what?\r\n"), L"予期せぬ文字列が返りました : 500 what?", false, 2},
+         L"予期せぬ文字列が返りました : 222 3 <3@pelnor.test>", false, {Plain(1), Plain(2)}, 2},
+        {"error reply", FirstTwoOfThree().Reply("500 what?\r\n"), L"予期せぬ文字列が返りました : 500 what?", false,
+         {Plain(1), Plain(2)}, 2},
         /* A "." line inside article 2's body ends it; the line after it is
          * no reply to HEAD 3. */
         {"stray line", ServeUpTo2().Reply("222 2 <2@pelnor.test>\r\nbody of 2\r\n.\r\nstray\r\n.\r\n"),
-         L"予期せぬ文字列が返りました : stray", false, 2},
-        {"refused body", NntpScript(at_body).Reply("423 gone\r\n"), L"2件の記事を取得しました。", true, 2},
+         L"予期せぬ文字列が返りました : stray", false, {Plain(1), Plain(2)}, 2},
+        {"refused body", NntpScript(at_body).Reply("423 gone\r\n"), L"2件の記事を取得しました。", true,
+         {Plain(1), Plain(2)}, 3},
         /* A NUL byte ends article 2's body; the rest of its reply is
          * dropped, so article 3 is read as article 3. */
         {"NUL in a body",
          Serve(ServeUpTo2().Reply("222 2 <2@pelnor.test>\r\nbody of 2\r\nx" + nul + "y\r\n" + nul +
                                   "\r\nmore\r\n.\r\n"),
                3),
-         L"3件の記事を取得しました。", true, 3},
+         L"3件の記事を取得しました。", true, {Plain(1), Plain(2), Plain(3)}, 3},
+        {"long body line", long_body, L"3件の記事を取得しました。", true, {Plain(1), Plain(2), long_line}, 3},
+        {"stop while the server stalls", FirstTwoOfThree().Recv().Stall(), L"2件の記事を取得しました。", true,
+         {Plain(1), Plain(2)}, 2, kStopFromThreadAtSecond},
+        {"name the data folder refuses", all_three, L"3件の記事を取得しました。", true,
+         {Plain(1), Plain(2), Plain(3)}, 3, kNoStop, refused_name,
+         refused_name + L": インデックスの初期化に失敗しました(123)"},
     };
-    GroupBytes all = PlainBytes({1, 2, 3});
     const std::string all_sent = "GROUP fj.test\r\nHEAD 1\r\nBODY 1\r\nHEAD 2\r\nBODY 2\r\nHEAD 3\r\nBODY 3\r\n";
-    NntpSetTimeouts(0, 700);
     for (Case &c : cases) {
-        GroupBytes stored = PlainBytes(c.stored == 3 ? std::vector<DWORD>{1, 2, 3} : std::vector<DWORD>{1, 2});
+        GroupBytes stored = StoreBytes(c.stored);
         std::string sent[2];
         DWORD depths[2] = {1, kDefaultPipelineDepth};
         for (int i = 0; i < 2; i++) {
@@ -299,20 +330,27 @@ TEST(ArticleDownload, FaultsKeepWhatWasStoredAtEitherDepthAndTheNextRunGoesOn)
             NntpScript script = c.script;
             DataFolder data;
             data.Index(L"fj.test", 0);
-            SessionRun run = data.Run(script, {L"fj.test"}, 100, depths[i]);
+            std::vector<std::wstring> groups = {L"fj.test"};
+            if (!c.before.empty())
+                groups.insert(groups.begin(), c.before);
+            /* A stop must end the wait at once, long before the time-out. */
+            SessionRun run = data.Run(script, groups, 100, depths[i], c.stop, c.stop ? 60000 : 700);
             EXPECT_EQ(run.ok, c.ok ? 1 : 0);
             EXPECT_STREQ(run.result.title, c.ok ? L"" : L"fj.test");
             EXPECT_STREQ(run.result.text, c.text);
             EXPECT_EQ(data.Log(), stored.log);
-            EXPECT_EQ(data.Idx(), Header(c.ok ? 3 : 2, 3, c.stored, c.text) + stored.Records());
+            EXPECT_EQ(data.Idx(), Header(c.last_fetched, 3, (DWORD)c.stored.size(), c.text) + stored.Records());
+            EXPECT_EQ(run.unstored, c.before.empty() ? std::vector<std::wstring>{}
+                                                      : std::vector<std::wstring>{c.before_status});
             sent[i] = script.Transcript();
-            if (c.ok || i == 0)
+            if (c.last_fetched == 3 || i == 0)
                 continue;
             NntpScript again;
             Serve(again.Send(kGreeting).Reply(GroupReply(1, 3)), 3);
             run = data.Run(again);
             EXPECT_EQ(run.ok, 1);
             EXPECT_EQ(again.Transcript(), "GROUP fj.test\r\nHEAD 3\r\nBODY 3\r\nQUIT\r\n");
+            GroupBytes all = PlainBytes({1, 2, 3});
             EXPECT_EQ(data.Log(), all.log);
             EXPECT_EQ(data.Idx(), Header(3, 3, 3, L"1件の記事を取得しました。") + all.Records());
         }
@@ -322,7 +360,6 @@ TEST(ArticleDownload, FaultsKeepWhatWasStoredAtEitherDepthAndTheNextRunGoesOn)
         EXPECT_EQ(sent[0].substr(sent[0].size() - 6), "QUIT\r\n");
         EXPECT_EQ(sent[1], all_sent + "QUIT\r\n");
     }
-    NntpSetTimeouts(0, kNntpDefaultReceiveTimeoutMs);
 }
 
 /* A server that wants MODE READER first (INN's innd, to the hosts it feeds)
@@ -405,7 +442,7 @@ TEST(ArticleDownload, SkipsLimitStopAndModeReaderStoreTheSameAtEitherDepth)
             data.Index(L"fj.later", 0);
             std::vector<std::wstring> groups = {L"fj.test", L"fj.later"};
             groups.resize(c.stop ? 2 : 1); /* a stop must not reach the later group */
-            SessionRun run = data.Run(c.script[i], groups, c.limit, depths[i], c.stop);
+            SessionRun run = data.Run(c.script[i], groups, c.limit, depths[i], c.stop ? kStopAtFirst : kNoStop);
             EXPECT_EQ(run.ok, 1);
             EXPECT_STREQ(run.result.text, c.text);
             EXPECT_EQ(c.script[i].Transcript(), "GROUP fj.test\r\n" + c.sent[i] + "QUIT\r\n");

@@ -49,7 +49,7 @@ TEST(InnEndToEnd, DownloadsTheCorpusWithAuthentication)
 {
     InnServer inn;
     ASSERT_NE(inn.auth_port, 0) << "INN fixture (tools/inn/e2e.sh) not running";
-    SessionRun run = RunScriptedSession(inn.auth_port, inn.groups, "pelnor", "e2e-secret", inn.data.path(), 1000);
+    SessionRun run = RunScriptedSession(TestServer(inn.auth_port, "pelnor", "e2e-secret"), inn.groups, inn.data.path(), 1000);
     EXPECT_EQ(run.ok, 1) << run.error;
     EXPECT_EQ(run.result.severity, 0u);
     EXPECT_TRUE(inn.Files(false) == inn.Files(true));
@@ -59,13 +59,13 @@ TEST(InnEndToEnd, AuthenticationRefusalsFromINN)
 {
     InnServer inn;
     ASSERT_NE(inn.auth_port, 0);
-    SessionRun run = RunScriptedSession(inn.auth_port, inn.groups, "pelnor", "wrong", inn.data.path());
+    SessionRun run = RunScriptedSession(TestServer(inn.auth_port, "pelnor", "wrong"), inn.groups, inn.data.path());
     EXPECT_EQ(run.ok, 0);
     EXPECT_STREQ(run.result.title, L"パスワードが不正です");
     EXPECT_EQ(std::wstring(run.result.text).substr(0, 4), L"481 ");
 
     /* Without logging in every group is refused, and the run goes on. */
-    run = RunScriptedSession(inn.auth_port, inn.groups, nullptr, nullptr, inn.data.path());
+    run = RunScriptedSession(TestServer(inn.auth_port), inn.groups, inn.data.path());
     EXPECT_EQ(run.ok, 1);
     EXPECT_EQ(run.result.severity, 1u);
     const std::wstring refused = L"グループへ移動できませんでした : 480 ";
@@ -88,15 +88,16 @@ TEST(InnEndToEnd, DefaultDepthStoresTheBytesOfDepthOne)
         DWORD depths[2] = {1, kDefaultPipelineDepth};
         for (int i = 0; i < 2; i++) {
             InnServer fresh;
-            SessionRun run = RunScriptedSession(fresh.open_port, fresh.groups, nullptr, nullptr, fresh.data.path(),
-                                                limit, depths[i]);
+            SessionRun run = RunScriptedSession(TestServer(fresh.open_port, nullptr, nullptr, depths[i]), fresh.groups,
+                                                fresh.data.path(), limit);
             EXPECT_EQ(run.ok, 1) << limit;
             EXPECT_EQ(run.result.severity, 0u);
             files[i] = fresh.Files(false);
         }
         EXPECT_GT(files[0].size(), 1000u);
         EXPECT_TRUE(files[0] == files[1]) << "limit " << limit;
-        if (limit == 1000)
+        if (limit == 1000) {
             EXPECT_TRUE(files[0] == inn.Files(true));
+        }
     }
 }

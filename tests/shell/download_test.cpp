@@ -105,17 +105,18 @@ TEST_F(DownloadTest, UserWithoutPasswordIsAskedEachRunAndTheTypedPasswordIsSent)
     EXPECT_EQ(frame_.settings.Password, nullptr);
 }
 
-/* Escape asks the run to stop; while the worker runs, I starts no second
- * run and closing the frame does not take the program away under it. */
-TEST_F(DownloadTest, EscapeStopsTheRunAndNothingElseStartsOrClosesMeanwhile)
+/* Escape stops the run at once, even while the server sends nothing:
+ * the article stored before stays, the stop is told, and no later group
+ * starts. While the worker runs, I starts no second run and closing the
+ * frame does not take the program away under it. */
+TEST_F(DownloadTest, EscapeStopsAStalledRunAndNothingElseStartsOrClosesMeanwhile)
 {
     NntpScript script;
+    std::string id = "1 <1@fj.a>\r\n";
     script.Send("200 ready\r\n").Recv().Send("211 3 1 3 fj.a\r\n");
-    for (int n = 1; n <= 3; n++) {
-        std::string id = std::to_string(n) + " <" + std::to_string(n) + "@fj.a>\r\n";
-        script.Recv().Send("221 " + id + "From: a@example.jp\r\nSubject: n\r\n.\r\n");
-        script.Recv().Send("222 " + id + "body\r\n.\r\n");
-    }
+    script.Recv().Send("221 " + id + "From: a@example.jp\r\nSubject: n\r\n.\r\n");
+    script.Recv().Send("222 " + id + "body\r\n.\r\n");
+    script.Stall();
     StartWith("fj.a\r\nfj.b\r\n", script.Start());
     int progress_dialogs = 0;
     on_dialog_ = [&](HWND dialog, const std::wstring &title) {
@@ -130,6 +131,7 @@ TEST_F(DownloadTest, EscapeStopsTheRunAndNothingElseStartsOrClosesMeanwhile)
     };
     PressGetArticles();
     EXPECT_EQ(progress_dialogs, 1);
+    ASSERT_EQ(watcher_.boxes().size(), 1u);
     EXPECT_EQ(watcher_.boxes().back().text, L"ダウンロードを中止しました。取得した記事は保存されています。");
     /* fj.b was never reached; whatever fj.a stored is counted in its row. */
     EXPECT_EQ(script.Transcript().find("GROUP fj.b"), std::string::npos);

@@ -3,11 +3,10 @@
 
 #include <string>
 
-#include "nntp/connection.h"
-#include "resources/resource.h"
 #include "nntp/group_list.h"
 #include "subscribe/group_list_dialog.h"
 #include "support/gui_helper.h"
+#include "support/opening_cases.h"
 #include "support/script_client.h"
 #include "support/temp_folder.h"
 
@@ -23,8 +22,8 @@ struct DialogRun {
     std::wstring active = folder.file(L"active.dat"), category = folder.file(L"category.dat");
     void Run(int port, const char *user = nullptr, const char *password = nullptr)
     {
-        RunGroupListDownload(GetModuleHandleW(nullptr), nullptr, active.c_str(), category.c_str(), L"127.0.0.1",
-                             (DWORD)port, user, password);
+        NntpServer server = TestServer(port, user, password);
+        RunGroupListDownload(GetModuleHandleW(nullptr), nullptr, active.c_str(), category.c_str(), &server);
     }
     /* The one box the run showed: caption "PELNOR", exclamation icon. */
     std::wstring OnlyBox()
@@ -54,18 +53,14 @@ TEST(GroupList, WritesActiveAndCategoryFiles)
         const char *user, *password;
         std::string sent, active, category;
     };
-    /* Each authentication command is followed by an empty line; then the
-     * plain command for a server that does not know LIST active. */
-    NntpScript login;
-    login.Send(kGreeting).Reply("381 more\r\n").Recv().Reply("281 ok\r\n").Recv();
     Case cases[] = {
         {NntpScript().Send(kGreeting).Reply("215 list follows\r\n" + list), nullptr, nullptr, "LIST active\r\n",
          "alt.test\r\nfj.comp.misc\r\njunk\r\nfj.test\r\njapan.nodates\r\nalt.binaries.test\r\n",
          "alt\r\nfj\r\njunk\r\njapan\r\n"},
-        {NntpScript(login).Reply("500 what?\r\n").Reply("215 list\r\nfj.test 3 1 y\r\n.\r\n"), "taro", "himitsu",
-         "authinfo user taro\r\n\r\nauthinfo pass himitsu\r\n\r\nLIST active\r\nLIST\r\n", "fj.test\r\n", "fj\r\n"},
-        /* A password without a user logs in with neither. */
-        {NntpScript().Send(kGreeting).Reply("215 list\r\n.\r\n"), nullptr, "himitsu", "LIST active\r\n", "", ""},
+        /* The plain command for a server that does not know LIST active. */
+        {NntpScript().Send(kGreeting).Reply("500 what?\r\n").Reply("215 list\r\nfj.test 3 1 y\r\n.\r\n"), nullptr,
+         nullptr, "LIST active\r\nLIST\r\n", "fj.test\r\n", "fj\r\n"},
+        {NntpScript().Send(kGreeting).Reply("215 list\r\n.\r\n"), nullptr, nullptr, "LIST active\r\n", "", ""},
         /* A NUL byte ends the list there, without an error. */
         {NntpScript().Send(kGreeting).Reply(std::string("215 list\r\nfj.test 3 1 y\r\nalt.te\0st 2 1 y\r\n", 42)),
          nullptr, nullptr, "LIST active\r\n", "fj.test\r\n", "fj\r\n"},
@@ -83,6 +78,24 @@ TEST(GroupList, WritesActiveAndCategoryFiles)
     }
 }
 
+TEST(GroupList, OpensTheConversationAsTheTableSays)
+{
+    for (const OpeningCase &c : OpeningCases()) {
+        SCOPED_TRACE(c.name);
+        NntpScript script = OpeningScript(c, true, "215 list\r\nfj.test 3 1 y\r\n.\r\n");
+        DialogRun run;
+        run.Run(script.Start(), c.user, c.password);
+        /* No QUIT: the connection is just closed. */
+        EXPECT_EQ(script.Transcript(), OpeningTranscript(c, true, "LIST active"));
+        if (c.list_text) {
+            EXPECT_EQ(run.OnlyBox(), c.list_text);
+        } else {
+            EXPECT_TRUE(run.watcher.boxes().empty());
+            EXPECT_EQ(FileBytes(run.active), "fj.test\r\n");
+        }
+    }
+}
+
 TEST(GroupList, FailureTexts)
 {
     DialogRun refused;
@@ -91,67 +104,55 @@ TEST(GroupList, FailureTexts)
 
     struct Case {
         NntpScript script;
-        const char *user;
         std::wstring text;
-        const char *active; /* null: not created */
+        const char *active;
     };
-    const std::string long_user(4080, 'u');
     const std::string long_line = "fj.long " + std::string(1020, '9') + "\r\n";
     Case cases[] = {
-        {NntpScript().Close(), nullptr, L"Recv fail: Can't connect to server", nullptr},
-        {NntpScript().Send("400 too busy\r\n"), nullptr, L"Connection refused : 400 too busy\r\n", nullptr},
-        /* Only a request for the password lets the login go on. */
-        {NntpScript().Send(kGreeting).Reply("281 Authentication accepted\r\n"), "taro",
-         L"281 Authentication accepted\r\n", nullptr},
-        {NntpScript().Send(kGreeting).Reply("381 more\r\n").Recv(2).Send("481 rejected\r\n"), "taro",
-         L"481 rejected\r\n", nullptr},
-        {NntpScript().Send(kGreeting), long_user.c_str(), L"Can't send data", nullptr},
-        {NntpScript().Send(kGreeting).Recv().Close(), "taro", L"Can't redv data", nullptr},
-        {NntpScript().Send(kGreeting).Reply("500 what?\r\n").Reply("503 program fault\r\n"), nullptr,
+        {NntpScript().Send(kGreeting).Reply("500 what?\r\n").Reply("503 program fault\r\n"),
          L"サーバが予期せぬ応答をしました。:503 program fault\r\n", ""},
-        {NntpScript().Send(kGreeting).Recv().Close(), nullptr, L"受信に失敗", ""},
         /* A broken transfer keeps what was written. */
         {NntpScript().Send(kGreeting).Reply("215 list\r\nfj.test 3 1 y\r\nalt.test 2 1 y\r\n" + long_line + ".\r\n"),
-         nullptr, L"正常に受信できませんでした(234)", "fj.test\r\nalt.test\r\n"},
-        {NntpScript().Send(kGreeting).Reply("215 list\r\nfj.test 3 1 y\r\nfj.te").Close(), nullptr,
+         L"正常に受信できませんでした(234)", "fj.test\r\nalt.test\r\n"},
+        {NntpScript().Send(kGreeting).Reply("215 list\r\nfj.test 3 1 y\r\nfj.te").Close(),
          L"正常に受信できませんでした(38)", "fj.test\r\n"},
     };
     for (Case &c : cases) {
         DialogRun run;
-        run.Run(c.script.Start(), c.user, "himitsu");
+        run.Run(c.script.Start());
         EXPECT_EQ(run.OnlyBox(), c.text);
-        if (c.active)
-            EXPECT_EQ(FileBytes(run.active), c.active) << c.text;
-        else
-            EXPECT_FALSE(FileExists(run.active)) << c.text;
+        EXPECT_EQ(FileBytes(run.active), c.active) << c.text;
     }
 }
 
-TEST(GroupList, CounterAndTheDoubledNoticeOnAFileOpenFailure)
+/* A file that cannot be opened is told to the owner at once, besides the
+ * notice every run ends with: the owner hears of it twice (kept so). */
+TEST(GroupList, CounterAndTheEarlyNoticeOnAFileOpenFailure)
 {
     TempFolder folder;
     std::wstring active = folder.file(L"active.dat"), category = folder.file(L"category.dat");
-    /* The worker's failure text, then "g" for each group told and "+" for
-     * each completion notice. */
+    /* "g" for each group told and "+" for each early notice; the failure
+     * and its error. */
     auto run_worker = [&]() {
         NntpScript script;
         script.Send(kGreeting).Reply("215 list\r\nfj.test 3 1 y\r\nalt.test 2 1 y\r\n.\r\n");
         std::wstring told;
         GroupListEvents events = {&told, [](void *t) { *(std::wstring *)t += L"g"; },
                                   [](void *t) { *(std::wstring *)t += L"+"; }};
-        GroupListJob *job = GroupListJobCreate(active.c_str(), category.c_str(), L"127.0.0.1", (DWORD)script.Start(),
-                                               nullptr, nullptr, &events);
-        GroupListRun(job);
-        std::wstring result = (job->error_text ? job->error_text : L"") + told;
+        NntpServer server = TestServer(script.Start());
+        GroupListJob *job = GroupListJobCreate(active.c_str(), category.c_str(), &server);
+        GroupListRun(job, &events, nullptr);
+        told += L" " + std::to_wstring(job->failure) + L" " + std::to_wstring(job->last_error);
         GroupListJobFree(job);
-        return result;
+        return told;
     };
-    EXPECT_EQ(run_worker(), L"gg+");
+    EXPECT_EQ(run_worker(), L"gg 0 0");
 
     /* Held open without sharing, a file can be neither created nor truncated. */
     for (const std::wstring *locked : {&active, &category}) {
         HANDLE holder = CreateFileW(locked->c_str(), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
-        EXPECT_EQ(run_worker(), locked == &active ? L"Can't open active file(32)++" : L"Can't open category file(32)++");
+        GroupListFailure failure = locked == &active ? kListActiveOpenFailed : kListCategoryOpenFailed;
+        EXPECT_EQ(run_worker(), L"+ " + std::to_wstring(failure) + L" 32");
         CloseHandle(holder);
     }
     /* active.dat was closed again: it can be opened exclusively. */
@@ -160,18 +161,16 @@ TEST(GroupList, CounterAndTheDoubledNoticeOnAFileOpenFailure)
     CloseHandle(again);
 }
 
-TEST(GroupList, NoticeAfterTheDialogHasGoneIsHarmless)
+TEST(GroupList, ClosingTheDialogStopsTheDownloadAndItsNoticeGoesNowhere)
 {
-    NntpSetTimeouts(0, 700);
     NntpScript script;
     script.Stall();
     DialogRun run;
     run.watcher.SetDialogHandler([](HWND dialog) { PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0); });
     run.Run(script.Start());
-    NntpSetTimeouts(0, kNntpDefaultReceiveTimeoutMs);
-    /* The worker gives up on the silent server after the dialog has gone;
-     * its notice goes nowhere. */
-    script.Transcript();
+    /* The silent server's connection is closed at once, not after the
+     * receive time-out. */
+    script.Transcript(20);
     EXPECT_TRUE(script.finished());
     PumpPending();
     EXPECT_TRUE(run.watcher.boxes().empty());

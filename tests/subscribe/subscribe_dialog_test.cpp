@@ -23,8 +23,8 @@ protected:
         state_.active_path = active_.c_str();
         state_.category_path = category_.c_str();
         state_.group_path = group_.c_str();
-        state_.server = L"127.0.0.1";
-        state_.port = 119;
+        InitSettings(&settings_);
+        state_.settings = &settings_;
         ASSERT_TRUE(WriteFileBytes(category_, "fj\r\njapan\r\nalt\r\n"));
         ASSERT_TRUE(WriteFileBytes(active_, "fj.comp.misc\r\nalt.test\r\nfj..x\r\nfj.news\r\nfj.a*b\r\nfjx.test\r\njapan.anime\r\n"));
     }
@@ -57,7 +57,10 @@ protected:
         return item.iImage;
     }
 
+    void TearDown() override { FreeSettings(&settings_); }
+
     TempFolder data_;
+    Settings settings_;
     std::wstring active_, category_, group_;
     SubscribeState state_ = {};
     ModalWatcher watcher_;

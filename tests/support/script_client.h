@@ -7,7 +7,11 @@
 #ifndef PELNOR_TEST_SCRIPT_CLIENT_H
 #define PELNOR_TEST_SCRIPT_CLIENT_H
 
+#include <string.h>
+
 #include <string>
+
+#include "nntp/server.h"
 
 class NntpScript {
 public:
@@ -41,5 +45,27 @@ int FreeLoopbackPort();
 /* A loopback port whose listener never takes connections: a connect there
  * waits (for a minute at most). */
 int BusyLoopbackPort();
+
+/* The server value of a test: 127.0.0.1:`port`, the login given (null for
+ * none), the depth and, unless given, the program's time-outs. */
+inline NntpServer TestServer(int port, const char *user = nullptr, const char *password = nullptr,
+                             DWORD depth = kDefaultPipelineDepth, DWORD receive_timeout_ms = kNntpDefaultReceiveTimeoutMs,
+                             DWORD connect_timeout_ms = kNntpDefaultConnectTimeoutMs)
+{
+    NntpServer server = {};
+    strcpy(server.host, "127.0.0.1");
+    wcscpy(server.name, L"127.0.0.1");
+    server.port = (unsigned short)port;
+    server.has_user = user != nullptr;
+    server.has_password = password != nullptr;
+    if (user)
+        strncpy(server.user, user, sizeof(server.user) - 1);
+    if (password)
+        strncpy(server.password, password, sizeof(server.password) - 1);
+    server.connect_timeout_ms = connect_timeout_ms;
+    server.receive_timeout_ms = receive_timeout_ms;
+    server.pipeline_depth = depth;
+    return server;
+}
 
 #endif

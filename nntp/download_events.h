@@ -1,0 +1,30 @@
+/*
+ * How a download run reports while it works, on the worker's thread: the
+ * window side fills in the events (the progress dialog, the texts), a
+ * benchmark or a test its own. The protocol never shows a window.
+ */
+#ifndef PELNOR_DOWNLOAD_EVENTS_H
+#define PELNOR_DOWNLOAD_EVENTS_H
+
+#include <windows.h>
+
+#include "nntp/outcome.h"
+#include "nntp/run_result.h"
+
+struct DownloadEvents {
+    void *context;
+    /* A group's range begins: `count` is one less than its articles,
+     * `limit` the per-run limit. May be null. */
+    void (*group_started)(void *context, const wchar_t *group, DWORD count, DWORD limit);
+    /* One more article stored. May be null. */
+    void (*article_stored)(void *context);
+    /* Words `outcome` for the user: the title and text of `result` (its
+     * severity is set from the outcome). A group's status text is what this
+     * gives. */
+    void (*describe)(void *context, const NntpOutcome *outcome, RunResult *result);
+    /* A group's status could not be kept in its index (a name the data
+     * folder refuses): the status as the run leaves it. May be null. */
+    void (*status_not_stored)(void *context, const wchar_t *group, const wchar_t *status);
+};
+
+#endif
