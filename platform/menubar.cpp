@@ -321,7 +321,11 @@ void PlaceMenuBar(HWND window)
         return;
     RECT rc;
     GetClientRect(bar->parent, &rc);
-    MoveWindow(window, 0, rc.bottom - bar->height, rc.right, bar->height, TRUE);
+    /* No pixels are carried over from the old place: the parent repaints
+     * what a resize uncovers, over the bar too when it does not clip its
+     * children, and only the bar's new part would be drawn again. */
+    SetWindowPos(window, nullptr, 0, rc.bottom - bar->height, rc.right, bar->height,
+                 SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOCOPYBITS);
 }
 
 BOOL GetMenuBarButtonRect(HWND window, UINT command, RECT *rect)

@@ -30,7 +30,8 @@ struct SHMENUBARINFO {
  * the window in hwndMB, or FALSE with the last error set. */
 BOOL SHCreateMenuBar(SHMENUBARINFO *info);
 
-/* Moves a bar to the bottom of its parent's client area, full width. */
+/* Moves a bar to the bottom of its parent's client area, full width, and has
+ * it drawn whole there. */
 void PlaceMenuBar(HWND bar);
 
 /* Screen rectangle of the button with this command id (for tests and for

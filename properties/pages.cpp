@@ -290,8 +290,10 @@ enum { kSmallestSize = 8, kLargestSize = 18 };
 
 int CALLBACK AddFamily(const LOGFONTW *font, const TEXTMETRICW *, DWORD, LPARAM list)
 {
-    /* Families whose name begins with "@" write vertically. */
-    if (font->lfFaceName[0] != L'@')
+    /* Families whose name begins with "@" write vertically. A family comes
+     * once for each of its character sets on some systems: list it once. */
+    if (font->lfFaceName[0] != L'@' &&
+        SendMessageW((HWND)list, CB_FINDSTRINGEXACT, (WPARAM)-1, (LPARAM)font->lfFaceName) == CB_ERR)
         SendMessageW((HWND)list, CB_ADDSTRING, 0, (LPARAM)font->lfFaceName);
     return 1;
 }

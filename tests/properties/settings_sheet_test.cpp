@@ -6,6 +6,7 @@
 #include <raserror.h>
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -264,12 +265,19 @@ TEST_F(SettingsSheetTest, CharactersAndColoursAreSavedAsChosen)
     RegSetKeyValueW(HKEY_CURRENT_USER, L"Software\\marrowby\\Pelnor", L"HeaderColor", REG_BINARY, &header, 4);
     std::wstring subject_size;
     bool first_face = false;
+    std::vector<std::wstring> faces;
     COLORREF sample_after_scroll = 0, sample_shown = 0, back_to_header = 0;
     EXPECT_EQ(Run([&](HWND sheet) {
                   ClickButton(GoTo(sheet, kKeys), IDC_KEYS_ONE_LINE); /* off */
                   HWND chars = GoTo(sheet, kCharacters);
                   subject_size = WindowText(GetDlgItem(chars, IDC_CHARS_SUBJECT_SIZE));
-                  first_face = SendDlgItemMessageW(chars, IDC_CHARS_FONT, CB_GETCURSEL, 0, 0) == 0;
+                  HWND fonts = GetDlgItem(chars, IDC_CHARS_FONT);
+                  first_face = SendMessageW(fonts, CB_GETCURSEL, 0, 0) == 0;
+                  for (int i = 0; i < (int)SendMessageW(fonts, CB_GETCOUNT, 0, 0); i++) {
+                      wchar_t face[LF_FACESIZE]; /* names come from LOGFONT */
+                      SendMessageW(fonts, CB_GETLBTEXT, i, (LPARAM)face);
+                      faces.push_back(face);
+                  }
 
                   HWND colour = GoTo(sheet, kColour);
                   HWND red = GetDlgItem(colour, IDC_COLOUR_RED), items = GetDlgItem(colour, IDC_COLOUR_ITEM);
@@ -295,6 +303,9 @@ TEST_F(SettingsSheetTest, CharactersAndColoursAreSavedAsChosen)
               1);
     EXPECT_EQ(subject_size, L"8");
     EXPECT_TRUE(first_face);
+    /* Each family once, whatever number of character sets it has. */
+    EXPECT_FALSE(faces.empty());
+    EXPECT_EQ(std::set<std::wstring>(faces.begin(), faces.end()).size(), faces.size());
     const COLORREF edited = RGB(0x12 + 11, 0x34, 0x56 - 10);
     EXPECT_EQ(sample_after_scroll, edited);
     EXPECT_EQ(sample_shown, edited);

@@ -3,7 +3,9 @@
 #include <windows.h>
 
 #include <string>
+#include <vector>
 
+#include "base/scoped_win.h"
 #include "platform/menubar.h"
 #include "resources/resource.h"
 #include "support/frame_fixture.h"
@@ -33,6 +35,19 @@ DWORD StoredOption(const wchar_t *subkey, const wchar_t *name)
     DWORD value = 0xDEAD, size = sizeof value;
     RegGetValueW(HKEY_CURRENT_USER, path.c_str(), name, RRF_RT_REG_DWORD, nullptr, &value, &size);
     return value;
+}
+
+/* The pixels a window shows in its client area, row by row. */
+std::vector<COLORREF> Shown(HWND window)
+{
+    RECT rc;
+    GetClientRect(window, &rc);
+    ScopedGetDC dc(window);
+    std::vector<COLORREF> pixels;
+    for (int y = 0; y < rc.bottom; y++)
+        for (int x = 0; x < rc.right; x++)
+            pixels.push_back(GetPixel(dc, x, y));
+    return pixels;
 }
 
 class FrameTest : public FrameFixture {};
@@ -141,6 +156,12 @@ TEST_F(FrameTest, HasTheDeviceClientSizeAndKeepsThePaneAboveTheBar)
         MapWindowPoints(nullptr, window, (POINT *)&pane, 2);
         EXPECT_EQ(pane.right - pane.left, client.right);
         EXPECT_EQ(pane.bottom, bar.top);
+        /* Once the frame has painted, the bar shows what it draws when
+         * painted whole: its buttons, not the frame's background. */
+        UpdateWindow(window);
+        std::vector<COLORREF> after_resize = Shown(frame_.groupMenuBar);
+        RedrawWindow(frame_.groupMenuBar, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW);
+        EXPECT_TRUE(after_resize == Shown(frame_.groupMenuBar)) << "grown by " << grow;
     }
 }
 
