@@ -66,31 +66,21 @@ void Report(GroupDownload *d, NntpOutcome *outcome)
 {
     DWORD error = GetLastError();
     outcome->group = d->group;
-    const DownloadEvents *events = d->params->events;
-    events->describe(events->context, outcome, d->result);
-    d->result->severity = outcome->severity;
+    TellOutcome(d->params->events, outcome, d->result);
     SetLastError(error);
 }
 
 /* A failure `kind` at `step` with the last error: severity 2. */
 void Fail(GroupDownload *d, NntpOutcomeKind kind, NntpOutcomeStep step = kOutcomeAtArticle)
 {
-    NntpOutcome outcome = {};
-    outcome.kind = kind;
-    outcome.step = step;
-    outcome.severity = kSeverityError;
-    outcome.error = GetLastError();
+    NntpOutcome outcome = MakeOutcome(kind, step, kSeverityError, GetLastError());
     Report(d, &outcome);
 }
 
 /* The server's line that was not what was asked for (last error 13). */
 void ReportReply(GroupDownload *d, NntpOutcomeKind kind, NntpOutcomeStep step, DWORD severity)
 {
-    NntpOutcome outcome = {};
-    outcome.kind = kind;
-    outcome.step = step;
-    outcome.severity = severity;
-    outcome.error = kErrorInvalidData;
+    NntpOutcome outcome = MakeOutcome(kind, step, severity, kErrorInvalidData);
     outcome.reply = d->line;
     SetLastError(kErrorInvalidData);
     Report(d, &outcome);
@@ -293,9 +283,7 @@ FetchOutcome FetchArticle(GroupDownload *d, DWORD number)
 /* The summary of a range: `fetched` stored, the limit reached or not. */
 void ReportFetched(GroupDownload *d, DWORD fetched, int limited)
 {
-    NntpOutcome outcome = {};
-    outcome.kind = kOutcomeFetched;
-    outcome.step = kOutcomeAtArticle;
+    NntpOutcome outcome = MakeOutcome(kOutcomeFetched, kOutcomeAtArticle, kSeverityInformation);
     outcome.count = fetched;
     outcome.limit = d->params->limit;
     outcome.limited = limited;
@@ -389,14 +377,10 @@ void DownloadGroup(NntpConnection *c, const wchar_t *group, const SessionParams 
 {
     GroupDownload *d = (GroupDownload *)malloc(sizeof(GroupDownload));
     if (!d) {
-        NntpOutcome outcome = {};
-        outcome.kind = kOutcomeIndexInitFailed;
-        outcome.step = kOutcomeAtArticle;
-        outcome.severity = kSeverityError;
-        outcome.error = kErrorNotEnoughMemory;
+        NntpOutcome outcome = MakeOutcome(kOutcomeIndexInitFailed, kOutcomeAtArticle, kSeverityError,
+                                          kErrorNotEnoughMemory);
         outcome.group = group;
-        params->events->describe(params->events->context, &outcome, result);
-        result->severity = kSeverityError;
+        TellOutcome(params->events, &outcome, result);
         SetLastError(kErrorNotEnoughMemory);
         return;
     }
@@ -410,11 +394,7 @@ void DownloadGroup(NntpConnection *c, const wchar_t *group, const SessionParams 
     DWORD count, first, last, start, processed;
     int in_range = 0;
     if (!GroupStoreSetNames(&d->store, params->data_path, group) || !IndexReadHeader(&d->store)) {
-        NntpOutcome outcome = {};
-        outcome.kind = kOutcomeIndexInitFailed;
-        outcome.step = kOutcomeAtArticle;
-        outcome.severity = kSeverityWarning;
-        outcome.error = GetLastError();
+        NntpOutcome outcome = MakeOutcome(kOutcomeIndexInitFailed, kOutcomeAtArticle, kSeverityWarning, GetLastError());
         Report(d, &outcome);
         KeepWarning(d, false);
         goto done;
@@ -450,9 +430,7 @@ void DownloadGroup(NntpConnection *c, const wchar_t *group, const SessionParams 
         goto done;
     }
     if (start > last || (GroupStoreLastFetched(&d->store) == kCaughtUpOnServer)) {
-        NntpOutcome outcome = {};
-        outcome.kind = kOutcomeNoNewArticles;
-        outcome.step = kOutcomeAtArticle;
+        NntpOutcome outcome = MakeOutcome(kOutcomeNoNewArticles, kOutcomeAtArticle, kSeverityInformation);
         Report(d, &outcome);
         processed = last;
     } else {

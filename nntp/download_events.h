@@ -27,4 +27,11 @@ struct DownloadEvents {
     void (*status_not_stored)(void *context, const wchar_t *group, const wchar_t *status);
 };
 
+/* Words `outcome` through the events into `result`, with its severity. */
+inline void TellOutcome(const DownloadEvents *events, const NntpOutcome *outcome, RunResult *result)
+{
+    events->describe(events->context, outcome, result);
+    result->severity = outcome->severity;
+}
+
 #endif

@@ -53,4 +53,15 @@ struct NntpOutcome {
     const wchar_t *group; /* null before the first group */
 };
 
+/* An outcome of `kind` at `step`, nothing else said yet. */
+inline NntpOutcome MakeOutcome(NntpOutcomeKind kind, NntpOutcomeStep step, DWORD severity, DWORD error = 0)
+{
+    NntpOutcome outcome = {};
+    outcome.kind = kind;
+    outcome.step = step;
+    outcome.severity = severity;
+    outcome.error = error;
+    return outcome;
+}
+
 #endif

@@ -18,14 +18,9 @@ DWORD ErrorOr(DWORD error, DWORD fallback)
 void Report(const SessionParams *params, NntpOutcomeKind kind, NntpOutcomeStep step, DWORD error, const char *reply,
             RunResult *result)
 {
-    NntpOutcome outcome = {};
-    outcome.kind = kind;
-    outcome.step = step;
-    outcome.severity = kSeverityError;
-    outcome.error = error;
+    NntpOutcome outcome = MakeOutcome(kind, step, kSeverityError, error);
     outcome.reply = reply;
-    params->events->describe(params->events->context, &outcome, result);
-    result->severity = kSeverityError;
+    TellOutcome(params->events, &outcome, result);
 }
 
 /* The failure of opening the conversation, as the run reports it; the

@@ -72,78 +72,64 @@ void ShowCount(HWND dialog, GroupListDialogState *state)
     SetDlgItemTextW(dialog, IDC_GROUP_COUNT, text);
 }
 
-/* String `id` with the server's line (as received, line end included) for
- * its %s, or alone when it has no %s; `nomem_id` when the line cannot be
- * converted. */
-void ReplyText(UINT id, UINT nomem_id, const char *line, wchar_t *text, int chars)
-{
-    wchar_t *reply = ToWide(line);
-    if (!reply)
-        LoadResText(nomem_id, text, chars);
-    else if (id)
-        FormatResText(id, reply, text, chars);
-    else
-        CopyWideText(text, reply, (size_t)chars);
-    free(reply);
-}
+/* How each failure is told: its string, and what fills it in. */
+enum FailureForm {
+    kFormPlain,     /* the string alone */
+    kFormError,     /* with the system error for its %d */
+    kFormReply,     /* with the server's line for its %s */
+    kFormReplyOnly, /* the server's line itself */
+};
+
+struct FailureWords {
+    GroupListFailure failure;
+    UINT id;
+    FailureForm form;
+    UINT no_memory_id; /* when the server's line cannot be converted */
+};
+
+const FailureWords kFailureWords[] = {
+    {kListConnectFailed, IDS_GL_CONNECT, kFormPlain, 0},
+    {kListNoGreeting, IDS_GL_RECV_CONNECT, kFormPlain, 0},
+    {kListRefused, IDS_GL_REFUSED, kFormReply, IDS_NO_MEMORY},
+    {kListLoginSendFailed, IDS_GL_SEND, kFormPlain, 0},
+    {kListLoginReceiveFailed, IDS_GL_RECV, kFormPlain, 0},
+    {kListLoginRefused, 0, kFormReplyOnly, IDS_NO_MEMORY},
+    {kListActiveOpenFailed, IDS_GL_OPEN_ACTIVE, kFormError, 0},
+    {kListCategoryOpenFailed, IDS_GL_OPEN_CATEGORY, kFormError, 0},
+    {kListHashInitFailed, IDS_GL_HASH_INIT, kFormPlain, 0},
+    {kListSendFailed, IDS_GL_SEND_FAILED, kFormPlain, 0},
+    {kListReceiveFailed, IDS_GL_RECV_FAILED, kFormPlain, 0},
+    {kListFallbackSendFailed, IDS_GL_LIST_FAILED, kFormPlain, 0},
+    {kListUnexpected, IDS_GL_UNEXPECTED, kFormReply, IDS_GL_UNEXPECTED_NOMEM},
+    {kListWriteFailed, IDS_GL_WRITE_FAILED, kFormError, 0},
+    {kListHashWriteFailed, IDS_GL_HASH_WRITE, kFormError, 0},
+    {kListIncomplete, IDS_GL_INCOMPLETE, kFormError, 0},
+};
 
 /* The run's failure in words; false when it did not fail. */
 bool FailureText(const GroupListJob *list, wchar_t *text, int chars)
 {
-    DWORD error = list->last_error;
-    switch (list->failure) {
-    case kListDone:
-        return false;
-    case kListConnectFailed:
-        LoadResText(IDS_GL_CONNECT, text, chars);
-        break;
-    case kListNoGreeting:
-        LoadResText(IDS_GL_RECV_CONNECT, text, chars);
-        break;
-    case kListRefused:
-        ReplyText(IDS_GL_REFUSED, IDS_NO_MEMORY, list->line, text, chars);
-        break;
-    case kListLoginSendFailed:
-        LoadResText(IDS_GL_SEND, text, chars);
-        break;
-    case kListLoginReceiveFailed:
-        LoadResText(IDS_GL_RECV, text, chars);
-        break;
-    case kListLoginRefused:
-        ReplyText(0, IDS_NO_MEMORY, list->line, text, chars);
-        break;
-    case kListActiveOpenFailed:
-        FormatResFailure(IDS_GL_OPEN_ACTIVE, error, text, chars);
-        break;
-    case kListCategoryOpenFailed:
-        FormatResFailure(IDS_GL_OPEN_CATEGORY, error, text, chars);
-        break;
-    case kListHashInitFailed:
-        LoadResText(IDS_GL_HASH_INIT, text, chars);
-        break;
-    case kListSendFailed:
-        LoadResText(IDS_GL_SEND_FAILED, text, chars);
-        break;
-    case kListReceiveFailed:
-        LoadResText(IDS_GL_RECV_FAILED, text, chars);
-        break;
-    case kListFallbackSendFailed:
-        LoadResText(IDS_GL_LIST_FAILED, text, chars);
-        break;
-    case kListUnexpected:
-        ReplyText(IDS_GL_UNEXPECTED, IDS_GL_UNEXPECTED_NOMEM, list->line, text, chars);
-        break;
-    case kListWriteFailed:
-        FormatResFailure(IDS_GL_WRITE_FAILED, error, text, chars);
-        break;
-    case kListHashWriteFailed:
-        FormatResFailure(IDS_GL_HASH_WRITE, error, text, chars);
-        break;
-    case kListIncomplete:
-        FormatResFailure(IDS_GL_INCOMPLETE, error, text, chars);
-        break;
+    for (const FailureWords &words : kFailureWords) {
+        if (words.failure != list->failure)
+            continue;
+        if (words.form == kFormPlain) {
+            LoadResText(words.id, text, chars);
+        } else if (words.form == kFormError) {
+            FormatResFailure(words.id, list->last_error, text, chars);
+        } else {
+            /* The server's line as received, line end included. */
+            wchar_t *reply = ToWide(list->line);
+            if (!reply)
+                LoadResText(words.no_memory_id, text, chars);
+            else if (words.form == kFormReply)
+                FormatResText(words.id, reply, text, chars);
+            else
+                CopyWideText(text, reply, (size_t)chars);
+            free(reply);
+        }
+        return true;
     }
-    return true;
+    return false;
 }
 
 INT_PTR GroupListHandler(HWND dialog, UINT message, WPARAM wp, LPARAM, GroupListDialogState *state)
