@@ -20,8 +20,9 @@
  * again (the group view's reload). PELNOR_BENCH_TRACE=1 writes each window
  * event seen, with its time, to stderr. --count also counts the messages the
  * frame's thread handles during the run (messages sent from other threads,
- * and messages taken from its queue) and writes them to stderr; its hooks
- * slow the run, so its time is not the figure to quote.
+ * what it handles while it handles one of them, and messages taken from its
+ * queue) and writes them to stderr; its hooks slow the run, so its time is
+ * not the figure to quote.
  */
 #include <winsock2.h>
 #include <windows.h>
@@ -117,14 +118,36 @@ LRESULT CALLBACK MarkEvents(int code, WPARAM wp, LPARAM lp)
     return CallNextHookEx(nullptr, code, wp, lp);
 }
 
-/* --count: messages the frame's thread handles, by number. */
-std::map<UINT, unsigned long> g_sent, g_posted;
+/* --count: messages the frame's thread handles, by number: those another
+ * thread sends it, those its window procedures handle while one of these is
+ * being handled (the sender still waiting), and those it takes from its
+ * queue. */
+std::map<UINT, unsigned long> g_sent, g_nested, g_posted;
 bool g_counting;
+int g_depth;          /* window procedures running, outermost first */
+int g_sent_depth = -1; /* the depth of the cross-thread message being handled */
 
 LRESULT CALLBACK CountSent(int code, WPARAM wp, LPARAM lp)
 {
-    if (code == HC_ACTION && g_counting && (InSendMessageEx(nullptr) & ISMEX_SEND))
-        g_sent[((const CWPSTRUCT *)lp)->message]++;
+    if (code == HC_ACTION) {
+        UINT message = ((const CWPSTRUCT *)lp)->message;
+        if (g_sent_depth >= 0) {
+            if (g_counting)
+                g_nested[message]++;
+        } else if (InSendMessageEx(nullptr) & ISMEX_SEND) {
+            g_sent_depth = g_depth;
+            if (g_counting)
+                g_sent[message]++;
+        }
+        g_depth++;
+    }
+    return CallNextHookEx(nullptr, code, wp, lp);
+}
+
+LRESULT CALLBACK CountReturned(int code, WPARAM wp, LPARAM lp)
+{
+    if (code == HC_ACTION && g_depth > 0 && --g_depth == g_sent_depth)
+        g_sent_depth = -1;
     return CallNextHookEx(nullptr, code, wp, lp);
 }
 
@@ -238,9 +261,10 @@ int wmain(int argc, wchar_t **argv)
 
     ModalWatcher watcher; /* answers the end-of-run box with its default button */
     g_cbt = SetWindowsHookExW(WH_CBT, MarkEvents, nullptr, GetCurrentThreadId());
-    HHOOK sent_hook = nullptr, posted_hook = nullptr;
+    HHOOK sent_hook = nullptr, returned_hook = nullptr, posted_hook = nullptr;
     if (count) {
         sent_hook = SetWindowsHookExW(WH_CALLWNDPROC, CountSent, nullptr, GetCurrentThreadId());
+        returned_hook = SetWindowsHookExW(WH_CALLWNDPROCRET, CountReturned, nullptr, GetCurrentThreadId());
         posted_hook = SetWindowsHookExW(WH_GETMESSAGE, CountPosted, nullptr, GetCurrentThreadId());
     }
 
@@ -291,11 +315,14 @@ int wmain(int argc, wchar_t **argv)
     fflush(stdout);
     if (count) {
         PrintCounts(L"sent to the frame's thread from other threads", g_sent);
+        PrintCounts(L"handled while one of these was (the sender waiting)", g_nested);
         PrintCounts(L"taken from the frame's thread's queue", g_posted);
     }
 
     if (sent_hook)
         UnhookWindowsHookEx(sent_hook);
+    if (returned_hook)
+        UnhookWindowsHookEx(returned_hook);
     if (posted_hook)
         UnhookWindowsHookEx(posted_hook);
     UnhookWindowsHookEx(g_cbt);
