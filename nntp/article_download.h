@@ -10,7 +10,7 @@
 
 #include "nntp/connection.h"
 #include "nntp/run_result.h"
-#include "nntp/session.h"
+#include "nntp/download_events.h"
 
 /* Downloads `group` over the open connection into the run's data folder.
  * The outcome is left in `result`: severity 0 with the summary text, 1 when

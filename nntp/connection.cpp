@@ -71,7 +71,7 @@ void NntpInit(NntpConnection *c, const NntpServer *server, JobCancel *cancel)
 
 int NntpConnect(NntpConnection *c)
 {
-    c->transport = NewTcpTransport();
+    c->transport = NewTransport(c->server);
     if (!c->transport)
         return 0;
     JobCancelSetHook(c->cancel, ShutDownTransport, c->transport);

@@ -1,15 +1,19 @@
 /*
- * How a download run reports while it works, on the worker's thread: the
- * window side fills in the events (the progress dialog, the texts), a
- * benchmark or a test its own. The protocol never shows a window.
+ * What a download run is given, and how it reports while it works, on the
+ * worker's thread: the window side fills in the events (the progress
+ * dialog, the texts), a benchmark or a test its own. The protocol never
+ * shows a window.
  */
 #ifndef PELNOR_DOWNLOAD_EVENTS_H
 #define PELNOR_DOWNLOAD_EVENTS_H
 
 #include <windows.h>
 
+#include "base/background_job.h"
+#include "nntp/group_cursor.h"
 #include "nntp/outcome.h"
 #include "nntp/run_result.h"
+#include "nntp/server.h"
 
 struct DownloadEvents {
     void *context;
@@ -25,6 +29,16 @@ struct DownloadEvents {
     /* A group's status could not be kept in its index (a name the data
      * folder refuses): the status as the run leaves it. May be null. */
     void (*status_not_stored)(void *context, const wchar_t *group, const wchar_t *status);
+};
+
+/* What a download run is given. */
+struct SessionParams {
+    const NntpServer *server;
+    const wchar_t *data_path; /* `DataPath`, ending in a backslash */
+    DWORD limit;              /* articles per group and run */
+    GroupCursor *cursor;
+    const DownloadEvents *events;
+    JobCancel *cancel;        /* may be null; a cancel stops the run at once */
 };
 
 /* Words `outcome` through the events into `result`, with its severity. */

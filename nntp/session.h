@@ -8,20 +8,8 @@
 
 #include <windows.h>
 
-#include "base/background_job.h"
 #include "nntp/download_events.h"
-#include "nntp/group_cursor.h"
 #include "nntp/run_result.h"
-#include "nntp/server.h"
-
-struct SessionParams {
-    const NntpServer *server;
-    const wchar_t *data_path; /* `DataPath`, ending in a backslash */
-    DWORD limit;              /* articles per group and run */
-    GroupCursor *cursor;
-    const DownloadEvents *events;
-    JobCancel *cancel;        /* may be null; a cancel stops the run at once */
-};
 
 /* Runs the session; every failure leaves its title, text and severity in
  * `result`, worded by the events. 1 when every group was processed or the

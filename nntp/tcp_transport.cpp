@@ -158,7 +158,7 @@ const NntpTransportVtable kTcpTransport = {TcpConnect, TcpWait, TcpRead, TcpWrit
 
 } // namespace
 
-NntpTransport *NewTcpTransport()
+NntpTransport *NewTransport(const NntpServer *)
 {
     TcpTransport *t = (TcpTransport *)calloc(1, sizeof(TcpTransport));
     if (!t) {

@@ -14,6 +14,8 @@
 
 #include <windows.h>
 
+#include "nntp/server.h"
+
 struct NntpTransport;
 
 struct NntpTransportVtable {
@@ -38,7 +40,8 @@ struct NntpTransport {
     const NntpTransportVtable *vt;
 };
 
-/* A plain TCP transport, not yet connected; null with error 8. */
-NntpTransport *NewTcpTransport();
+/* The transport the server value asks for, not yet connected: plain TCP
+ * (the only kind yet). Null with error 8. */
+NntpTransport *NewTransport(const NntpServer *server);
 
 #endif
