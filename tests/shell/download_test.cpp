@@ -65,6 +65,21 @@ TEST_F(DownloadTest, ServerDownShowsItsOwnCaptionAndReloadsNothing)
     EXPECT_EQ(ListViewText(list_, 0, 1), L"0");
 }
 
+/* A group the run cannot have shows why in its row, whether its name can
+ * be no file here or the server refuses it, and the run goes on past it. */
+TEST_F(DownloadTest, GroupsTheRunCannotHaveShowWhyInTheirRows)
+{
+    NntpScript script;
+    script.Send("200 ready\r\n").Reply("411 No such group\r\n");
+    StartWith("fj.refused|name\r\nfj.gone\r\n", script.Start());
+    PressGetArticles();
+    EXPECT_EQ(script.Transcript(), "GROUP fj.gone\r\nQUIT\r\n");
+    EXPECT_EQ(ListViewText(list_, ListViewRow(list_, L"fj.refused|name"), 3),
+              L"インデックスの初期化に失敗しました(123)");
+    EXPECT_EQ(ListViewText(list_, ListViewRow(list_, L"fj.gone"), 3),
+              L"グループへ移動できませんでした : 411 No such group");
+}
+
 TEST_F(DownloadTest, UserWithoutPasswordIsAskedEachRunAndTheTypedPasswordIsSent)
 {
     NntpScript script;
