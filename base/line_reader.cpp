@@ -1,42 +1,9 @@
 #include "line_reader.h"
 
-#include <emmintrin.h>
-#include <stdint.h>
 #include <stdlib.h>
 #include <string.h>
 
-namespace {
-
-/* The first LF in [p, end), sixteen bytes at a time: the system's memchr
- * goes byte by byte, and finding line ends is most of a log scan. */
-const char *FindLf(const char *p, const char *end)
-{
-    const __m128i lfs = _mm_set1_epi8('\n');
-    while (end - p >= 16) {
-        int mask = _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128((const __m128i *)p), lfs));
-        if (mask)
-            return p + __builtin_ctz((unsigned)mask);
-        p += 16;
-    }
-    for (; p < end; p++)
-        if (*p == '\n')
-            return p;
-    return nullptr;
-}
-
-/* Bit i set where byte p[i] is `c`, for 64 bytes. */
-uint64_t ByteMask(const char *p, char c)
-{
-    const __m128i cs = _mm_set1_epi8(c);
-    uint64_t mask = 0;
-    for (int i = 0; i < 4; i++) {
-        __m128i bytes = _mm_loadu_si128((const __m128i *)(p + 16 * i));
-        mask |= (uint64_t)(unsigned)_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, cs)) << (16 * i);
-    }
-    return mask;
-}
-
-} // namespace
+#include "line_scan.h"
 
 int LineReaderInit(LineReader *reader, HANDLE file, DWORD buffer_size, DWORD line_capacity)
 {
@@ -142,14 +109,12 @@ int LineReaderSkipPast(LineReader *reader, const char *target, DWORD target_leng
         /* Line ends from masks of 64 bytes: most body lines are about that
          * long, so a step costs a few instructions rather than a search. */
         const char *p = line_start;
-        uint64_t cr_before = 0; /* the byte before p is a CR of this line */
-        for (; result == 0 && end - p >= 64; p += 64) {
-            uint64_t cr = ByteMask(p, '\r');
-            uint64_t ends = ByteMask(p, '\n') & (cr << 1 | cr_before);
-            cr_before = cr >> 63;
-            for (; result == 0 && ends; ends &= ends - 1)
-                result = end_line(p + __builtin_ctzll(ends));
-        }
+        for (; result == 0 && end - p >= 64; p += 64)
+            for (uint64_t lfs = ByteMask(p, '\n'); result == 0 && lfs; lfs &= lfs - 1) {
+                const char *lf = p + __builtin_ctzll(lfs);
+                if (lf > line_start && lf[-1] == '\r') /* a lone LF does not end the line */
+                    result = end_line(lf);
+            }
         for (const char *lf; result == 0 && (lf = FindLf(p, end)); p = lf + 1)
             if (lf > line_start && lf[-1] == '\r') /* a lone LF does not end the line */
                 result = end_line(lf);
