@@ -1,5 +1,6 @@
 /*
- * The byte searches that find line ends in the line reader's buffer.
+ * Finding line ends in the line reader's buffer. A line ends after an LF
+ * that follows a CR; a lone LF does not end it.
  *
  * Where the compiler targets SSE2 (64-bit x86, or 32-bit x86 built with
  * -msse2) bytes are compared sixteen at a time. Everywhere else (the
@@ -75,5 +76,28 @@ inline uint64_t ByteMask(const char *p, char c)
     return mask;
 #endif
 }
+
+/* Looking for one line, the `target_length` bytes at `target` (line end
+ * included), in bytes handed over a piece at a time. Nothing is copied, so
+ * a line of any length is passed. */
+struct LineSkip {
+    const char *target;     /* borrowed */
+    uint32_t target_length;
+    uint32_t count;         /* bytes of the whole lines passed, the target's once found */
+    uint32_t carried;       /* bytes of an unfinished line in the pieces before */
+    char carried_last;      /* the last of them, or NUL */
+    int matches;            /* the carried bytes begin the target */
+};
+
+void LineSkipInit(LineSkip *skip, const char *target, uint32_t target_length);
+
+/* The next piece, [p, end). When the target line ends in it, returns the
+ * byte just after that line; otherwise null, the line left unfinished at
+ * the piece's end being carried over to the next one. */
+const char *LineSkipScan(LineSkip *skip, const char *p, const char *end);
+
+/* At the end of the input: an unfinished last line is a line too. 1 when
+ * it is the target (count then includes it), else 0. */
+int LineSkipEnd(LineSkip *skip);
 
 #endif

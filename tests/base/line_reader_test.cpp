@@ -1,5 +1,6 @@
 /* Lines as the log and the group files are read: split across reads of
- * any size, ended after CR LF, refused past the line buffer. */
+ * any size, ended after CR LF, refused past the line buffer when handed
+ * out and passed whatever their length when skipped. */
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -32,8 +33,9 @@ TEST(LineReader, LinesEndAfterCrLfAndMustFitTheLineBuffer)
     }
 }
 
-/* Skipping to a line ends, bounds and fails lines as reading them does. */
-TEST(LineReader, SkipPastFindsTheWholeLineOrFailsAsNextWould)
+/* Skipping to a line ends lines as reading them does, but passes a line of
+ * any length. */
+TEST(LineReader, SkipPastFindsTheWholeLinePastLinesOfAnyLength)
 {
     TempFolder folder;
     std::string fits = std::string(1021, '=') + "\r\n";
@@ -44,8 +46,14 @@ TEST(LineReader, SkipPastFindsTheWholeLineOrFailsAsNextWould)
     } cases[] = {
         {"one\r\ntwo\n==\r\r\n==\r\n==\r\nafter", "==\r\n", 1, 18},
         {"x==\r\n" + fits + "==\r\n", "==\r\n", 1, 5 + 1023 + 4},
-        {"a\r\n" + std::string(1100, 'y') + "\r\n==\r\n", "==\r\n", 0, ERROR_MORE_DATA},
-        {"a\r\n" + std::string(1100, 'y'), "==\r\n", 0, ERROR_MORE_DATA},
+        /* Longer than the line buffer: passed, in one read or several. */
+        {"a\r\n" + std::string(1100, 'y') + "\r\n==\r\n", "==\r\n", 1, 3 + 1102 + 4},
+        {"a\r\n" + std::string(1100, 'y'), "==\r\n", 0, ERROR_HANDLE_EOF},
+        {std::string(2000, '=') + "\r\n==\r\n", "==\r\n", 1, 2002 + 4},
+        /* Longer than every read buffer, its CR LF split between the first
+         * two reads of 4096 bytes, with a lone LF and the target's bytes
+         * inside it. */
+        {"x\r\n" + std::string(4089, 'y') + "\n==\r\n==\r\n", "==\r\n", 1, 3 + 4094 + 4},
         {"a\r\n==\r", "==\r\n", 0, ERROR_HANDLE_EOF},
         /* Long enough to be searched 64 bytes at a time: a CR LF across two
          * steps ends the line, a lone LF opening a line does not. */
@@ -63,6 +71,15 @@ TEST(LineReader, SkipPastFindsTheWholeLineOrFailsAsNextWould)
             int found = LineReaderSkipPast(&reader, c.target.data(), (DWORD)c.target.size(), &skipped);
             EXPECT_EQ(found, c.found) << c.bytes.substr(0, 20) << " " << buffer;
             EXPECT_EQ(found ? skipped : GetLastError(), c.skipped_or_error) << c.bytes.substr(0, 20) << " " << buffer;
+            /* Reading goes on right after the target. */
+            std::string rest;
+            const char *line;
+            DWORD length;
+            while (found && LineReaderNext(&reader, &line, &length))
+                rest.append(line, length);
+            if (found) {
+                EXPECT_EQ(rest, c.bytes.substr(skipped)) << c.bytes.substr(0, 20) << " " << buffer;
+            }
             LineReaderFree(&reader);
         }
     }
