@@ -9,6 +9,7 @@
 
 #include "base/line_reader.h"
 #include "base/scoped_win.h"
+#include "line_skip_rows.h"
 #include "support/temp_folder.h"
 
 TEST(LineReader, LinesEndAfterCrLfAndMustFitTheLineBuffer)
@@ -34,43 +35,22 @@ TEST(LineReader, LinesEndAfterCrLfAndMustFitTheLineBuffer)
 }
 
 /* Skipping to a line ends lines as reading them does, but passes a line of
- * any length. */
+ * any length. The rows (line_skip_rows.h) also run natively. */
 TEST(LineReader, SkipPastFindsTheWholeLinePastLinesOfAnyLength)
 {
     TempFolder folder;
-    std::string fits = std::string(1021, '=') + "\r\n";
-    struct Case {
-        std::string bytes, target;
-        int found;
-        DWORD skipped_or_error;
-    } cases[] = {
-        {"one\r\ntwo\n==\r\r\n==\r\n==\r\nafter", "==\r\n", 1, 18},
-        {"x==\r\n" + fits + "==\r\n", "==\r\n", 1, 5 + 1023 + 4},
-        /* Longer than the line buffer: passed, in one read or several. */
-        {"a\r\n" + std::string(1100, 'y') + "\r\n==\r\n", "==\r\n", 1, 3 + 1102 + 4},
-        {"a\r\n" + std::string(1100, 'y'), "==\r\n", 0, ERROR_HANDLE_EOF},
-        {std::string(2000, '=') + "\r\n==\r\n", "==\r\n", 1, 2002 + 4},
-        /* Longer than every read buffer, its CR LF split between the first
-         * two reads of 4096 bytes, with a lone LF and the target's bytes
-         * inside it. */
-        {"x\r\n" + std::string(4089, 'y') + "\n==\r\n==\r\n", "==\r\n", 1, 3 + 4094 + 4},
-        {"a\r\n==\r", "==\r\n", 0, ERROR_HANDLE_EOF},
-        /* Long enough to be searched 64 bytes at a time: a CR LF across two
-         * steps ends the line, a lone LF opening a line does not. */
-        {"x\r\n" + std::string(63, 'a') + "\r\n==\r\n" + std::string(70, 'c'), "==\r\n", 1, 72},
-        {"x\r\n" + std::string(63, 'a') + "\r\n\n==\r\n" + std::string(70, 'c') + "\r\n==\r\n", "==\r\n", 1, 149},
-    };
-    for (const Case &c : cases) {
+    for (const SkipRow &c : kSkipRows) {
         std::wstring path = folder.file(L"skip.txt");
         ASSERT_TRUE(WriteFileBytes(path, c.bytes));
-        for (DWORD buffer : {1u, 4u, 100u, 4096u}) {
+        for (DWORD buffer : kSkipPieces) {
             ScopedFile file(CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
             LineReader reader;
             ASSERT_TRUE(LineReaderInit(&reader, file.get(), buffer, 1024));
             DWORD skipped = 0;
             int found = LineReaderSkipPast(&reader, c.target.data(), (DWORD)c.target.size(), &skipped);
             EXPECT_EQ(found, c.found) << c.bytes.substr(0, 20) << " " << buffer;
-            EXPECT_EQ(found ? skipped : GetLastError(), c.skipped_or_error) << c.bytes.substr(0, 20) << " " << buffer;
+            EXPECT_EQ(found ? skipped : GetLastError(), found ? c.skipped : (DWORD)ERROR_HANDLE_EOF)
+                << c.bytes.substr(0, 20) << " " << buffer;
             /* Reading goes on right after the target. */
             std::string rest;
             const char *line;
