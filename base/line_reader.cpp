@@ -1,39 +1,23 @@
 #include "line_reader.h"
 
-#include <emmintrin.h>
-#include <stdint.h>
 #include <stdlib.h>
 #include <string.h>
 
+#include "line_scan.h"
+
 namespace {
 
-/* The first LF in [p, end), sixteen bytes at a time: the system's memchr
- * goes byte by byte, and finding line ends is most of a log scan. */
-const char *FindLf(const char *p, const char *end)
+/* The next read buffer from the file; at_end once a read returns nothing. */
+int Refill(LineReader *reader)
 {
-    const __m128i lfs = _mm_set1_epi8('\n');
-    while (end - p >= 16) {
-        int mask = _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128((const __m128i *)p), lfs));
-        if (mask)
-            return p + __builtin_ctz((unsigned)mask);
-        p += 16;
-    }
-    for (; p < end; p++)
-        if (*p == '\n')
-            return p;
-    return nullptr;
-}
-
-/* Bit i set where byte p[i] is `c`, for 64 bytes. */
-uint64_t ByteMask(const char *p, char c)
-{
-    const __m128i cs = _mm_set1_epi8(c);
-    uint64_t mask = 0;
-    for (int i = 0; i < 4; i++) {
-        __m128i bytes = _mm_loadu_si128((const __m128i *)(p + 16 * i));
-        mask |= (uint64_t)(unsigned)_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, cs)) << (16 * i);
-    }
-    return mask;
+    DWORD got = 0;
+    if (!ReadFile(reader->file, reader->buffer, reader->buffer_size, &got, nullptr))
+        return 0;
+    reader->position = 0;
+    reader->filled = got;
+    if (got == 0)
+        reader->at_end = 1;
+    return 1;
 }
 
 } // namespace
@@ -78,13 +62,8 @@ int LineReaderNext(LineReader *reader, const char **line, DWORD *length)
                 SetLastError(ERROR_HANDLE_EOF);
                 return 0;
             }
-            DWORD got = 0;
-            if (!ReadFile(reader->file, reader->buffer, reader->buffer_size, &got, nullptr))
+            if (!Refill(reader))
                 return 0;
-            reader->position = 0;
-            reader->filled = got;
-            if (got == 0)
-                reader->at_end = 1;
             continue;
         }
         const char *start = reader->buffer + reader->position;
@@ -120,57 +99,29 @@ int LineReaderNext(LineReader *reader, const char **line, DWORD *length)
 
 int LineReaderSkipPast(LineReader *reader, const char *target, DWORD target_length, DWORD *skipped)
 {
-    DWORD total = 0;
+    LineSkip skip;
+    LineSkipInit(&skip, target, target_length);
     for (;;) {
-        /* Whole lines inside the buffer, found in place. */
-        const char *buffer = reader->buffer;
-        const char *line_start = buffer + reader->position, *end = buffer + reader->filled;
-        /* The line ending at the LF at `lf`: 1 when it is the target, -1
-         * when it is too long, 0 to go on. */
-        auto end_line = [&](const char *lf) {
-            DWORD length = (DWORD)(lf + 1 - line_start);
-            if (length + 1 > reader->line_capacity) {
-                SetLastError(ERROR_MORE_DATA);
-                return -1;
+        if (reader->position == reader->filled) {
+            if (reader->at_end) {
+                if (LineSkipEnd(&skip)) {
+                    *skipped = skip.count;
+                    return 1;
+                }
+                SetLastError(ERROR_HANDLE_EOF);
+                return 0;
             }
-            total += length;
-            bool found = length == target_length && memcmp(line_start, target, length) == 0;
-            line_start = lf + 1;
-            return found ? 1 : 0;
-        };
-        int result = 0;
-        /* Line ends from masks of 64 bytes: most body lines are about that
-         * long, so a step costs a few instructions rather than a search. */
-        const char *p = line_start;
-        uint64_t cr_before = 0; /* the byte before p is a CR of this line */
-        for (; result == 0 && end - p >= 64; p += 64) {
-            uint64_t cr = ByteMask(p, '\r');
-            uint64_t ends = ByteMask(p, '\n') & (cr << 1 | cr_before);
-            cr_before = cr >> 63;
-            for (; result == 0 && ends; ends &= ends - 1)
-                result = end_line(p + __builtin_ctzll(ends));
+            if (!Refill(reader))
+                return 0;
+            continue;
         }
-        for (const char *lf; result == 0 && (lf = FindLf(p, end)); p = lf + 1)
-            if (lf > line_start && lf[-1] == '\r') /* a lone LF does not end the line */
-                result = end_line(lf);
-        if (result < 0)
-            return 0;
-        reader->position = (DWORD)(line_start - buffer);
-        if (result > 0) {
-            *skipped = total;
+        const char *after = LineSkipScan(&skip, reader->buffer + reader->position, reader->buffer + reader->filled);
+        if (after) {
+            reader->position = (DWORD)(after - reader->buffer);
+            *skipped = skip.count;
             return 1;
         }
-        /* A line running past the buffer's end, or a buffer to refill: one
-         * line the ordinary way. */
-        const char *line;
-        DWORD length;
-        if (!LineReaderNext(reader, &line, &length))
-            return 0;
-        total += length;
-        if (length == target_length && memcmp(line, target, length) == 0) {
-            *skipped = total;
-            return 1;
-        }
+        reader->position = reader->filled;
     }
 }
 

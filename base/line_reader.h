@@ -34,8 +34,11 @@ int LineReaderNext(LineReader *reader, const char **line, DWORD *length);
 
 /* Reads lines up to and including the first that is exactly the
  * `target_length` bytes at `target` (line end included); *skipped is the
- * bytes read. Lines are ended, bounded and failed exactly as by
- * LineReaderNext, without handing each one out. */
+ * bytes read. Lines end as for LineReaderNext (a partial last line is a
+ * line) but have no length limit: one longer than the line buffer is
+ * passed over like any other, since an article body in the log may hold
+ * such lines. Returns 0 with error 38 when the file ends first, or the
+ * read's error. */
 int LineReaderSkipPast(LineReader *reader, const char *target, DWORD target_length, DWORD *skipped);
 
 /* The same, copied NUL-terminated into the caller's buffer of `size`

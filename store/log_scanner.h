@@ -13,7 +13,7 @@
 #include "base/line_reader.h"
 
 enum : DWORD {
-    kLogLineLimit = 1024,        /* a log line and its NUL */
+    kLogLineLimit = 1024,        /* a head line and its NUL; body lines have no limit */
     kLogReadBuffer = 64 * 1024,  /* bytes read from the file at once */
 };
 
@@ -34,7 +34,8 @@ void LogScannerFree(LogScanner *scanner);
 /* The next whole article: its head in `block` (prepared here), its extent
  * from *start to *end (just after its separator). Returns 0 with error 38
  * at the end of the log, including a last article that the log cuts short;
- * 234 for a line longer than 1023 bytes; 8 or the read's error otherwise. */
+ * 234 for a head line longer than 1023 bytes (a body line may be of any
+ * length); 8 or the read's error otherwise. */
 int LogScanArticle(LogScanner *scanner, HeaderBlock *block, DWORD *start, DWORD *end);
 
 #endif

@@ -1,5 +1,6 @@
 /* Lines as the log and the group files are read: split across reads of
- * any size, ended after CR LF, refused past the line buffer. */
+ * any size, ended after CR LF, refused past the line buffer when handed
+ * out and passed whatever their length when skipped. */
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -8,6 +9,7 @@
 
 #include "base/line_reader.h"
 #include "base/scoped_win.h"
+#include "line_skip_rows.h"
 #include "support/temp_folder.h"
 
 TEST(LineReader, LinesEndAfterCrLfAndMustFitTheLineBuffer)
@@ -32,37 +34,32 @@ TEST(LineReader, LinesEndAfterCrLfAndMustFitTheLineBuffer)
     }
 }
 
-/* Skipping to a line ends, bounds and fails lines as reading them does. */
-TEST(LineReader, SkipPastFindsTheWholeLineOrFailsAsNextWould)
+/* Skipping to a line ends lines as reading them does, but passes a line of
+ * any length. The rows (line_skip_rows.h) also run natively. */
+TEST(LineReader, SkipPastFindsTheWholeLinePastLinesOfAnyLength)
 {
     TempFolder folder;
-    std::string fits = std::string(1021, '=') + "\r\n";
-    struct Case {
-        std::string bytes, target;
-        int found;
-        DWORD skipped_or_error;
-    } cases[] = {
-        {"one\r\ntwo\n==\r\r\n==\r\n==\r\nafter", "==\r\n", 1, 18},
-        {"x==\r\n" + fits + "==\r\n", "==\r\n", 1, 5 + 1023 + 4},
-        {"a\r\n" + std::string(1100, 'y') + "\r\n==\r\n", "==\r\n", 0, ERROR_MORE_DATA},
-        {"a\r\n" + std::string(1100, 'y'), "==\r\n", 0, ERROR_MORE_DATA},
-        {"a\r\n==\r", "==\r\n", 0, ERROR_HANDLE_EOF},
-        /* Long enough to be searched 64 bytes at a time: a CR LF across two
-         * steps ends the line, a lone LF opening a line does not. */
-        {"x\r\n" + std::string(63, 'a') + "\r\n==\r\n" + std::string(70, 'c'), "==\r\n", 1, 72},
-        {"x\r\n" + std::string(63, 'a') + "\r\n\n==\r\n" + std::string(70, 'c') + "\r\n==\r\n", "==\r\n", 1, 149},
-    };
-    for (const Case &c : cases) {
+    for (const SkipRow &c : kSkipRows) {
         std::wstring path = folder.file(L"skip.txt");
         ASSERT_TRUE(WriteFileBytes(path, c.bytes));
-        for (DWORD buffer : {1u, 4u, 100u, 4096u}) {
+        for (DWORD buffer : kSkipPieces) {
             ScopedFile file(CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
             LineReader reader;
             ASSERT_TRUE(LineReaderInit(&reader, file.get(), buffer, 1024));
             DWORD skipped = 0;
             int found = LineReaderSkipPast(&reader, c.target.data(), (DWORD)c.target.size(), &skipped);
             EXPECT_EQ(found, c.found) << c.bytes.substr(0, 20) << " " << buffer;
-            EXPECT_EQ(found ? skipped : GetLastError(), c.skipped_or_error) << c.bytes.substr(0, 20) << " " << buffer;
+            EXPECT_EQ(found ? skipped : GetLastError(), found ? c.skipped : (DWORD)ERROR_HANDLE_EOF)
+                << c.bytes.substr(0, 20) << " " << buffer;
+            /* Reading goes on right after the target. */
+            std::string rest;
+            const char *line;
+            DWORD length;
+            while (found && LineReaderNext(&reader, &line, &length))
+                rest.append(line, length);
+            if (found) {
+                EXPECT_EQ(rest, c.bytes.substr(skipped)) << c.bytes.substr(0, 20) << " " << buffer;
+            }
             LineReaderFree(&reader);
         }
     }

@@ -134,14 +134,21 @@ TEST_F(ArticleLogTest, RebuildFromTheLogAlone)
         EXPECT_EQ(FileBytes(IndexPath()), Stored(2).Index(Counts(2, 102, 12))) << cut;
     }
 
-    /* 1023 bytes with the CR LF is the longest line a log may hold; a longer
-     * one stops the rebuild with 234, keeping the records before it. */
-    std::string longest = ArticleBytes({"Subject: Plain\r\n"}, 2, {std::string(1021, 'b') + "\r\n"});
-    ASSERT_TRUE(WriteFileBytes(LogPath(), Stored(1).log + longest));
+    /* A body line may be of any length, here longer than a read of the
+     * log. */
+    GroupBytes long_line = Stored(1);
+    long_line.Add({"Subject: Plain\r\n"}, {std::string(70000, 'b') + "\r\n", "end\r\n"},
+                  {0, 2, 0, 0, "Plain", "0000", "(Unknown)"});
+    long_line.Add(kSamples[3].head, kSamples[3].body, kSamples[3].record);
+    ASSERT_TRUE(WriteFileBytes(LogPath(), long_line.log));
     ASSERT_TRUE(Rebuild());
-    EXPECT_EQ(GroupStoreRecordCount(&store_), 2u);
-    std::string too_long = ArticleBytes({"Subject: Plain\r\n"}, 2, {std::string(1022, 'b') + "\r\n"});
-    ASSERT_TRUE(WriteFileBytes(LogPath(), Stored(1).log + too_long + Stored(4).articles[3]));
+    EXPECT_EQ(FileBytes(IndexPath()), long_line.Index({5, 106, 12, 0, 3, 0, "", 3, 1, 0}));
+
+    /* A head line is read whole, 1023 bytes with its CR LF at most: a
+     * longer one stops the rebuild with 234, keeping the records before
+     * it. */
+    std::string long_head = ArticleBytes({"References: " + std::string(1010, 'r') + "\r\n"}, 2, {"b\r\n"});
+    ASSERT_TRUE(WriteFileBytes(LogPath(), Stored(1).log + long_head + Stored(4).articles[3]));
     SetLastError(0);
     EXPECT_FALSE(Rebuild());
     EXPECT_EQ(GetLastError(), (DWORD)ERROR_MORE_DATA);

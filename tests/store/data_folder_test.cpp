@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include <string>
+#include <utility>
 
 #include "store/data_folder.h"
 #include "store_test_util.h"
@@ -68,14 +69,22 @@ TEST(DataFolder, EverySubscribedGroupGetsACurrentIndex)
  * kept ones are not. */
 TEST(DataFolder, IndexThatDoesNotFitItsLogIsRebuiltFromIt)
 {
-    std::string log;
-    std::vector<RecordFields> records;
-    for (uint32_t number : {7, 8, 9}) {
-        std::string article = ArticleBytes({"Subject: hi\r\n", "From: a@b\r\n"}, number, {"x\r\n"});
-        records.push_back({1, number, (uint32_t)log.size(), (uint32_t)article.size(), "hi", "0000", "a@b",
-                           (uint32_t)log.size() + 9, 2});
-        log += article;
-    }
+    /* Articles 7, 8 and 9, read, with 8's body line `body8`. */
+    auto group_of = [](const std::string &body8) {
+        std::pair<std::string, std::vector<RecordFields>> group;
+        auto &[log, records] = group;
+        for (uint32_t number : {7, 8, 9}) {
+            std::string article =
+                ArticleBytes({"Subject: hi\r\n", "From: a@b\r\n"}, number, {number == 8 ? body8 : "x\r\n"});
+            records.push_back({1, number, (uint32_t)log.size(), (uint32_t)article.size(), "hi", "0000", "a@b",
+                               (uint32_t)log.size() + 9, 2});
+            log += article;
+        }
+        return group;
+    };
+    const auto [log, records] = group_of("x\r\n");
+    /* A body line may be of any length. */
+    const auto [long_log, long_records] = group_of(std::string(100000, 'x') + "\r\n");
     HeaderFields stored{5, 12, 20, 0, 3, 2, "200 ok", 0, 0, 0};
     auto index_of = [](HeaderFields h, const std::vector<RecordFields> &rs) {
         std::string bytes;
@@ -87,6 +96,8 @@ TEST(DataFolder, IndexThatDoesNotFitItsLogIsRebuiltFromIt)
     overlapping[2].offset -= 4;
     std::vector<RecordFields> two_unread = {records[0], records[1]};
     two_unread[0].flags = two_unread[1].flags = 0;
+    std::vector<RecordFields> two_long_unread = {long_records[0], long_records[1]};
+    two_long_unread[0].flags = two_long_unread[1].flags = 0;
     std::vector<RecordFields> three_unread = records;
     for (RecordFields &r : three_unread)
         r.flags = 0;
@@ -99,6 +110,8 @@ TEST(DataFolder, IndexThatDoesNotFitItsLogIsRebuiltFromIt)
         {"fits", log, records, index_of(stored, records)},
         {"cut short", log.substr(0, log.size() - 5), records,
          index_of({5, 8, 20, 0, 2, 0, "200 ok", 2, 0, 0}, two_unread)},
+        {"cut short after a long line", long_log.substr(0, long_log.size() - 5), long_records,
+         index_of({5, 8, 20, 0, 2, 0, "200 ok", 2, 0, 0}, two_long_unread)},
         {"emptied", "", records, index_of({5, 0, 20, 0, 0, 0, "200 ok", 0, 0, 0}, {})},
         {"overlapping", log, overlapping, index_of({5, 9, 20, 0, 3, 0, "200 ok", 3, 0, 0}, three_unread)},
     };
