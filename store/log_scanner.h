@@ -13,8 +13,10 @@
 #include "base/line_reader.h"
 
 enum : DWORD {
-    kLogLineLimit = 1024,        /* a head line and its NUL; body lines have no limit */
     kLogReadBuffer = 64 * 1024,  /* bytes read from the file at once */
+    /* A head line and its NUL: a header folded over many lines is stored
+     * joined (a long References line); body lines have no limit. */
+    kLogLineLimit = kLogReadBuffer,
 };
 
 /* The line that ends every article: sixteen '=' and CR LF. */
@@ -34,7 +36,7 @@ void LogScannerFree(LogScanner *scanner);
 /* The next whole article: its head in `block` (prepared here), its extent
  * from *start to *end (just after its separator). Returns 0 with error 38
  * at the end of the log, including a last article that the log cuts short;
- * 234 for a head line longer than 1023 bytes (a body line may be of any
+ * 234 for a head line longer than kLogLineLimit - 1 bytes (a body line may be of any
  * length); 8 or the read's error otherwise. */
 int LogScanArticle(LogScanner *scanner, HeaderBlock *block, DWORD *start, DWORD *end);
 

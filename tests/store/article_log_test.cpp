@@ -144,10 +144,16 @@ TEST_F(ArticleLogTest, RebuildFromTheLogAlone)
     ASSERT_TRUE(Rebuild());
     EXPECT_EQ(FileBytes(IndexPath()), long_line.Index({5, 106, 12, 0, 3, 0, "", 3, 1, 0}));
 
-    /* A head line is read whole, 1023 bytes with its CR LF at most: a
-     * longer one stops the rebuild with 234, keeping the records before
-     * it. */
-    std::string long_head = ArticleBytes({"References: " + std::string(1010, 'r') + "\r\n"}, 2, {"b\r\n"});
+    /* A head line is read whole: a header folded over many lines is stored
+     * joined, a long References line. Longer than a read of the log, it
+     * stops the rebuild with 234, keeping the records before it. */
+    GroupBytes long_head_line = Stored(1);
+    long_head_line.Add({"Subject: Plain\r\n", "References: " + std::string(5000, 'r') + "\r\n"}, {"b\r\n"},
+                       {0, 2, 0, 0, "Plain", "0000", "(Unknown)"});
+    ASSERT_TRUE(WriteFileBytes(LogPath(), long_head_line.log));
+    ASSERT_TRUE(Rebuild());
+    EXPECT_EQ(FileBytes(IndexPath()), long_head_line.Index({5, 101, 12, 0, 2, 0, "", 2, 1, 0}));
+    std::string long_head = ArticleBytes({"References: " + std::string(70000, 'r') + "\r\n"}, 2, {"b\r\n"});
     ASSERT_TRUE(WriteFileBytes(LogPath(), Stored(1).log + long_head + Stored(4).articles[3]));
     SetLastError(0);
     EXPECT_FALSE(Rebuild());
