@@ -14,20 +14,12 @@
 #include <algorithm>
 #include <string>
 
+#include "bench_clock.h"
+
 namespace {
 
 const int kRuns = 3;
 const DWORD kCopyBuffer = 64 * 1024;
-
-double Now()
-{
-    static LARGE_INTEGER frequency;
-    if (!frequency.QuadPart)
-        QueryPerformanceFrequency(&frequency);
-    LARGE_INTEGER counter;
-    QueryPerformanceCounter(&counter);
-    return (double)counter.QuadPart * 1000.0 / (double)frequency.QuadPart;
-}
 
 [[noreturn]] void Fail(const char *what)
 {

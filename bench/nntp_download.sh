@@ -25,23 +25,10 @@ default_depth=$(sed -n 's/.*kDefaultPipelineDepth = \([0-9]*\).*/\1/p' "$top/set
 inn=$build/bench-inn
 session=$build/bench-session
 work=$(mktemp -d /tmp/pelnor-bench.XXXXXX)
-proxy_pid=
-cleanup() {
-  [ -n "$proxy_pid" ] && kill "$proxy_pid" 2>/dev/null || true
-  "$top/tools/inn/inn.sh" stop "$inn" >/dev/null 2>&1 || true
-  "$top/tools/wine-session.sh" stop "$session" >/dev/null 2>&1 || true
-  rm -rf "$work"
-}
-trap cleanup EXIT
-
-"$top/tools/inn/inn.sh" stop "$inn" >/dev/null 2>&1 || true
-if [ -L "$inn" ]; then rm -rf "$(readlink -f "$inn")"; fi
-rm -rf "$inn"
-port=$("$top/tools/inn/inn.sh" start "$inn" 0)
-python3 "$top/tools/inn/corpus.py" bench "$inn" "$top/tools/inn/inn.sh" fj.bench.thousand 1000
-python3 "$top/tools/inn/corpus.py" bench "$inn" "$top/tools/inn/inn.sh" fj.bench.slow 200
-python3 "$top/tools/inn/corpus.py" bench "$inn" "$top/tools/inn/inn.sh" fj.bench.tenthousand 10000
-"$top/tools/wine-session.sh" start "$session" >/dev/null
+. "$top/bench/bench_inn.sh"
+bench_seed fj.bench.thousand 1000
+bench_seed fj.bench.slow 200
+bench_seed fj.bench.tenthousand 10000
 
 slow_port=$(python3 "$top/bench/delay_proxy.py" 0 "$port" 50 > "$work/proxy.port" & echo $! > "$work/proxy.pid"
             while [ ! -s "$work/proxy.port" ]; do sleep 0.1; done; cat "$work/proxy.port")
@@ -49,18 +36,6 @@ proxy_pid=$(cat "$work/proxy.pid")
 
 # Each prints: articles seconds articles/s
 plain() { python3 "$top/bench/nntp_plain.py" "$1" "$2" | awk '{print $1, $2, $3}'; }
-slrn() {
-  local spool=$work/slrn-$RANDOM
-  mkdir -p "$spool"
-  printf 'default 0 7 0\n%s\n' "$2" >"$spool/slrnpull.conf"
-  local start end
-  start=$(date +%s.%N)
-  SLRNPULL_ROOT=$spool slrnpull -d "$spool" -h "127.0.0.1:$1" --no-post >"$spool/out.txt" 2>&1
-  end=$(date +%s.%N)
-  local got
-  got=$(find "$spool/news" -type f -name '[0-9]*' | wc -l)
-  python3 -c "import sys; n,s=int(sys.argv[1]),float(sys.argv[3])-float(sys.argv[2]); print(n, '%.3f'%s, '%.1f'%(n/s))" "$got" "$start" "$end"
-}
 pelnor() { # PORT DEPTH GROUP -> articles seconds articles/s peak-private-bytes
   local data=$work/pelnor-$RANDOM
   mkdir -p "$data"

@@ -38,21 +38,12 @@
 #include <vector>
 
 #include "base/res_text.h"
+#include "bench_clock.h"
 #include "shell/app_frame.h"
 #include "support/gui_helper.h"
 #include "support/registry_fixture.h"
 
 namespace {
-
-double Now()
-{
-    static LARGE_INTEGER frequency;
-    if (!frequency.QuadPart)
-        QueryPerformanceFrequency(&frequency);
-    LARGE_INTEGER counter;
-    QueryPerformanceCounter(&counter);
-    return (double)counter.QuadPart * 1000.0 / (double)frequency.QuadPart;
-}
 
 /* The times of the window events that mark the run's phases, as the frame's
  * thread sees them (a WH_CBT hook: window made, activated, destroyed). */

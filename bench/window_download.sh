@@ -39,36 +39,10 @@ default_depth=$(sed -n 's/.*kDefaultPipelineDepth = \([0-9]*\).*/\1/p' "$top/set
 inn=$build/window-bench-inn
 session=$build/window-bench-session
 work=$(mktemp -d /tmp/pelnor-window-bench.XXXXXX)
-proxy_pid=
-cleanup() {
-  [ -n "$proxy_pid" ] && kill "$proxy_pid" 2>/dev/null || true
-  "$top/tools/inn/inn.sh" stop "$inn" >/dev/null 2>&1 || true
-  "$top/tools/wine-session.sh" stop "$session" >/dev/null 2>&1 || true
-  rm -rf "$work"
-}
-trap cleanup EXIT
-
-"$top/tools/inn/inn.sh" stop "$inn" >/dev/null 2>&1 || true
-if [ -L "$inn" ]; then rm -rf "$(readlink -f "$inn")"; fi
-rm -rf "$inn"
-port=$("$top/tools/inn/inn.sh" start "$inn" 0)
-python3 "$top/tools/inn/corpus.py" bench "$inn" "$top/tools/inn/inn.sh" fj.bench.thousand 1000
-"$top/tools/wine-session.sh" start "$session" >/dev/null
+. "$top/bench/bench_inn.sh"
+bench_seed fj.bench.thousand 1000
 
 # Each prints: articles seconds articles/s [phases in ms]
-slrn() {
-  local spool=$work/slrn-$RANDOM
-  mkdir -p "$spool"
-  printf 'default 0 7 0\n%s\n' fj.bench.thousand >"$spool/slrnpull.conf"
-  local start end
-  start=$(date +%s.%N)
-  SLRNPULL_ROOT=$spool slrnpull -d "$spool" -h "127.0.0.1:$1" --no-post >"$spool/out.txt" 2>&1
-  end=$(date +%s.%N)
-  local got
-  got=$(find "$spool/news" -type f -name '[0-9]*' | wc -l)
-  rm -rf "$spool"
-  python3 -c "import sys; n,s=int(sys.argv[1]),float(sys.argv[3])-float(sys.argv[2]); print(n, '%.3f'%s, '%.1f'%(n/s))" "$got" "$start" "$end"
-}
 engine() {
   local data=$work/engine-$RANDOM
   mkdir -p "$data"
@@ -88,7 +62,7 @@ measure() { # TITLE PORT -> the table of RUNS turns of each client
   local title=$1 p=$2 results=$work/results-$RANDOM
   : >"$results"
   for i in $(seq 1 "$runs"); do
-    echo "slrn $(slrn "$p")" >>"$results"
+    echo "slrn $(slrn "$p" fj.bench.thousand)" >>"$results"
     echo "engine $(engine "$p")" >>"$results"
     echo "window $(window "$p")" >>"$results"
   done
