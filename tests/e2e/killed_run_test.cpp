@@ -68,7 +68,7 @@ TEST_F(KilledRunTest, KilledMidRunThenRestartedStoresEveryArticleOnce)
     /* Started again: the rest of the group follows what was kept. */
     ASSERT_NE(CreateMainFrame(&frame_, SW_SHOWNORMAL), nullptr);
     Command(IDM_GET_ARTICLES);
-    ASSERT_TRUE(PumpUntil([&] { return !watcher_.boxes().empty() && frame_.busy == 0; }, 120000,
+    ASSERT_TRUE(PumpUntil([&] { return !watcher_.boxes().empty() && !frame_.runInProgress; }, 120000,
                           frame_.mainWindow, frame_.accelerators));
     EXPECT_EQ(watcher_.boxes().back().text, L"ダウンロードが終了しました。");
     DestroyWindow(frame_.mainWindow);

@@ -81,7 +81,7 @@ TEST_F(MainJobTest, SubscribeFromTheServerListThenDownloadIntoTheGroupView)
     SetFocus(view);
     ASSERT_TRUE(Pump([&] { return GetFocus() == view; }));
     PressKey('I');
-    ASSERT_TRUE(PumpUntil([&] { return !watcher_.boxes().empty() && frame_.busy == 0; }, 120000,
+    ASSERT_TRUE(PumpUntil([&] { return !watcher_.boxes().empty() && !frame_.runInProgress; }, 120000,
                           frame_.mainWindow, frame_.accelerators));
     EXPECT_EQ(watcher_.boxes().back().caption, L"Disconnect");
     EXPECT_EQ(watcher_.boxes().back().text, L"ダウンロードが終了しました。");
