@@ -58,6 +58,7 @@ TEST_F(KilledRunTest, KilledMidRunThenRestartedStoresEveryArticleOnce)
             return bar && SendMessageW(bar, PBM_GETPOS, 0, 0) > 20;
         },
         60000));
+    SaveScreenshot(GetParent(bar), L"progress-dialog"); /* for docs/, not checked */
     TerminateProcess(pelnor.handle, 9);
     ASSERT_EQ(ExitCodeAfter(pelnor.handle, 30000), 9u);
     CloseHandle(pelnor.handle);
