@@ -54,16 +54,30 @@ protected:
     HWND list_ = nullptr;
 };
 
-TEST_F(CommandTest, GroupViewSavesItsWidthsAtExit)
+/* Each group view column starts at its registry value (four bytes of
+ * another type read like a number; eight do not fit and leave the default)
+ * and every width goes back there when Pelnor closes. */
+TEST_F(CommandTest, GroupViewWidthsComeFromTheRegistryAndGoBackAtExit)
 {
+    const wchar_t *key = PELNOR_REGISTRY_KEY L"\\GroupView";
+    const BYTE four[4] = {70, 0, 0, 0}, eight[8] = {90};
+    SetPelnorDword(L"ureadWidth", 55, L"GroupView");
+    RegSetKeyValueW(HKEY_CURRENT_USER, key, L"artsWidth", REG_BINARY, four, 4);
+    RegSetKeyValueW(HKEY_CURRENT_USER, key, L"maxWidth", REG_BINARY, eight, 8);
     Start({});
-    SendMessageW(list_, LVM_SETCOLUMNWIDTH, 1, 66);
+    const struct {
+        const wchar_t *name;
+        int column;
+        DWORD shown, stored;
+    } widths[] = {{L"NewsgroupWidth", kColumnNewsgroup, 100, 100}, {L"ureadWidth", kColumnUnread, 55, 55},
+                  {L"artsWidth", kColumnArticles, 70, 70},         {L"StatusWidth", kColumnStatus, 150, 150},
+                  {L"curWidth", kColumnCurrent, 60, 77},           {L"maxWidth", kColumnMaximum, 60, 60}};
+    for (const auto &w : widths)
+        EXPECT_EQ((DWORD)SendMessageW(list_, LVM_GETCOLUMNWIDTH, w.column, 0), w.shown) << w.name;
+    SendMessageW(list_, LVM_SETCOLUMNWIDTH, kColumnCurrent, 77);
     SendMessageW(frame_.mainWindow, WM_CLOSE, 0, 0);
-    DWORD width = 0, size = sizeof width;
-    ASSERT_EQ(RegGetValueW(HKEY_CURRENT_USER, L"Software\\marrowby\\Pelnor\\GroupView", L"ureadWidth",
-                           RRF_RT_REG_DWORD, nullptr, &width, &size),
-              ERROR_SUCCESS);
-    EXPECT_EQ(width, 66u);
+    for (const auto &w : widths)
+        EXPECT_EQ(PelnorValue(w.name, L"GroupView"), DwordValue(w.stored)) << w.name;
 }
 
 TEST_F(CommandTest, CatchUpLocalThenServerCancelAndFailure)

@@ -12,8 +12,6 @@
 
 namespace {
 
-const wchar_t kWidthKey[] = L"Software\\marrowby\\Pelnor\\GroupView";
-
 class GroupViewTest : public ::testing::Test {
 protected:
     void SetUp() override
@@ -40,8 +38,6 @@ protected:
         ASSERT_TRUE(WriteFileBytes(data_.file(std::wstring(group) + L".idx"), HeaderBytes(header)));
     }
 
-    int Width(int column) { return (int)SendMessageW(view_.list, LVM_GETCOLUMNWIDTH, column, 0); }
-
     int Selected() { return (int)SendMessageW(view_.list, LVM_GETNEXTITEM, (WPARAM)-1, LVNI_SELECTED); }
     int Focused() { return (int)SendMessageW(view_.list, LVM_GETNEXTITEM, (WPARAM)-1, LVNI_FOCUSED); }
 
@@ -50,37 +46,6 @@ protected:
     GroupView view_;
     ModalWatcher watcher_;
 };
-
-TEST_F(GroupViewTest, WidthsComeFromAndGoBackToTheirRegistryValues)
-{
-    SetPelnorDword(L"ureadWidth", 55, L"GroupView");
-    HKEY key;
-    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, kWidthKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
-              ERROR_SUCCESS);
-    /* Four bytes of another type read like a number; eight bytes do not fit
-     * and leave the default. */
-    const BYTE four[4] = {70, 0, 0, 0}, eight[8] = {90};
-    RegSetValueExW(key, L"artsWidth", 0, REG_BINARY, four, 4);
-    RegSetValueExW(key, L"maxWidth", 0, REG_BINARY, eight, 8);
-    RegCloseKey(key);
-    Create();
-    EXPECT_EQ(Width(kColumnUnread), 55);
-    EXPECT_EQ(Width(kColumnArticles), 70);
-    EXPECT_EQ(Width(kColumnMaximum), 60);
-
-    SendMessageW(view_.list, LVM_SETCOLUMNWIDTH, kColumnCurrent, 77);
-    ASSERT_TRUE(GroupViewSaveWidths(&view_));
-    const struct {
-        const wchar_t *name;
-        DWORD width;
-    } stored[] = {{L"NewsgroupWidth", 100}, {L"ureadWidth", 55}, {L"artsWidth", 70},
-                  {L"StatusWidth", 150},    {L"curWidth", 77},   {L"maxWidth", 60}};
-    for (const auto &v : stored) {
-        DWORD value = 0, size = sizeof value;
-        RegGetValueW(HKEY_CURRENT_USER, kWidthKey, v.name, RRF_RT_REG_DWORD, nullptr, &value, &size);
-        EXPECT_EQ(value, v.width) << v.name;
-    }
-}
 
 /* The header columns of each row (an old folder's start shows the rest);
  * after a catch-up on the server last fetched reads "Catchup". */
