@@ -75,15 +75,4 @@ TEST_F(MenuBarTest, DropDownOpensItsPopupAndTheChoiceReachesTheParent)
     EXPECT_EQ(ViewParent::commands(), std::vector<WPARAM>{MAKEWPARAM(IDM_PRIORITY_LOW, 0)});
 }
 
-/* A bar asking for more images than its strip holds, or a missing
- * resource, is refused (the frame's tests create every real bar). */
-TEST_F(MenuBarTest, ShortStripsAndMissingResourcesAreRefused)
-{
-    HWND bar = (HWND)1;
-    EXPECT_FALSE(Create(999, 0, 0, &bar));
-    EXPECT_EQ(bar, nullptr);
-    EXPECT_FALSE(Create(IDR_GROUP_BAR, IDB_GROUP_BAR, 6, &bar));
-    EXPECT_EQ(GetLastError(), (DWORD)ERROR_RESOURCE_DATA_NOT_FOUND);
-}
-
 } // namespace

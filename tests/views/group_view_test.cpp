@@ -47,23 +47,19 @@ protected:
     ModalWatcher watcher_;
 };
 
-/* The header columns of each row (an old folder's start shows the rest);
- * after a catch-up on the server last fetched reads "Catchup". */
-TEST_F(GroupViewTest, ReloadShowsEachGroupsHeaderAndSelectsTheFirstRow)
+/* Comment and empty lines of group.dat are no rows. (What each column
+ * shows is read by the old folder start's and the catch-up command's
+ * tests.) */
+TEST_F(GroupViewTest, ReloadListsTheGroupsAndSelectsTheFirstRow)
 {
     ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "# a comment\r\n\r\nfj.news.group\r\njapan.test\r\n"));
-    WriteIndex(L"fj.news.group", HeaderFields{5, 0xFFFFFFFF, 77, 0, 30, 0, "", 12});
+    WriteIndex(L"fj.news.group", HeaderFields());
     WriteIndex(L"japan.test", HeaderFields());
     Create();
     ASSERT_TRUE(GroupViewReload(&view_, data_.path().c_str()));
     ASSERT_EQ(ListViewRowCount(view_.list), 2);
-    const wchar_t *rows[2][6] = {
-        {L"fj.news.group", L"12", L"30", L"", L"Catchup", L"77"},
-        {L"japan.test", L"0", L"0", L"", L"0", L"0"},
-    };
-    for (int row = 0; row < 2; row++)
-        for (int column = 0; column < 6; column++)
-            EXPECT_EQ(ListViewText(view_.list, row, column), rows[row][column]) << row << " " << column;
+    EXPECT_EQ(ListViewText(view_.list, 0, 0), L"fj.news.group");
+    EXPECT_EQ(ListViewText(view_.list, 1, 0), L"japan.test");
     EXPECT_TRUE(watcher_.boxes().empty());
 
     /* A reload selects the first row whatever was selected before. */
