@@ -42,11 +42,6 @@ TEST_F(MainJobTest, SubscribeFromTheServerListThenDownloadIntoTheGroupView)
     SeedCompleteSettings(data_.path());
     SetPelnorDword(L"Port", (DWORD)port);
     SetPelnorDword(L"Limit", 1000);
-    /* Coloured header and quoted lines, and a narrow sender column. */
-    const COLORREF header = RGB(0, 64, 160), quote = RGB(0, 128, 0);
-    RegSetKeyValueW(HKEY_CURRENT_USER, PELNOR_REGISTRY_KEY, L"HeaderColor", REG_BINARY, &header, 4);
-    RegSetKeyValueW(HKEY_CURRENT_USER, PELNOR_REGISTRY_KEY, L"ReferenceLine", REG_BINARY, &quote, 4);
-    SetPelnorDword(L"fromWidth", 64, L"SubjectView");
     ASSERT_NE(CreateMainFrame(&frame_, SW_SHOWNORMAL), nullptr);
     HWND view = frame_.groupView->list;
     ASSERT_EQ(ListViewRowCount(view), 0);
@@ -93,43 +88,6 @@ TEST_F(MainJobTest, SubscribeFromTheServerListThenDownloadIntoTheGroupView)
         EXPECT_EQ(ListViewText(view, row, 2), std::to_wstring(records));
     }
     SaveScreenshot(frame_.mainWindow, L"group-view-after-run");
-
-    /* Reading: Enter on the group lists its articles; Enter on one with a
-     * quoted line shows it as stored; Tab goes on to the next one; Escape is
-     * back at the list. (The reading tests check the marks and counts.) */
-    const wchar_t *group = L"fj.test.pelnor";
-    std::string index = FileBytes(InnFolder() + L"\\expected\\" + group + L".idx");
-    std::string log = FileBytes(InnFolder() + L"\\expected\\" + group + L".log");
-    auto article = [&](int record) {
-        std::string sjis = log.substr(ReadU32(index, 100 + 92 * record + 8), ReadU32(index, 100 + 92 * record + 12));
-        std::wstring text(sjis.size() + 1, L'\0');
-        text.resize(MultiByteToWideChar(932, 0, sjis.data(), (int)sjis.size(), &text[0], (int)text.size()));
-        return text;
-    };
-    int quoting = 1;
-    while (quoting < 5 && article(quoting).find(L"\r\n> ") == std::wstring::npos)
-        quoting++;
-    ASSERT_LT(quoting, 5) << "an article with a quoted line among the first";
-    auto key = [&](WORD vk) {
-        PressKey(vk);
-        ASSERT_TRUE(Pump([&] { return GetAsyncKeyState(vk) == 0 && GetQueueStatus(QS_INPUT) == 0; }));
-    };
-    int row = ListViewRow(view, group);
-    ListView_SetItemState(view, row, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
-    SetFocus(view);
-    key(VK_RETURN);
-    ASSERT_EQ(frame_.currentView, kSubjectView);
-    for (int i = 0; i < quoting; i++)
-        key(VK_DOWN);
-    key(VK_RETURN);
-    ASSERT_EQ(frame_.currentView, kArticleView);
-    EXPECT_EQ(frame_.articleText.text, article(quoting));
-    SaveScreenshot(frame_.mainWindow, L"article-view");
-    key(VK_TAB);
-    EXPECT_EQ(frame_.articleText.text, article(quoting + 1));
-    key(VK_ESCAPE);
-    ASSERT_EQ(frame_.currentView, kSubjectView);
-    SaveScreenshot(frame_.mainWindow, L"subject-view");
 }
 
 } // namespace
