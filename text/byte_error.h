@@ -1,7 +1,7 @@
 /*
  * The thread's last-error value for byte-level code that does not include
- * windows.h: on Windows these are SetLastError/GetLastError; the native
- * test build supplies its own thread-local value.
+ * windows.h: on Windows it is SetLastError (callers read GetLastError); the
+ * native test build supplies its own thread-local value.
  */
 #ifndef PELNOR_BYTE_ERROR_H
 #define PELNOR_BYTE_ERROR_H
@@ -17,6 +17,5 @@ enum : unsigned long {
 };
 
 void SetByteError(unsigned long code);
-unsigned long GetByteError(void);
 
 #endif

@@ -6,8 +6,3 @@ void SetByteError(unsigned long code)
 {
     SetLastError(code);
 }
-
-unsigned long GetByteError(void)
-{
-    return GetLastError();
-}

@@ -30,8 +30,6 @@ TEST(DialogLayoutTest, EveryTextFitsAndEveryDialogFitsTheScreen)
         EXPECT_LE(outer.right - outer.left, 240) << "dialog " << id;
         EXPECT_LE(outer.bottom - outer.top, 320) << "dialog " << id;
         EXPECT_EQ(CutTexts(dialog), std::vector<std::wstring>{}) << "dialog " << id;
-        ShowWindow(dialog, SW_SHOW);
-        EXPECT_FALSE(SaveScreenshot(dialog, (L"dialog-" + std::to_wstring(id)).c_str()).empty());
         DestroyWindow(dialog);
     }
 }

@@ -58,6 +58,7 @@ TEST_F(KilledRunTest, KilledMidRunThenRestartedStoresEveryArticleOnce)
             return bar && SendMessageW(bar, PBM_GETPOS, 0, 0) > 20;
         },
         60000));
+    SaveScreenshot(GetParent(bar), L"progress-dialog"); /* for docs/, not checked */
     TerminateProcess(pelnor.handle, 9);
     ASSERT_EQ(ExitCodeAfter(pelnor.handle, 30000), 9u);
     CloseHandle(pelnor.handle);
@@ -68,7 +69,7 @@ TEST_F(KilledRunTest, KilledMidRunThenRestartedStoresEveryArticleOnce)
     /* Started again: the rest of the group follows what was kept. */
     ASSERT_NE(CreateMainFrame(&frame_, SW_SHOWNORMAL), nullptr);
     Command(IDM_GET_ARTICLES);
-    ASSERT_TRUE(PumpUntil([&] { return !watcher_.boxes().empty() && frame_.busy == 0; }, 120000,
+    ASSERT_TRUE(PumpUntil([&] { return !watcher_.boxes().empty() && !frame_.runInProgress; }, 120000,
                           frame_.mainWindow, frame_.accelerators));
     EXPECT_EQ(watcher_.boxes().back().text, L"ダウンロードが終了しました。");
     DestroyWindow(frame_.mainWindow);

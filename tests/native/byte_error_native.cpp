@@ -7,8 +7,3 @@ void SetByteError(unsigned long code)
 {
     last_error = code;
 }
-
-unsigned long GetByteError(void)
-{
-    return last_error;
-}

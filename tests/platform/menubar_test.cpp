@@ -52,7 +52,6 @@ TEST_F(MenuBarTest, ButtonsInResourceOrderAndImageButtonClicks)
     ASSERT_TRUE(GetMenuBarButtonRect(bar, IDM_SUBJECT_TOOLS, &tools));
     EXPECT_LT(back.right, subject.left + 1);
     EXPECT_LT(subject.right, tools.left + 1);
-    EXPECT_FALSE(GetMenuBarButtonRect(bar, 12345, &back));
 
     ASSERT_TRUE(Create(IDR_ARTICLE_BAR, IDB_ARTICLE_BAR, ARTICLE_BAR_IMAGES, &bar));
     POINT pt = ClientCentre(bar, IDM_ARTICLE_BACK);
@@ -74,17 +73,6 @@ TEST_F(MenuBarTest, DropDownOpensItsPopupAndTheChoiceReachesTheParent)
     SendMessageW(bar, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(pt.x, pt.y));
     ASSERT_TRUE(PumpUntil([&] { return !ViewParent::commands().empty(); }));
     EXPECT_EQ(ViewParent::commands(), std::vector<WPARAM>{MAKEWPARAM(IDM_PRIORITY_LOW, 0)});
-}
-
-/* A bar asking for more images than its strip holds, or a missing
- * resource, is refused (the frame's tests create every real bar). */
-TEST_F(MenuBarTest, ShortStripsAndMissingResourcesAreRefused)
-{
-    HWND bar = (HWND)1;
-    EXPECT_FALSE(Create(999, 0, 0, &bar));
-    EXPECT_EQ(bar, nullptr);
-    EXPECT_FALSE(Create(IDR_GROUP_BAR, IDB_GROUP_BAR, 6, &bar));
-    EXPECT_EQ(GetLastError(), (DWORD)ERROR_RESOURCE_DATA_NOT_FOUND);
 }
 
 } // namespace

@@ -55,9 +55,7 @@ TEST_F(PropertiesTest, MenuPropertiesUsesAChangedDataFolderAndLookAtOnce)
     TempFolder other;
     ASSERT_TRUE(WriteFileBytes(other.file(L"group.dat"), "fj.b\r\n"));
     WriteGroupFiles(other, L"fj.b", {{L"a@example.jp", L"hello", "0305", {L"body", L"> quoted"}}});
-    DWORD busy_inside = 0;
     OnSheet([&](HWND sheet) {
-        busy_inside = frame_.busy;
         SetDlgItemTextW(SheetPage(sheet, 0), IDC_MAIN_FOLDER, other.path().c_str());
         HWND chars = SheetPage(sheet, 4);
         SendDlgItemMessageW(chars, IDC_CHARS_SUBJECT_SIZE, CB_SETCURSEL, 10 - 8, 0);
@@ -68,9 +66,6 @@ TEST_F(PropertiesTest, MenuPropertiesUsesAChangedDataFolderAndLookAtOnce)
     });
     Command(IDM_PROPERTIES);
     EXPECT_EQ(sheet_owner_, frame_.mainWindow);
-    EXPECT_EQ(busy_inside, 1u);
-    EXPECT_EQ(PelnorValue(L"DataPath"), TextValue(other.path()));
-    EXPECT_EQ(std::wstring(frame_.settings.DataPath), other.path());
     ASSERT_EQ(ListViewRowCount(frame_.groupView->list), 1);
     EXPECT_EQ(ListViewText(frame_.groupView->list, 0, 0), L"fj.b");
 
@@ -124,7 +119,6 @@ TEST(FirstStart, TheSheetOpensCancelQuitsOkComesUpWithTheGroupView)
             },
             30000));
         EXPECT_EQ(RemoteListViewText(pelnor.handle, list, 0, 0), L"fj.c");
-        EXPECT_EQ(PelnorValue(L"DataPath"), TextValue(data.path()));
         PostMessageW(PelnorFrames().last, WM_CLOSE, 0, 0);
         EXPECT_EQ(ExitCodeAfter(pelnor.handle, 30000), 0u);
         CloseHandle(pelnor.handle);

@@ -23,10 +23,14 @@ void DeleteUnmakeableParent()
     RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\marrowby");
 }
 
+static std::wstring KeyPath(const wchar_t *subkey)
+{
+    return subkey ? PELNOR_REGISTRY_KEY L"\\" + std::wstring(subkey) : PELNOR_REGISTRY_KEY;
+}
+
 static void SetValue(const wchar_t *subkey, const wchar_t *name, DWORD type, const void *data, DWORD size)
 {
-    std::wstring path = subkey ? PELNOR_REGISTRY_KEY L"\\" + std::wstring(subkey) : PELNOR_REGISTRY_KEY;
-    RegSetKeyValueW(HKEY_CURRENT_USER, path.c_str(), name, type, data, size);
+    RegSetKeyValueW(HKEY_CURRENT_USER, KeyPath(subkey).c_str(), name, type, data, size);
 }
 
 void SetPelnorString(const wchar_t *name, const std::wstring &value, const wchar_t *subkey)
@@ -47,17 +51,18 @@ void SeedCompleteSettings(const std::wstring &data_path)
     SetPelnorDword(L"Limit", 50);
 }
 
-StoredValue PelnorValue(const wchar_t *name)
+StoredValue PelnorValue(const wchar_t *name, const wchar_t *subkey)
 {
     StoredValue value;
     DWORD size = 0;
-    if (RegGetValueW(HKEY_CURRENT_USER, PELNOR_REGISTRY_KEY, name, RRF_RT_ANY | RRF_NOEXPAND, &value.type, nullptr,
+    const std::wstring path = KeyPath(subkey);
+    if (RegGetValueW(HKEY_CURRENT_USER, path.c_str(), name, RRF_RT_ANY | RRF_NOEXPAND, &value.type, nullptr,
                      &size) != ERROR_SUCCESS) {
         value.type = 0;
         return value;
     }
     value.bytes.resize(size);
-    RegGetValueW(HKEY_CURRENT_USER, PELNOR_REGISTRY_KEY, name, RRF_RT_ANY | RRF_NOEXPAND, &value.type,
+    RegGetValueW(HKEY_CURRENT_USER, path.c_str(), name, RRF_RT_ANY | RRF_NOEXPAND, &value.type,
                  size ? &value.bytes[0] : nullptr, &size);
     value.bytes.resize(size);
     return value;

@@ -22,8 +22,8 @@ void DeleteUnmakeableParent();
 void SetPelnorString(const wchar_t *name, const std::wstring &value, const wchar_t *subkey = nullptr);
 void SetPelnorDword(const wchar_t *name, DWORD value, const wchar_t *subkey = nullptr);
 
-/* A value of the program key as stored: its type (0 when missing) and its
- * bytes. */
+/* A value of the program key (or of a subkey of it) as stored: its type (0
+ * when missing) and its bytes. */
 struct StoredValue {
     DWORD type = 0;
     std::string bytes;
@@ -32,7 +32,7 @@ struct StoredValue {
 };
 /* For failure messages: the type and the bytes in hex. */
 void PrintTo(const StoredValue &value, std::ostream *out);
-StoredValue PelnorValue(const wchar_t *name);
+StoredValue PelnorValue(const wchar_t *name, const wchar_t *subkey = nullptr);
 /* The REG_SZ bytes of `text` with its terminator, and a REG_DWORD's. */
 StoredValue TextValue(const std::wstring &text);
 StoredValue DwordValue(DWORD number);

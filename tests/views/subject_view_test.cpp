@@ -192,12 +192,8 @@ TEST_F(SubjectViewTest, ColumnWidthsAreKept)
         const wchar_t *name;
         DWORD width;
     } widths[] = {{L"markWidth", 25}, {L"dateWidth", 40}, {L"fromWidth", 67}, {L"subjectWidth", 25}};
-    for (const auto &w : widths) {
-        DWORD value = 0, size = sizeof value;
-        RegGetValueW(HKEY_CURRENT_USER, L"Software\\marrowby\\Pelnor\\SubjectView", w.name, RRF_RT_REG_DWORD,
-                     nullptr, &value, &size);
-        EXPECT_EQ(value, w.width) << w.name;
-    }
+    for (const auto &w : widths)
+        EXPECT_EQ(PelnorValue(w.name, L"SubjectView"), DwordValue(w.width)) << w.name;
 }
 
 } // namespace
