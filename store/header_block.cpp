@@ -54,6 +54,7 @@ int MakeRoom(HeaderBlock *block, size_t length)
         return 0;
     }
     block->buffer = grown;
+    block->buffer_end = grown + capacity;
     block->write_position = grown + used;
     block->capacity = (uint32_t)capacity;
     return 1;
@@ -75,6 +76,7 @@ void HeaderBlockInit(HeaderBlock *block)
     block->from_line = kNoHeaderLine;
     block->date_line = kNoHeaderLine;
     block->sequence = kNoHeaderLine;
+    block->newsgroup_line = kNoHeaderLine;
 }
 
 int HeaderBlockPrepare(HeaderBlock *block)
@@ -86,6 +88,7 @@ int HeaderBlockPrepare(HeaderBlock *block)
             return 0;
         }
         block->capacity = kHeaderBlockStep;
+        block->buffer_end = block->buffer + kHeaderBlockStep;
     }
     block->write_position = block->buffer;
     block->buffer[0] = '\0';
@@ -93,8 +96,11 @@ int HeaderBlockPrepare(HeaderBlock *block)
     block->from_line = kNoHeaderLine;
     block->date_line = kNoHeaderLine;
     block->sequence = kNoHeaderLine;
+    block->newsgroup_line = kNoHeaderLine;
     block->subject_length = 0;
+    block->newsgroup_length = 0;
     block->in_subject = 0;
+    block->in_newsgroup = 0;
     block->joined = 0;
     return 1;
 }
@@ -112,11 +118,16 @@ int HeaderBlockAddLine(HeaderBlock *block, const char *line, size_t length)
     if (!MakeRoom(block, length))
         return 0;
     block->in_subject = 0;
+    block->in_newsgroup = 0;
     uint32_t offset = (uint32_t)HeaderBlockSize(block);
     if (StartsWith(line, length, "Subject: ", 9)) {
         block->subject_line = offset;
         block->subject_length = (uint32_t)length;
         block->in_subject = 1;
+    } else if (StartsWith(line, length, "Newsgroup: ", 11)) {
+        block->newsgroup_line = offset;
+        block->newsgroup_length = (uint32_t)length;
+        block->in_newsgroup = 1;
     } else if (StartsWith(line, length, "X-Local-Seq:", 12)) {
         block->sequence = ParseSequence(line + 12, length - 12);
     } else if (StartsWith(line, length, "Date:", 5)) {
@@ -144,6 +155,8 @@ int HeaderBlockAddContinuation(HeaderBlock *block, const char *line, size_t leng
     block->joined = 1;
     if (block->in_subject)
         block->subject_length += (uint32_t)length - 2;
+    else if (block->in_newsgroup)
+        block->newsgroup_length += (uint32_t)length - 2;
     return 1;
 }
 

@@ -94,6 +94,7 @@ void CheckBlock(const char *text, size_t length)
     size_t size = HeaderBlockSize(&block);
     CHECK(block.buffer[size] == '\0');
     CHECK(block.capacity % kHeaderBlockStep == 0 && size < block.capacity);
+    CHECK(block.buffer_end == block.buffer + block.capacity);
     if (block.subject_line != kNoHeaderLine) {
         CHECK(block.subject_line < size);
         CHECK(memcmp(block.buffer + block.subject_line, "Subject: ", 9) == 0);
@@ -109,6 +110,8 @@ void CheckBlock(const char *text, size_t length)
         CHECK(block.from_line < size);
         CheckFrom(block.buffer + block.from_line);
     }
+    if (block.newsgroup_line != kNoHeaderLine && all_ended)
+        CHECK(block.newsgroup_line + block.newsgroup_length <= size);
     HeaderBlockFree(&block);
 }
 

@@ -40,9 +40,12 @@ TEST(HeaderBlock, NotesTheNamedLines)
     std::string head = "Subject: one\r\nSubject: Re: question\r\nNewsgroup: fj.b\r\nNewsgroups: fj.a\r\n"
                        "From: a@b\r\nX-Local-Seq: 1\r\nX-Local-Seq: 4711\r\nDate-Received: x\r\n";
     EXPECT_EQ(std::string(block.buffer, HeaderBlockSize(&block)), head);
-    /* The later line of a name wins; "Date-Received" is no Date line. */
+    /* The later line of a name wins; neither the plural "Newsgroups:" nor
+     * "Date-Received" is a line the block notes. */
     EXPECT_EQ(block.subject_line, 14u);
     EXPECT_EQ(block.subject_length, 23u);
+    EXPECT_EQ(block.newsgroup_line, 37u);
+    EXPECT_EQ(block.newsgroup_length, 17u);
     EXPECT_EQ(block.from_line, 72u);
     EXPECT_EQ(block.sequence, 4711u);
     EXPECT_EQ(block.date_line, kNoHeaderLine);
