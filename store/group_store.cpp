@@ -159,6 +159,7 @@ void GroupStoreSetReserved(GroupStore *store, DWORD value) { store->reserved = v
 DWORD GroupStoreRecordCount(const GroupStore *store) { return store->record_count; }
 void GroupStoreSetRecordCount(GroupStore *store, DWORD value) { store->record_count = value; }
 DWORD GroupStoreSavedPosition(const GroupStore *store) { return store->saved_position; }
+void GroupStoreSetSavedPosition(GroupStore *store, DWORD value) { store->saved_position = value; }
 DWORD GroupStoreUnreadCount(const GroupStore *store) { return store->unread_count; }
 void GroupStoreSetUnreadCount(GroupStore *store, DWORD value) { store->unread_count = value; }
 DWORD GroupStoreHighCount(const GroupStore *store) { return store->high_count; }

@@ -72,6 +72,7 @@ void GroupStoreSetReserved(GroupStore *store, DWORD value);
 DWORD GroupStoreRecordCount(const GroupStore *store);
 void GroupStoreSetRecordCount(GroupStore *store, DWORD value);
 DWORD GroupStoreSavedPosition(const GroupStore *store);
+void GroupStoreSetSavedPosition(GroupStore *store, DWORD value);
 DWORD GroupStoreUnreadCount(const GroupStore *store);
 void GroupStoreSetUnreadCount(GroupStore *store, DWORD value);
 DWORD GroupStoreHighCount(const GroupStore *store);

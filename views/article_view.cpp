@@ -548,6 +548,17 @@ void ArticleTextTake(ArticleText *holder, wchar_t *text)
         ArticleViewInvalidate(holder->view);
 }
 
+int ArticleTextSet(ArticleText *holder, const wchar_t *text)
+{
+    wchar_t *copy = _wcsdup(text);
+    ArticleTextTake(holder, copy);
+    if (!copy) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return 0;
+    }
+    return 1;
+}
+
 void ArticleTextFree(ArticleText *holder)
 {
     free(holder->text);

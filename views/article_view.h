@@ -90,8 +90,9 @@ int ArticleViewCopy(ArticleView *view, HWND owner);
 /* Destroys the window and frees the table. */
 void ArticleViewRelease(ArticleView *view);
 
-/* The malloc'd `text` replaces the article (null: none); the view is laid
- * out anew. */
+/* A copy of `text` replaces the article (0 with error 8, the view then
+ * empty); Take takes over a malloc'd buffer. Both lay the view out anew. */
+int ArticleTextSet(ArticleText *holder, const wchar_t *text);
 void ArticleTextTake(ArticleText *holder, wchar_t *text);
 void ArticleTextFree(ArticleText *holder);
 

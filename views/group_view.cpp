@@ -269,6 +269,20 @@ wchar_t *GroupViewNames(GroupView *view)
     return names;
 }
 
+int GroupViewSelectNext(GroupView *view, int *moved)
+{
+    *moved = 0;
+    int selected = SelectedRow(view->list);
+    if (selected < 0)
+        return 0;
+    int count = (int)SendMessageW(view->list, LVM_GETITEMCOUNT, 0, 0);
+    if (selected + 1 < count) {
+        SelectRow(view->list, selected + 1);
+        *moved = 1;
+    }
+    return 1;
+}
+
 void GroupViewSetStatus(GroupView *view, const wchar_t *group, const wchar_t *status)
 {
     LVFINDINFOW find = {};

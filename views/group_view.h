@@ -62,6 +62,10 @@ int GroupViewSelected(GroupView *view, wchar_t *name, int size, int *row);
  * the last error when memory ran out. */
 wchar_t *GroupViewNames(GroupView *view);
 
+/* Selects and focuses the row after the selected one; *moved says whether
+ * there was one. 0 when no row is selected. */
+int GroupViewSelectNext(GroupView *view, int *moved);
+
 /* Shows `status` in the status column of the row of `group`, if any. */
 void GroupViewSetStatus(GroupView *view, const wchar_t *group, const wchar_t *status);
 

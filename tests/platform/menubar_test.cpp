@@ -52,6 +52,7 @@ TEST_F(MenuBarTest, ButtonsInResourceOrderAndImageButtonClicks)
     ASSERT_TRUE(GetMenuBarButtonRect(bar, IDM_SUBJECT_TOOLS, &tools));
     EXPECT_LT(back.right, subject.left + 1);
     EXPECT_LT(subject.right, tools.left + 1);
+    EXPECT_FALSE(GetMenuBarButtonRect(bar, 12345, &back));
 
     ASSERT_TRUE(Create(IDR_ARTICLE_BAR, IDB_ARTICLE_BAR, ARTICLE_BAR_IMAGES, &bar));
     POINT pt = ClientCentre(bar, IDM_ARTICLE_BACK);

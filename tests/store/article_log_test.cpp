@@ -86,7 +86,7 @@ protected:
         GroupStoreReset(&store_);
         GroupStoreSetLastFetched(&store_, 9);
         GroupStoreSetServerLast(&store_, 12);
-        store_.saved_position = 3;
+        GroupStoreSetSavedPosition(&store_, 3);
         return IndexRebuild(&store_);
     }
 };

@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-#include <wchar.h>
-
 #include "base/scoped_win.h"
 #include "resources/resource.h"
 #include "settings/settings.h"
@@ -35,7 +33,7 @@ protected:
     }
     void Show(const std::wstring &text)
     {
-        ArticleTextTake(&text_, _wcsdup(text.c_str()));
+        ASSERT_TRUE(ArticleTextSet(&text_, text.c_str()));
         UpdateWindow(view_.window);
         ASSERT_EQ(view_.rows_per_page, 21u); /* 298 pixels of 14-pixel lines */
     }

@@ -118,4 +118,30 @@ TEST_F(GroupViewTest, GroupsThatCannotBeReadAreNamedAndTheOthersShown)
     }
 }
 
+/* Moving to the next group stops at the last row; a short buffer gets a
+ * cut, terminated name; with no row selected both report failure. */
+TEST_F(GroupViewTest, SelectNextAndSelectedName)
+{
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "one\r\ntwo\r\n"));
+    WriteIndex(L"one", HeaderFields());
+    WriteIndex(L"two", HeaderFields());
+    Create();
+    ASSERT_TRUE(GroupViewReload(&view_, data_.path().c_str()));
+    int moved = 0;
+    ASSERT_TRUE(GroupViewSelectNext(&view_, &moved));
+    EXPECT_EQ(moved, 1);
+    EXPECT_EQ(Focused(), 1);
+    ASSERT_TRUE(GroupViewSelectNext(&view_, &moved));
+    EXPECT_EQ(moved, 0);
+    EXPECT_EQ(Selected(), 1);
+    wchar_t tiny[3];
+    int row = -1;
+    ASSERT_TRUE(GroupViewSelected(&view_, tiny, 3, &row));
+    EXPECT_STREQ(tiny, L"tw");
+    EXPECT_EQ(row, 1);
+    ListView_SetItemState(view_.list, -1, 0, LVIS_SELECTED);
+    EXPECT_FALSE(GroupViewSelected(&view_, tiny, 3, nullptr));
+    EXPECT_FALSE(GroupViewSelectNext(&view_, &moved));
+}
+
 } // namespace
