@@ -1,5 +1,10 @@
 #include "codeconv.h"
 
+#include <stdlib.h>
+#include <string.h>
+
+#include "byte_error.h"
+
 namespace {
 
 const unsigned char kEsc = 0x1B;
@@ -44,6 +49,43 @@ size_t MatchEscape(const unsigned char *s, JisMode *mode)
     return 0;
 }
 
+/* Growing output of SjisToJis: starts at 256 bytes, grows by 64. */
+struct JisBuffer {
+    unsigned char *data;
+    size_t size;
+    size_t used;
+};
+
+const size_t kJisInitialSize = 256;
+const size_t kJisGrowth = 64;
+
+/* Makes room for `count` more bytes (count is at most a few bytes). */
+int JisBufferReserve(JisBuffer *buffer, size_t count)
+{
+    while (buffer->used + count > buffer->size) {
+        unsigned char *larger = (unsigned char *)malloc(buffer->size + kJisGrowth);
+        if (!larger)
+            return 0;
+        memcpy(larger, buffer->data, buffer->used);
+        free(buffer->data);
+        buffer->data = larger;
+        buffer->size += kJisGrowth;
+    }
+    return 1;
+}
+
+void JisBufferPut(JisBuffer *buffer, unsigned char c)
+{
+    buffer->data[buffer->used++] = c;
+}
+
+void JisBufferPutEscape(JisBuffer *buffer, unsigned char second, unsigned char third)
+{
+    JisBufferPut(buffer, kEsc);
+    JisBufferPut(buffer, second);
+    JisBufferPut(buffer, third);
+}
+
 } // namespace
 
 void JisPairToSjis(unsigned char j1, unsigned char j2, unsigned char *s1, unsigned char *s2)
@@ -58,6 +100,22 @@ void JisPairToSjis(unsigned char j1, unsigned char j2, unsigned char *s1, unsign
         j1 = (unsigned char)((j1 + 0x161) / 2);
     *s1 = j1;
     *s2 = j2;
+}
+
+void SjisPairToJis(unsigned char s1, unsigned char s2, unsigned char *j1, unsigned char *j2)
+{
+    unsigned int row = s1 <= 0x9F ? 2u * (s1 - 0x70u) : 2u * (s1 - 0xB0u);
+    if (s2 < 0x9F)
+        row -= 1;
+    unsigned int cell;
+    if (s2 < 0x7F)
+        cell = s2 - 0x1Fu;
+    else if (s2 < 0x9F)
+        cell = s2 - 0x20u;
+    else
+        cell = s2 - 0x7Eu;
+    *j1 = (unsigned char)(row & 0xFF);
+    *j2 = (unsigned char)(cell & 0xFF);
 }
 
 size_t JisPartToSjis(const char *src, char *dst, JisLineState *state, int last)
@@ -117,4 +175,75 @@ void JisLineToSjis(const char *src, char *dst)
 {
     JisLineState state = {kSingleByte};
     JisPartToSjis(src, dst, &state, 1);
+}
+
+char *SjisToJis(const char *text)
+{
+    const unsigned char *s = (const unsigned char *)text;
+    JisBuffer buffer = {(unsigned char *)malloc(kJisInitialSize), kJisInitialSize, 0};
+    bool two_byte = false;
+
+    if (!buffer.data) {
+        SetByteError(kErrorNotEnoughMemory);
+        return nullptr;
+    }
+    while (*s) {
+        /* The most one step writes: an escape and a pair. */
+        if (!JisBufferReserve(&buffer, 5)) {
+            free(buffer.data);
+            SetByteError(kErrorNotEnoughMemory);
+            return nullptr;
+        }
+        if (IsSjisLeadByte(*s)) {
+            if (!two_byte) {
+                JisBufferPutEscape(&buffer, '$', 'B');
+                two_byte = true;
+            }
+            unsigned char lead = s[0];
+            unsigned char trail = s[1];
+            if (trail < 0x40 || trail > 0xFC || trail == 0x7F) {
+                JisBufferPut(&buffer, lead);
+                if (trail == 0)
+                    break; /* a lead byte cut off by the end of the text */
+                JisBufferPut(&buffer, trail);
+            } else {
+                unsigned char j1, j2;
+                SjisPairToJis(lead, trail, &j1, &j2);
+                JisBufferPut(&buffer, j1);
+                JisBufferPut(&buffer, j2);
+            }
+            s += 2;
+        } else {
+            if (two_byte) {
+                JisBufferPutEscape(&buffer, '(', 'B');
+                two_byte = false;
+            }
+            JisBufferPut(&buffer, *s++);
+        }
+    }
+    if (!JisBufferReserve(&buffer, 4)) {
+        free(buffer.data);
+        SetByteError(kErrorNotEnoughMemory);
+        return nullptr;
+    }
+    JisBufferPutEscape(&buffer, '(', 'B');
+    JisBufferPut(&buffer, '\0');
+    return (char *)buffer.data;
+}
+
+size_t SjisCutLength(const char *text, size_t limit)
+{
+    const unsigned char *s = (const unsigned char *)text;
+    size_t length = 0;
+
+    while (length < limit && s[length]) {
+        if (IsSjisLeadByte(s[length]) && s[length + 1]) {
+            if (length + 2 > limit)
+                break;
+            length += 2;
+        } else {
+            length += 1;
+        }
+    }
+    return length;
 }

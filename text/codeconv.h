@@ -1,5 +1,5 @@
 /*
- * ISO-2022-JP to Shift_JIS conversion of 8-bit text. Byte-level: no
+ * ISO-2022-JP <-> Shift_JIS conversion of 8-bit text. Byte-level: no
  * windows.h, so it also builds natively for the sanitizers and fuzzers.
  */
 #ifndef PELNOR_CODECONV_H
@@ -32,7 +32,16 @@ struct JisLineState {
  * bytes of `src` were converted; the rest begins the next part. */
 size_t JisPartToSjis(const char *src, char *dst, JisLineState *state, int last);
 
-/* The standard JIS X 0208 to Shift_JIS pair mapping. */
+/* Converts 8-bit Shift_JIS text to ISO-2022-JP, ending with ESC ( B.
+ * Returns a new text the caller frees with free(), or null with last error 8. */
+char *SjisToJis(const char *text);
+
+/* The standard JIS X 0208 <-> Shift_JIS pair mappings. */
 void JisPairToSjis(unsigned char j1, unsigned char j2, unsigned char *s1, unsigned char *s2);
+void SjisPairToJis(unsigned char s1, unsigned char s2, unsigned char *j1, unsigned char *j2);
+
+/* The number of bytes of `text` (at most `limit`) that can be kept without
+ * separating a lead byte from its trail byte; stops at a NUL. */
+size_t SjisCutLength(const char *text, size_t limit);
 
 #endif

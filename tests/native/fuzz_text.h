@@ -50,4 +50,23 @@ inline bool EndsOnBoundary(const char *text, size_t length)
     return end == length;
 }
 
+/* Shift_JIS that survives the trip to ISO-2022-JP and back unchanged: no
+ * ESC, and every lead byte (within the JIS X 0208 rows) has a valid trail. */
+inline bool IsPlainSjis(const char *text, size_t length)
+{
+    const unsigned char *bytes = (const unsigned char *)text;
+    for (size_t i = 0; i < length; i++) {
+        if (bytes[i] == 0x1B)
+            return false;
+        if (IsSjisLeadByte(bytes[i])) {
+            if (bytes[i] > 0xEF || i + 1 >= length)
+                return false;
+            unsigned char trail = bytes[++i];
+            if (trail < 0x40 || trail > 0xFC || trail == 0x7F)
+                return false;
+        }
+    }
+    return true;
+}
+
 #endif
