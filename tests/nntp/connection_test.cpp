@@ -3,7 +3,6 @@
 #include <string>
 
 #include "nntp/connection.h"
-#include "nntp/reply_parse.h"
 #include "session_fixture.h"
 #include "support/script_client.h"
 
@@ -82,16 +81,4 @@ TEST(NntpConnection, ReadsLinesUpToTheBufferCapacity)
     SetLastError(0);
     EXPECT_EQ(conn.Line(), "<fail>");
     EXPECT_EQ(GetLastError(), 38u);
-}
-
-TEST(ReplyNumber, ParsesFieldsOfAGroupReply)
-{
-    const char *cursor = "211 1234 3000  4233 fj.test\r\n";
-    for (unsigned long expected : {211ul, 1234ul, 3000ul, 4233ul})
-        EXPECT_EQ(ParseReplyNumber(&cursor), expected);
-    EXPECT_STREQ(cursor, "fj.test\r\n");
-    cursor = "211 12x 1 5";
-    EXPECT_EQ(ParseReplyNumber(&cursor), 211u);
-    EXPECT_EQ(ParseReplyNumber(&cursor), 0xFFFFFFFFul);
-    EXPECT_EQ(cursor, nullptr);
 }

@@ -85,7 +85,7 @@ TEST_F(DownloadTest, UserWithoutPasswordIsAskedEachRunAndTheTypedPasswordIsSent)
     NntpScript script;
     script.Send("200 ready\r\n").Recv().Send("381 more\r\n").Recv().Send("281 ok\r\n");
     int port = script.Start();
-    SetPelnorString(L"UserID", L"taro");
+    SetPelnorString(L"UserID", L"太郎taro");
     StartWith("", port);
     const wchar_t *typed = nullptr; /* null: Cancel */
     std::wstring shown_user;
@@ -101,15 +101,17 @@ TEST_F(DownloadTest, UserWithoutPasswordIsAskedEachRunAndTheTypedPasswordIsSent)
     Command(IDM_GET_ARTICLES, 1);
     EXPECT_EQ(shown_user, L"");
     Command(IDM_GET_ARTICLES);
-    EXPECT_EQ(shown_user, L"taro");
+    EXPECT_EQ(shown_user, L"太郎taro");
     EXPECT_FALSE(progress_seen_);
     EXPECT_TRUE(watcher_.boxes().empty());
 
-    typed = L"himitsu";
+    typed = L"ひみつpass";
     frame_.currentView = kGroupView;
     PressGetArticles();
     EXPECT_TRUE(progress_seen_);
-    EXPECT_EQ(script.Transcript(), "authinfo user taro\r\nauthinfo pass himitsu\r\nQUIT\r\n");
+    /* Both go out in Shift_JIS. */
+    EXPECT_EQ(script.Transcript(),
+              "authinfo user \x91\xbe\x98\x59taro\r\nauthinfo pass \x82\xd0\x82\xdd\x82\xc2pass\r\nQUIT\r\n");
     ASSERT_EQ(watcher_.boxes().size(), 1u);
     EXPECT_EQ(watcher_.boxes()[0].caption, L"Disconnect");
     EXPECT_EQ(watcher_.boxes()[0].text, L"ダウンロードが終了しました。");

@@ -42,14 +42,12 @@ struct Conversion {
 };
 
 /* Runs `convert` from a source of exactly its size (so a read past its NUL
- * shows under AddressSanitizer) into size(strlen) bytes, strlen + 1 unless
- * given, filled with 0xCC; fails the test when the output is not
- * NUL-terminated there. */
-inline std::string ConvertLine(void (*convert)(const char *, char *), const std::string &line,
-                               size_t (*size)(size_t) = nullptr)
+ * shows under AddressSanitizer) into strlen + 1 bytes filled with 0xCC;
+ * fails the test when the output is not NUL-terminated there. */
+inline std::string ConvertLine(void (*convert)(const char *, char *), const std::string &line)
 {
     std::vector<char> source(line.c_str(), line.c_str() + strlen(line.c_str()) + 1);
-    std::vector<char> destination(size ? size(source.size() - 1) : source.size(), '\xCC');
+    std::vector<char> destination(source.size(), '\xCC');
     convert(source.data(), destination.data());
     size_t length = strnlen(destination.data(), destination.size());
     EXPECT_LT(length, destination.size()) << "output not NUL-terminated";
