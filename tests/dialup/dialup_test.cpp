@@ -135,12 +135,8 @@ TEST_F(DialupTest, RefusedOrCancelledDialHangsUpAndStartsNoRun)
     ASSERT_TRUE(Shows(2, L"ﾃﾞﾊﾞｲｽに接続します"));
     ras_.Notify(0x2001);
     EXPECT_TRUE(Gone());
-    ASSERT_EQ(watcher_.boxes().size(), 1u);
-    const RecordedBox &box = watcher_.boxes()[0];
-    EXPECT_EQ(box.caption, L"ﾀﾞｲｱﾙｱｯﾌﾟ接続ｴﾗｰ");
-    EXPECT_EQ(box.text, L"接続できませんでした");
-    EXPECT_EQ(box.icon, (UINT)MB_ICONEXCLAMATION);
-    EXPECT_EQ(box.owner, dialog_);
+    EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{L"ﾀﾞｲｱﾙｱｯﾌﾟ接続ｴﾗｰ", L"接続できませんでした", MB_ICONEXCLAMATION}}));
+    EXPECT_EQ(watcher_.boxes()[0].owner, dialog_);
     EXPECT_EQ(log_, Log{L"hang up at 切断しました (hidden) after 1 box(es)"});
     EXPECT_EQ(ras_.hang_ups, std::vector<HRASCONN>{ras_.handle});
 

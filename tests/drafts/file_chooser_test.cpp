@@ -148,11 +148,8 @@ TEST_F(FileChooserTest, APathBeyond260CharactersIsRefusedWithAMessageNeverCut)
                   }),
               2);
     EXPECT_EQ(after_expand, std::vector<std::wstring>{L"DUMMY/"});
-    ASSERT_EQ(watcher_.boxes().size(), 2u);
-    for (const RecordedBox &box : watcher_.boxes()) {
-        EXPECT_EQ(box.caption, L"PELNOR");
-        EXPECT_EQ(box.text, L"パスが260文字を超えるため、開くことも選ぶこともできません。");
-    }
+    const SeenBox refused{L"PELNOR", L"パスが260文字を超えるため、開くことも選ぶこともできません。", MB_ICONEXCLAMATION};
+    EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{refused, refused}));
     RemoveTree(L"\\\\?\\" + folder_.path() + std::wstring(40, L'd'));
 }
 

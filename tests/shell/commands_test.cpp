@@ -117,10 +117,7 @@ TEST_F(CommandTest, CatchUpLocalThenServerCancelAndFailure)
     SelectRow(0);
     Command(IDM_CATCHUP);
     EXPECT_EQ(watcher_.dialog_titles().size(), 3u);
-    ASSERT_EQ(watcher_.boxes().size(), 1u);
-    EXPECT_EQ(watcher_.boxes()[0].caption, L"PELNOR");
-    EXPECT_EQ(watcher_.boxes()[0].text, L"インデックスの初期化に失敗しました(13)");
-    EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONERROR);
+    EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{L"PELNOR", L"インデックスの初期化に失敗しました(13)", MB_ICONERROR}}));
 
     /* Without a selected group nothing happens at all. */
     ListView_SetItemState(list_, -1, 0, LVIS_SELECTED);
@@ -140,14 +137,10 @@ TEST_F(CommandTest, DeleteReadGoesOnPastAFailingGroup)
 
     watcher_.QueueAnswer(IDYES);
     Command(IDM_DELETE_READ);
-    ASSERT_EQ(watcher_.boxes().size(), 3u);
-    EXPECT_EQ(watcher_.boxes()[1].caption, L"Delete read articles");
-    EXPECT_EQ(watcher_.boxes()[1].text, L"既読記事を削除しますか?");
-    EXPECT_EQ(watcher_.boxes()[1].icon, (UINT)MB_ICONQUESTION);
+    const SeenBox asked{L"Delete read articles", L"既読記事を削除しますか?", MB_ICONQUESTION};
+    EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{asked, asked,
+                                                    {L"fj.nolog", L"既読記事の削除に失敗しました(2)", MB_ICONEXCLAMATION}}));
     EXPECT_EQ(watcher_.boxes()[1].buttons, (std::vector<int>{IDYES, IDNO}));
-    EXPECT_EQ(watcher_.boxes()[2].caption, L"fj.nolog");
-    EXPECT_EQ(watcher_.boxes()[2].text, L"既読記事の削除に失敗しました(2)");
-    EXPECT_EQ(watcher_.boxes()[2].icon, (UINT)MB_ICONEXCLAMATION);
 
     /* Before and after the failing group alike. */
     EXPECT_EQ(ReadU32(FileBytes(data_.file(L"fj.some.idx")), 16), 1u);
@@ -160,9 +153,7 @@ TEST_F(CommandTest, DeleteReadGoesOnPastAFailingGroup)
     watcher_.QueueAnswer(IDYES);
     Command(IDM_DELETE_READ);
     ASSERT_EQ(watcher_.boxes().size(), 5u);
-    EXPECT_EQ(watcher_.boxes()[4].caption, L"PELNOR");
-    EXPECT_EQ(watcher_.boxes()[4].text, L"グループ一覧が開けませんでした(2)");
-    EXPECT_EQ(watcher_.boxes()[4].icon, (UINT)MB_ICONERROR);
+    EXPECT_EQ(watcher_.seen()[4], SeenBox(L"PELNOR", L"グループ一覧が開けませんでした(2)", MB_ICONERROR));
 }
 
 } // namespace

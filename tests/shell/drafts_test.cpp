@@ -101,10 +101,7 @@ TEST_F(DraftsTest, ComposeAsksForTheNameThenTheAddress)
         ASSERT_NE(Start(), nullptr);
         watcher_.Clear();
         Command(IDM_COMPOSE);
-        ASSERT_EQ(watcher_.boxes().size(), 1u) << c.text;
-        EXPECT_EQ(watcher_.boxes()[0].caption, c.caption);
-        EXPECT_EQ(watcher_.boxes()[0].text, c.text);
-        EXPECT_EQ(watcher_.boxes()[0].icon, c.icon);
+        EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{c.caption, c.text, c.icon}}));
         EXPECT_EQ(watcher_.boxes()[0].buttons, std::vector<int>{IDOK});
         TearDown();
         SetUp();
@@ -130,10 +127,7 @@ TEST_F(DraftsTest, ChooseExeShowsThePickedProgram)
     });
     Command(IDM_CHOOSE_EXE);
     EXPECT_EQ(caption, L"Choose EXE");
-    ASSERT_EQ(watcher_.boxes().size(), 1u);
-    EXPECT_EQ(watcher_.boxes()[0].caption, L"SELECTED");
-    EXPECT_EQ(watcher_.boxes()[0].text, data_.file(L"bin\\tool.exe"));
-    EXPECT_EQ(watcher_.boxes()[0].icon, 0u);
+    EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{L"SELECTED", data_.file(L"bin\\tool.exe"), 0}}));
 }
 
 } // namespace

@@ -98,20 +98,15 @@ TEST_F(FrameTest, ViewOptionsStartAsStoredAndEachCommandMovesItsMarkAndIsStored)
     Command(IDM_VIEW_READ);
     Command(IDM_PRIORITY_LOW);
     DeleteUnmakeableParent();
-    ASSERT_EQ(watcher_.boxes().size(), 1u);
-    EXPECT_EQ(watcher_.boxes()[0].caption, L"PELNOR");
-    EXPECT_EQ(watcher_.boxes()[0].text, L"設定の保存ができませんでした(1021)");
-    EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONERROR);
+    EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{L"PELNOR", L"設定の保存ができませんでした(1021)", MB_ICONERROR}}));
     EXPECT_EQ(Marks(frame_), "10010");
 }
 
 TEST_F(FrameTest, FailedDataFolderStartUpIsReported)
 {
     ASSERT_NE(Start(data_.file(L"no-such-folder\\deeper\\")), nullptr);
-    ASSERT_EQ(watcher_.boxes().size(), 1u);
-    EXPECT_EQ(watcher_.boxes()[0].caption, L"PELNOR");
-    EXPECT_EQ(watcher_.boxes()[0].text, L"データファイルの初期化に失敗しました(3)"); /* path not found */
-    EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONERROR);
+    /* 3: path not found */
+    EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{L"PELNOR", L"データファイルの初期化に失敗しました(3)", MB_ICONERROR}}));
     EXPECT_FALSE(watcher_.boxes()[0].has_owner);
 
     /* An index of a version this program does not know is named first;
@@ -122,9 +117,7 @@ TEST_F(FrameTest, FailedDataFolderStartUpIsReported)
     wcscpy(frame_.settings.DataPath, data_.path().c_str());
     EXPECT_EQ(ReloadData(&frame_), 0);
     ASSERT_EQ(watcher_.boxes().size(), 2u);
-    EXPECT_EQ(watcher_.boxes()[0].caption, L"PELNOR");
-    EXPECT_EQ(watcher_.boxes()[0].text, L"インデックスが不正です。");
-    EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONEXCLAMATION);
+    EXPECT_EQ(watcher_.seen()[0], SeenBox(L"PELNOR", L"インデックスが不正です。", MB_ICONEXCLAMATION));
 }
 
 TEST_F(FrameTest, HasTheDeviceClientSizeAndKeepsThePaneAboveTheBar)

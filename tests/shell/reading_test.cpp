@@ -145,13 +145,8 @@ TEST_F(ReadingTest, FailuresAreShownAndTheViewStays)
     Command(IDM_VIEW_READ);
     CloseHandle(locked);
     EXPECT_TRUE(GetMenuState(frame_.subjectPopup, IDM_VIEW_READ, MF_BYCOMMAND) & MF_CHECKED);
-    ASSERT_EQ(watcher_.boxes().size(), 2u);
-    EXPECT_EQ(watcher_.boxes()[0].text, L"インデックスの初期化に失敗しました(2)");
-    EXPECT_EQ(watcher_.boxes()[1].text, L"表示の切り替えに失敗しました(32)。");
-    for (const RecordedBox &box : watcher_.boxes()) {
-        EXPECT_EQ(box.caption, L"PELNOR");
-        EXPECT_EQ(box.icon, (UINT)MB_ICONERROR);
-    }
+    EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{L"PELNOR", L"インデックスの初期化に失敗しました(2)", MB_ICONERROR},
+                                                    {L"PELNOR", L"表示の切り替えに失敗しました(32)。", MB_ICONERROR}}));
 }
 
 } // namespace

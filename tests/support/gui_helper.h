@@ -11,6 +11,7 @@
 
 #include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 struct RecordedBox {
@@ -21,6 +22,9 @@ struct RecordedBox {
     HWND owner = nullptr;
     std::vector<int> buttons; /* ids of the box's buttons, e.g. IDYES, IDNO */
 };
+
+/* What a box showed the user: caption, text and icon. */
+using SeenBox = std::tuple<std::wstring, std::wstring, UINT>;
 
 /* Watches the modal windows the calling thread opens. Message boxes are
  * recorded and answered (queued answers first, else the box's default
@@ -36,6 +40,13 @@ public:
     void QueueAnswer(int button_id) { answers_.push_back(button_id); }
     void SetDialogHandler(std::function<void(HWND dialog)> handler) { dialog_handler_ = std::move(handler); }
     const std::vector<RecordedBox> &boxes() const { return boxes_; }
+    std::vector<SeenBox> seen() const
+    {
+        std::vector<SeenBox> all;
+        for (const RecordedBox &box : boxes_)
+            all.emplace_back(box.caption, box.text, box.icon);
+        return all;
+    }
     const std::vector<std::wstring> &dialog_titles() const { return dialogs_; }
     void Clear()
     {

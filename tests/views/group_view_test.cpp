@@ -74,10 +74,7 @@ TEST_F(GroupViewTest, EmptyOrMissingGroupFile)
 {
     Create();
     EXPECT_FALSE(GroupViewReload(&view_, data_.path().c_str()));
-    ASSERT_EQ(watcher_.boxes().size(), 1u);
-    EXPECT_EQ(watcher_.boxes()[0].caption, L"GROUP");
-    EXPECT_EQ(watcher_.boxes()[0].text, L"グループ一覧が取得できませんでした(2)");
-    EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONERROR);
+    EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{L"GROUP", L"グループ一覧が取得できませんでした(2)", MB_ICONERROR}}));
 
     ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), ""));
     ASSERT_TRUE(GroupViewReload(&view_, data_.path().c_str()));
@@ -104,18 +101,16 @@ TEST_F(GroupViewTest, GroupsThatCannotBeReadAreNamedAndTheOthersShown)
     EXPECT_EQ(ListViewText(view_.list, 3, kColumnUnread), L"7");
 
     std::string many;
-    for (int i = 1; i <= 12; i++)
+    std::wstring named; /* the first ten */
+    for (int i = 1; i <= 12; i++) {
         many += "bad*" + std::to_string(i) + "\r\n";
+        named += i <= 10 ? L"\r\nbad*" + std::to_wstring(i) : L"";
+    }
     ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), many));
     EXPECT_FALSE(GroupViewReload(&view_, data_.path().c_str()));
-    ASSERT_EQ(watcher_.boxes().size(), 2u);
-    EXPECT_EQ(watcher_.boxes()[0].text, L"インデックスファイルの初期化に失敗しました(13)\r\nb.short\r\ncon");
-    EXPECT_EQ(watcher_.boxes()[1].text, L"インデックスファイルの初期化に失敗しました(123)\r\nbad*1\r\nbad*2\r\nbad*3\r\n"
-                                        L"bad*4\r\nbad*5\r\nbad*6\r\nbad*7\r\nbad*8\r\nbad*9\r\nbad*10\r\nほか2グループ");
-    for (const RecordedBox &box : watcher_.boxes()) {
-        EXPECT_EQ(box.caption, L"GROUP");
-        EXPECT_EQ(box.icon, (UINT)MB_ICONERROR);
-    }
+    const std::wstring failed = L"インデックスファイルの初期化に失敗しました";
+    EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{L"GROUP", failed + L"(13)\r\nb.short\r\ncon", MB_ICONERROR},
+                                                    {L"GROUP", failed + L"(123)" + named + L"\r\nほか2グループ", MB_ICONERROR}}));
 }
 
 /* Moving to the next group stops at the last row; a short buffer gets a
