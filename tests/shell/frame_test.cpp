@@ -24,11 +24,6 @@ std::string Marks(const AppFrame &frame)
     return marks;
 }
 
-HMENU DropDown(HWND bar, UINT button)
-{
-    return (HMENU)SendMessageW(bar, SHCMBM_GETSUBMENU, 0, button);
-}
-
 /* The pixels a window shows in its client area, row by row. */
 std::vector<COLORREF> Shown(HWND window)
 {
@@ -44,17 +39,40 @@ std::vector<COLORREF> Shown(HWND window)
 
 class FrameTest : public FrameFixture {};
 
-TEST_F(FrameTest, StartsWithTheGroupMenuBarAndMarksTheBarsOwnPopups)
+/* The check marks go to the popups the bars drop down. The frame has the
+ * device's client size, and the bar stays at its foot when it grows. */
+TEST_F(FrameTest, StartsWithTheGroupMenuBarOnTheDeviceScreenAndKeepsThePaneAboveTheBar)
 {
     HWND window = Start();
     ASSERT_NE(window, nullptr);
     EXPECT_TRUE(IsWindowVisible(frame_.groupMenuBar));
     EXPECT_FALSE(IsWindowVisible(frame_.subjectMenuBar));
     EXPECT_FALSE(IsWindowVisible(frame_.articleMenuBar));
-    /* The check marks go to the popups the bars drop down. */
-    EXPECT_EQ(frame_.subjectPopup, DropDown(frame_.subjectMenuBar, IDM_SUBJECT_POPUP));
-    EXPECT_EQ(frame_.articlePopup, DropDown(frame_.articleMenuBar, IDM_ARTICLE_POPUP));
+    EXPECT_EQ(frame_.subjectPopup, (HMENU)SendMessageW(frame_.subjectMenuBar, SHCMBM_GETSUBMENU, 0, IDM_SUBJECT_POPUP));
+    EXPECT_EQ(frame_.articlePopup, (HMENU)SendMessageW(frame_.articleMenuBar, SHCMBM_GETSUBMENU, 0, IDM_ARTICLE_POPUP));
     SaveScreenshot(window, L"frame-started");
+    for (int grow : {0, 100}) {
+        RECT outer, client, bar, pane;
+        GetWindowRect(window, &outer);
+        SetWindowPos(window, nullptr, 0, 0, outer.right - outer.left + grow, outer.bottom - outer.top + grow,
+                     SWP_NOMOVE | SWP_NOZORDER);
+        GetClientRect(window, &client);
+        EXPECT_EQ(client.right, 240 + grow);
+        EXPECT_EQ(client.bottom, 320 + grow);
+        GetWindowRect(frame_.groupMenuBar, &bar);
+        MapWindowPoints(nullptr, window, (POINT *)&bar, 2);
+        GetWindowRect(frame_.groupView->list, &pane);
+        MapWindowPoints(nullptr, window, (POINT *)&pane, 2);
+        /* The bar at the foot across the width, the pane as wide, above it. */
+        EXPECT_EQ((std::vector<LONG>{bar.left, bar.right, bar.bottom, pane.right - pane.left, pane.bottom}),
+                  (std::vector<LONG>{0, client.right, client.bottom, client.right, bar.top}));
+        /* Once the frame has painted, the bar shows what it draws when
+         * painted whole: its buttons, not the frame's background. */
+        UpdateWindow(window);
+        std::vector<COLORREF> after_resize = Shown(frame_.groupMenuBar);
+        RedrawWindow(frame_.groupMenuBar, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW);
+        EXPECT_TRUE(after_resize == Shown(frame_.groupMenuBar)) << "grown by " << grow;
+    }
 }
 
 TEST_F(FrameTest, ViewOptionsStartAsStoredAndEachCommandMovesItsMarkAndIsStored)
@@ -118,36 +136,6 @@ TEST_F(FrameTest, FailedDataFolderStartUpIsReported)
     EXPECT_EQ(ReloadData(&frame_), 0);
     ASSERT_EQ(watcher_.boxes().size(), 2u);
     EXPECT_EQ(watcher_.seen()[0], SeenBox(L"PELNOR", L"インデックスが不正です。", MB_ICONEXCLAMATION));
-}
-
-TEST_F(FrameTest, HasTheDeviceClientSizeAndKeepsThePaneAboveTheBar)
-{
-    HWND window = Start();
-    ASSERT_NE(window, nullptr);
-    for (int grow : {0, 100}) {
-        RECT outer, client, bar, pane;
-        GetWindowRect(window, &outer);
-        SetWindowPos(window, nullptr, 0, 0, outer.right - outer.left + grow, outer.bottom - outer.top + grow,
-                     SWP_NOMOVE | SWP_NOZORDER);
-        GetClientRect(window, &client);
-        EXPECT_EQ(client.right, 240 + grow);
-        EXPECT_EQ(client.bottom, 320 + grow);
-        GetWindowRect(frame_.groupMenuBar, &bar);
-        MapWindowPoints(nullptr, window, (POINT *)&bar, 2);
-        EXPECT_EQ(bar.bottom, client.bottom);
-        EXPECT_EQ(bar.right, client.right);
-        EXPECT_EQ(bar.left, 0);
-        GetWindowRect(frame_.groupView->list, &pane);
-        MapWindowPoints(nullptr, window, (POINT *)&pane, 2);
-        EXPECT_EQ(pane.right - pane.left, client.right);
-        EXPECT_EQ(pane.bottom, bar.top);
-        /* Once the frame has painted, the bar shows what it draws when
-         * painted whole: its buttons, not the frame's background. */
-        UpdateWindow(window);
-        std::vector<COLORREF> after_resize = Shown(frame_.groupMenuBar);
-        RedrawWindow(frame_.groupMenuBar, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW);
-        EXPECT_TRUE(after_resize == Shown(frame_.groupMenuBar)) << "grown by " << grow;
-    }
 }
 
 TEST_F(FrameTest, AltXExitsThroughTheAcceleratorTable)
