@@ -15,12 +15,6 @@ struct StoredGroup {
     int articles, read; /* stored articles (numbers 10 on), the first `read` of them read */
 };
 
-/* `bytes` with the 32-bit word at `at` made `value`. */
-std::string WithU32(std::string bytes, size_t at, uint32_t value)
-{
-    return bytes.replace(at, 4, U32(value));
-}
-
 class CommandTest : public FrameFixture {
 protected:
     /* The frame started over a group file of `groups`, each stored. */
@@ -49,10 +43,8 @@ protected:
     void AnswerCatchUp(bool local, bool server, bool ok = true)
     {
         watcher_.SetDialogHandler([=](HWND dialog) {
-            if (local)
-                CheckDlgButton(dialog, IDC_CATCHUP_LOCAL, BST_CHECKED);
-            if (server)
-                CheckDlgButton(dialog, IDC_CATCHUP_SERVER, BST_CHECKED);
+            CheckDlgButton(dialog, IDC_CATCHUP_LOCAL, local ? BST_CHECKED : BST_UNCHECKED);
+            CheckDlgButton(dialog, IDC_CATCHUP_SERVER, server ? BST_CHECKED : BST_UNCHECKED);
             PostMessageW(dialog, WM_COMMAND, ok ? IDOK : IDCANCEL, 0);
         });
     }
@@ -90,9 +82,9 @@ TEST_F(CommandTest, CatchUpLocalThenServerCancelAndFailure)
 {
     Start({{L"fj.a", 2, 0}, {L"fj.b", 3, 1}});
     /* Here: every record's read bit and unread 0, nothing else. */
-    std::string expected = WithU32(FileBytes(data_.file(L"fj.b.idx")), 88, 0);
+    std::string expected = FileBytes(data_.file(L"fj.b.idx")).replace(88, 4, U32(0));
     for (size_t at = 100; at < expected.size(); at += 92)
-        expected = WithU32(expected, at, ReadU32(expected, at) | 1);
+        expected.replace(at, 4, U32(ReadU32(expected, at) | 1));
     SelectRow(1);
     AnswerCatchUp(true, false);
     Command(IDM_CATCHUP);
@@ -108,7 +100,7 @@ TEST_F(CommandTest, CatchUpLocalThenServerCancelAndFailure)
      * articles stay unread). */
     AnswerCatchUp(false, true);
     Command(IDM_CATCHUP);
-    EXPECT_EQ(FileBytes(data_.file(L"fj.a.idx")), WithU32(before, 4, 0xFFFFFFFFu));
+    EXPECT_EQ(FileBytes(data_.file(L"fj.a.idx")), std::string(before).replace(4, 4, U32(0xFFFFFFFFu)));
     EXPECT_EQ(ListViewText(list_, 0, 4), L"Catchup");
     EXPECT_TRUE(watcher_.boxes().empty());
 
