@@ -8,6 +8,7 @@
 #include "support/registry_fixture.h"
 #include "support/store_bytes.h"
 #include "support/temp_folder.h"
+#include "view_parent.h"
 #include "views/group_view.h"
 
 namespace {
@@ -17,20 +18,14 @@ protected:
     void SetUp() override
     {
         DeletePelnorKey();
-        parent_ = CreateWindowExW(0, L"STATIC", L"parent", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 400, 300,
-                                  nullptr, nullptr, nullptr, nullptr);
         GroupViewInit(&view_);
     }
-    void TearDown() override
-    {
-        DestroyWindow(parent_);
-        DeletePelnorKey();
-    }
+    void TearDown() override { DeletePelnorKey(); }
 
     void Create()
     {
         RECT rc = {0, 0, 400, 250};
-        ASSERT_TRUE(GroupViewCreate(&view_, parent_, L"Group", &rc, IDC_GROUP_VIEW, GetModuleHandleW(nullptr)));
+        ASSERT_TRUE(GroupViewCreate(&view_, parent_.window, L"Group", &rc, IDC_GROUP_VIEW, GetModuleHandleW(nullptr)));
     }
 
     void WriteIndex(const wchar_t *group, const HeaderFields &header)
@@ -42,7 +37,7 @@ protected:
     int Focused() { return (int)SendMessageW(view_.list, LVM_GETNEXTITEM, (WPARAM)-1, LVNI_FOCUSED); }
 
     TempFolder data_;
-    HWND parent_ = nullptr;
+    ViewParent parent_;
     GroupView view_;
     ModalWatcher watcher_;
 };
