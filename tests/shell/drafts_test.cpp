@@ -54,7 +54,6 @@ TEST_F(DraftsTest, PaneFilesDraftsUnderTheirFoldersAndIsRefilledWhenShown)
     ASSERT_TRUE(CreateDirectoryW(Draft(L"folder.txt").c_str(), nullptr));
 
     Command(IDM_DRAFTS_VIEW);
-    EXPECT_EQ(frame_.currentView, kDraftsView);
     EXPECT_TRUE(IsWindowVisible(Tree()));
     EXPECT_FALSE(IsWindowVisible(frame_.groupView->list));
     EXPECT_TRUE(IsWindowVisible(frame_.draftsMenuBar));
@@ -71,7 +70,7 @@ TEST_F(DraftsTest, PaneFilesDraftsUnderTheirFoldersAndIsRefilledWhenShown)
     SaveScreenshot(frame_.mainWindow, L"drafts-pane");
 
     Command(IDM_DRAFTS_GROUPS);
-    EXPECT_EQ(frame_.currentView, kGroupView);
+    EXPECT_TRUE(IsWindowVisible(frame_.groupView->list));
     EXPECT_FALSE(IsWindowVisible(Tree()));
     EXPECT_FALSE(IsWindowVisible(frame_.draftsMenuBar));
 
@@ -113,9 +112,7 @@ TEST_F(DraftsTest, ChooseExeShowsThePickedProgram)
     ASSERT_NE(Start(), nullptr);
     ASSERT_TRUE(CreateDirectoryW(data_.file(L"bin").c_str(), nullptr));
     ASSERT_TRUE(WriteFileBytes(data_.file(L"bin\\tool.exe"), "MZ"));
-    std::wstring caption;
     watcher_.SetDialogHandler([&](HWND dialog) {
-        caption = WindowText(dialog);
         RunSoon([&, dialog] {
             HWND tree = GetDlgItem(dialog, IDC_CHOOSER_TREE);
             HTREEITEM bin = OpenTreeTo(tree, data_.file(L"bin\\"));
@@ -126,7 +123,6 @@ TEST_F(DraftsTest, ChooseExeShowsThePickedProgram)
         });
     });
     Command(IDM_CHOOSE_EXE);
-    EXPECT_EQ(caption, L"Choose EXE");
     EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{L"SELECTED", data_.file(L"bin\\tool.exe"), 0}}));
 }
 

@@ -55,12 +55,6 @@ protected:
     {
         SendMessageW(view_.window, msg, MK_LBUTTON, MAKELPARAM(30, view_.rows.top + (int)row * 14 + 2));
     }
-    std::wstring Subject(DWORD row)
-    {
-        wchar_t text[64];
-        SubjectViewCellText(&view_, row, kColumnSubject, text, 64);
-        return text;
-    }
     COLORREF Pixel(int x, DWORD row, int y)
     {
         return GetPixel(ScopedGetDC(view_.window), x,
@@ -150,7 +144,7 @@ TEST_F(SubjectViewTest, KeysPageAndScrollAsTheyShould)
     UpdateWindow(view_.window);
     SendKey(view_.window, VK_DOWN);
     EXPECT_EQ(view_.list.first_row, 2u);
-    EXPECT_EQ(Subject(view_.cursor), L"a11");
+    EXPECT_EQ(view_.cursor, 9u); /* a11 */
     UpdateWindow(view_.window);
     Tap(0);
     SendKey(view_.window, VK_UP);
