@@ -86,40 +86,35 @@ TEST(DataFolder, IndexThatDoesNotFitItsLogIsRebuiltFromIt)
     /* A body line may be of any length. */
     const auto [long_log, long_records] = group_of(std::string(100000, 'x') + "\r\n");
     HeaderFields stored{5, 12, 20, 0, 3, 2, "200 ok", 0, 0, 0};
-    auto index_of = [](HeaderFields h, const std::vector<RecordFields> &rs) {
-        std::string bytes;
-        for (const RecordFields &r : rs)
-            bytes += RecordBytes(r);
-        return HeaderBytes(h) + bytes;
+    /* Header `h` over the first `n` records, unread if `rebuilt`. */
+    auto index_of = [](HeaderFields h, std::vector<RecordFields> rs, size_t n = 3, bool rebuilt = true) {
+        std::string bytes = HeaderBytes(h);
+        for (size_t i = 0; i < n; i++) {
+            rs[i].flags = rebuilt ? 0 : rs[i].flags;
+            bytes += RecordBytes(rs[i]);
+        }
+        return bytes;
     };
     std::vector<RecordFields> overlapping = records;
     overlapping[2].offset -= 4;
-    std::vector<RecordFields> two_unread = {records[0], records[1]};
-    two_unread[0].flags = two_unread[1].flags = 0;
-    std::vector<RecordFields> two_long_unread = {long_records[0], long_records[1]};
-    two_long_unread[0].flags = two_long_unread[1].flags = 0;
-    std::vector<RecordFields> three_unread = records;
-    for (RecordFields &r : three_unread)
-        r.flags = 0;
     const struct {
         const char *what;
         std::string log;
         std::vector<RecordFields> records;
         std::string expected;
     } cases[] = {
-        {"fits", log, records, index_of(stored, records)},
-        {"cut short", log.substr(0, log.size() - 5), records,
-         index_of({5, 8, 20, 0, 2, 0, "200 ok", 2, 0, 0}, two_unread)},
+        {"fits", log, records, index_of(stored, records, 3, false)},
+        {"cut short", log.substr(0, log.size() - 5), records, index_of({5, 8, 20, 0, 2, 0, "200 ok", 2}, records, 2)},
         {"cut short after a long line", long_log.substr(0, long_log.size() - 5), long_records,
-         index_of({5, 8, 20, 0, 2, 0, "200 ok", 2, 0, 0}, two_long_unread)},
-        {"emptied", "", records, index_of({5, 0, 20, 0, 0, 0, "200 ok", 0, 0, 0}, {})},
-        {"overlapping", log, overlapping, index_of({5, 9, 20, 0, 3, 0, "200 ok", 3, 0, 0}, three_unread)},
+         index_of({5, 8, 20, 0, 2, 0, "200 ok", 2}, long_records, 2)},
+        {"emptied", "", records, index_of({5, 0, 20, 0, 0, 0, "200 ok", 0}, records, 0)},
+        {"overlapping", log, overlapping, index_of({5, 9, 20, 0, 3, 0, "200 ok", 3}, records)},
     };
     for (const auto &c : cases) {
         TempFolder folder;
         ASSERT_TRUE(WriteFileBytes(folder.file(L"group.dat"), "fj.a\r\n"));
         ASSERT_TRUE(WriteFileBytes(folder.file(L"fj.a.log"), c.log));
-        ASSERT_TRUE(WriteFileBytes(folder.file(L"fj.a.idx"), index_of(stored, c.records)));
+        ASSERT_TRUE(WriteFileBytes(folder.file(L"fj.a.idx"), index_of(stored, c.records, 3, false)));
         int unknown_version;
         ASSERT_TRUE(StartDataFolder(folder.path().c_str(), &unknown_version)) << c.what;
         EXPECT_EQ(FileBytes(folder.file(L"fj.a.idx")), c.expected) << c.what;
