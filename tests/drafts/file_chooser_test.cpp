@@ -129,7 +129,6 @@ TEST_F(FileChooserTest, APathBeyond260CharactersIsRefusedWithAMessageNeverCut)
         deep += std::wstring(40, L'd') + L"\\";
     std::wstring last = deep + std::wstring(250 - deep.size() - 1, L'e') + L"\\"; /* 250: still listed */
     std::wstring too_long = last + std::wstring(20, L'f') + L"\\";
-    ASSERT_GT(too_long.size(), 260u);
     for (size_t at = folder_.path().size(); (at = too_long.find(L'\\', at)) != std::wstring::npos; at++)
         CreateDirectoryW((L"\\\\?\\" + too_long.substr(0, at)).c_str(), nullptr);
     SetFileChooserDrive(&chooser_, folder_.path().c_str());

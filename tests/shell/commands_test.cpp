@@ -34,11 +34,6 @@ protected:
         list_ = frame_.groupView->list;
     }
 
-    void SelectRow(int row)
-    {
-        ListView_SetItemState(list_, row, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
-    }
-
     /* Answers the catch-up dialog with the two boxes and OK, or Cancel. */
     void AnswerCatchUp(bool local, bool server, bool ok = true)
     {
@@ -85,13 +80,13 @@ TEST_F(CommandTest, CatchUpLocalThenServerCancelAndFailure)
     std::string expected = FileBytes(data_.file(L"fj.b.idx")).replace(88, 4, U32(0));
     for (size_t at = 100; at < expected.size(); at += 92)
         expected.replace(at, 4, U32(ReadU32(expected, at) | 1));
-    SelectRow(1);
+    ListView_SetItemState(list_, 1, LVIS_SELECTED, LVIS_SELECTED);
     AnswerCatchUp(true, false);
     Command(IDM_CATCHUP);
     EXPECT_EQ(FileBytes(data_.file(L"fj.b.idx")), expected);
     EXPECT_EQ(ListViewText(list_, 1, 1), L"0");
 
-    SelectRow(0);
+    ListView_SetItemState(list_, 0, LVIS_SELECTED, LVIS_SELECTED);
     std::string before = FileBytes(data_.file(L"fj.a.idx"));
     AnswerCatchUp(true, true, false); /* Cancel */
     Command(IDM_CATCHUP);
@@ -106,7 +101,7 @@ TEST_F(CommandTest, CatchUpLocalThenServerCancelAndFailure)
 
     /* An unreadable index is reported before any dialog. */
     ASSERT_TRUE(WriteFileBytes(data_.file(L"fj.a.idx"), "short"));
-    SelectRow(0);
+    ListView_SetItemState(list_, 0, LVIS_SELECTED, LVIS_SELECTED);
     Command(IDM_CATCHUP);
     EXPECT_EQ(watcher_.dialog_titles().size(), 3u);
     EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{L"PELNOR", L"インデックスの初期化に失敗しました(13)", MB_ICONERROR}}));

@@ -325,15 +325,6 @@ BOOL CALLBACK CheckFit(HWND control, LPARAM out)
     return TRUE;
 }
 
-} // namespace
-
-std::vector<std::wstring> CutTexts(HWND window)
-{
-    std::vector<std::wstring> cut;
-    EnumChildWindows(window, CheckFit, (LPARAM)&cut);
-    return cut;
-}
-
 std::wstring TreeItemText(HWND tree, HTREEITEM item)
 {
     wchar_t text[MAX_PATH] = L"";
@@ -344,6 +335,15 @@ std::wstring TreeItemText(HWND tree, HTREEITEM item)
     query.cchTextMax = MAX_PATH;
     SendMessageW(tree, TVM_GETITEMW, 0, (LPARAM)&query);
     return text;
+}
+
+} // namespace
+
+std::vector<std::wstring> CutTexts(HWND window)
+{
+    std::vector<std::wstring> cut;
+    EnumChildWindows(window, CheckFit, (LPARAM)&cut);
+    return cut;
 }
 
 std::vector<std::wstring> TreeChildren(HWND tree, HTREEITEM parent)

@@ -100,10 +100,9 @@ int ListViewRowCount(HWND list);
 /* The first row whose first column reads `text`, or -1. */
 int ListViewRow(HWND list, const std::wstring &text);
 
-/* The file chooser's tree: an item's text; the children's texts ("name/"
- * for a folder); the folder of `path` (drive and trailing backslash
- * included) reached by expanding each level as the user taps it, or null. */
-std::wstring TreeItemText(HWND tree, HTREEITEM item);
+/* The file chooser's tree: the children's texts ("name/" for a folder);
+ * the folder of `path` (drive and trailing backslash included) reached by
+ * expanding each level as the user taps it, or null. */
 std::vector<std::wstring> TreeChildren(HWND tree, HTREEITEM parent);
 HTREEITEM TreeChild(HWND tree, HTREEITEM parent, const std::wstring &name);
 HTREEITEM OpenTreeTo(HWND tree, const std::wstring &path);
