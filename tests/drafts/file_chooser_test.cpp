@@ -22,13 +22,7 @@ protected:
     /* Runs the chooser; `act` works the dialog once it shows. */
     int Run(const wchar_t *pattern, std::function<void(HWND dialog, HWND tree)> act)
     {
-        watcher_.SetDialogHandler([&](HWND dialog) {
-            RunSoon([&, dialog] {
-                act(dialog, GetDlgItem(dialog, IDC_CHOOSER_TREE));
-                if (IsWindow(dialog)) /* a failed step must not leave it open */
-                    PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
-            });
-        });
+        watcher_.WorkDialogs([&](HWND dialog) { act(dialog, GetDlgItem(dialog, IDC_CHOOSER_TREE)); });
         return RunFileChooser(&chooser_, GetModuleHandleW(nullptr), nullptr,
                               pattern ? L"Choose Editor" : L"Choose folder", pattern);
     }

@@ -62,15 +62,10 @@ protected:
      * from it (the file chooser) go to `chooser`. */
     int Run(std::function<void(HWND sheet)> act, std::function<void(HWND dialog)> chooser = nullptr)
     {
-        watcher_.SetDialogHandler([&](HWND dialog) {
+        watcher_.WorkDialogs([&](HWND dialog) {
             /* The sheet is told by its tabs: its caption is set after it shows. */
-            std::function<void(HWND)> work = PropSheet_GetTabControl(dialog) ? act : chooser;
-            if (work)
-                RunSoon([work, dialog] {
-                    work(dialog);
-                    if (IsWindow(dialog)) /* a failed step must not leave it open */
-                        PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
-                });
+            if (const auto &work = PropSheet_GetTabControl(dialog) ? act : chooser)
+                work(dialog);
         });
         return RunSettingsSheet(&settings_, GetModuleHandleW(nullptr), nullptr);
     }
@@ -107,7 +102,8 @@ TEST_F(SettingsSheetTest, MainPageRefusesEachBadFieldAndKeepsThePageThenSavesWha
         EXPECT_EQ(Run([&](HWND sheet) {
                       HWND page = CurrentPage(sheet);
                       FillMain(page, c.server, c.port, *c.folder == L'n' ? data_.file(c.folder) : c.folder, c.limit);
-                      kept_on_leave = GoTo(sheet, kAuth) == page && TabCtrl_GetCurSel(PropSheet_GetTabControl(sheet)) == kMain;
+                      kept_on_leave = GoTo(sheet, kAuth) == page &&
+                                      TabCtrl_GetCurSel(PropSheet_GetTabControl(sheet)) == kMain;
                       ClickButton(sheet, IDOK);
                       kept_on_ok = IsWindow(sheet) && CurrentPage(sheet) == page;
                       marked = MarkedForCorrection(page, c.failing);

@@ -112,15 +112,10 @@ TEST_F(DraftsTest, ChooseExeShowsThePickedProgram)
     ASSERT_NE(Start(), nullptr);
     ASSERT_TRUE(CreateDirectoryW(data_.file(L"bin").c_str(), nullptr));
     ASSERT_TRUE(WriteFileBytes(data_.file(L"bin\\tool.exe"), "MZ"));
-    watcher_.SetDialogHandler([&](HWND dialog) {
-        RunSoon([&, dialog] {
-            HWND tree = GetDlgItem(dialog, IDC_CHOOSER_TREE);
-            HTREEITEM bin = OpenTreeTo(tree, data_.file(L"bin\\"));
-            TreeView_SelectItem(tree, TreeChild(tree, bin, L"tool.exe"));
-            ClickButton(dialog, IDC_CHOOSER_OK);
-            if (IsWindow(dialog))
-                PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
-        });
+    watcher_.WorkDialogs([&](HWND dialog) {
+        HWND tree = GetDlgItem(dialog, IDC_CHOOSER_TREE);
+        TreeView_SelectItem(tree, TreeChild(tree, OpenTreeTo(tree, data_.file(L"bin\\")), L"tool.exe"));
+        ClickButton(dialog, IDC_CHOOSER_OK);
     });
     Command(IDM_CHOOSE_EXE);
     EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{L"SELECTED", data_.file(L"bin\\tool.exe"), 0}}));

@@ -104,11 +104,9 @@ TEST_F(ReadingTest, KeywordsResortTheOpenGroup)
     Key(VK_DOWN);
     Key(VK_DOWN);
     /* The cursor's subject, high: the open group is filtered and sorted again. */
-    watcher_.SetDialogHandler([=](HWND d) {
-        RunSoon([=] {
-            ClickButton(d, IDC_KEYWORD_HIGH);
-            ClickButton(d, IDOK);
-        });
+    watcher_.WorkDialogs([](HWND d) {
+        ClickButton(d, IDC_KEYWORD_HIGH);
+        ClickButton(d, IDOK);
     });
     Command(IDM_FILTER);
     wchar_t first[64];

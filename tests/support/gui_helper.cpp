@@ -96,6 +96,17 @@ void ModalWatcher::Activated(HWND window)
     PostMessageW(window, WM_COMMAND, MAKEWPARAM(answer, BN_CLICKED), (LPARAM)GetDlgItem(window, answer));
 }
 
+void ModalWatcher::WorkDialogs(std::function<void(HWND dialog)> act)
+{
+    SetDialogHandler([act](HWND dialog) {
+        RunSoon([act, dialog] {
+            act(dialog);
+            if (IsWindow(dialog))
+                PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+        });
+    });
+}
+
 void PumpPending(HWND accel_window, HACCEL accel)
 {
     MSG msg;

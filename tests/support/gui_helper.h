@@ -39,6 +39,9 @@ public:
 
     void QueueAnswer(int button_id) { answers_.push_back(button_id); }
     void SetDialogHandler(std::function<void(HWND dialog)> handler) { dialog_handler_ = std::move(handler); }
+    /* A dialog handler that works each dialog with `act` once it shows (see
+     * RunSoon) and cancels one left open, so a failed step never hangs. */
+    void WorkDialogs(std::function<void(HWND dialog)> act);
     const std::vector<RecordedBox> &boxes() const { return boxes_; }
     std::vector<SeenBox> seen() const
     {

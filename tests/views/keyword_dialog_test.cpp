@@ -20,19 +20,17 @@ protected:
     {
         if (!before.empty())
             WriteFileBytes(path_, before);
-        watcher_.SetDialogHandler([&](HWND dialog) {
-            RunSoon([&, dialog] {
-                HWND combo = GetDlgItem(dialog, IDC_KEYWORD);
-                items_.clear();
-                for (int i = 0; i < (int)SendMessageW(combo, CB_GETCOUNT, 0, 0); i++) {
-                    wchar_t text[256];
-                    SendMessageW(combo, CB_GETLBTEXT, i, (LPARAM)text);
-                    items_.push_back(std::wstring(text) + L"=" +
-                                     std::to_wstring(SendMessageW(combo, CB_GETITEMDATA, i, 0)));
-                }
-                selected_ = (int)SendMessageW(combo, CB_GETCURSEL, 0, 0);
-                act(dialog);
-            });
+        watcher_.WorkDialogs([&](HWND dialog) {
+            HWND combo = GetDlgItem(dialog, IDC_KEYWORD);
+            items_.clear();
+            for (int i = 0; i < (int)SendMessageW(combo, CB_GETCOUNT, 0, 0); i++) {
+                wchar_t text[256];
+                SendMessageW(combo, CB_GETLBTEXT, i, (LPARAM)text);
+                items_.push_back(std::wstring(text) + L"=" +
+                                 std::to_wstring(SendMessageW(combo, CB_GETITEMDATA, i, 0)));
+            }
+            selected_ = (int)SendMessageW(combo, CB_GETCURSEL, 0, 0);
+            act(dialog);
         });
         KeywordDialogState state;
         return RunKeywordDialog(&state, GetModuleHandleW(nullptr), nullptr, path_.c_str(), proposed);
