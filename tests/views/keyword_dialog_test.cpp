@@ -35,11 +35,6 @@ protected:
         KeywordDialogState state;
         return RunKeywordDialog(&state, GetModuleHandleW(nullptr), nullptr, path_.c_str(), proposed);
     }
-    static void Pick(HWND dialog, int index)
-    {
-        SendDlgItemMessageW(dialog, IDC_KEYWORD, CB_SETCURSEL, index, 0);
-        SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(IDC_KEYWORD, CBN_SELCHANGE), 0);
-    }
 
     TempFolder data_;
     std::wstring path_ = data_.file(L"fj.a.flt");
@@ -66,7 +61,8 @@ TEST_F(KeywordDialogTest, OkWritesTheWholeListCancelNothing)
          "- alpha\r\n+ beta\r\n+ \x8B\x9E\x93\x73\r\n"},
         {"existing made normal",
          [](HWND d) {
-             Pick(d, 1);
+             SendDlgItemMessageW(d, IDC_KEYWORD, CB_SETCURSEL, 1, 0); /* beta */
+             SendMessageW(d, WM_COMMAND, MAKEWPARAM(IDC_KEYWORD, CBN_SELCHANGE), 0);
              EXPECT_TRUE(IsDlgButtonChecked(d, IDC_KEYWORD_HIGH));
              ClickButton(d, IDC_KEYWORD_NORMAL);
          },
