@@ -112,19 +112,15 @@ TEST_F(SettingsTest, HandEditedValuesLoadAndSaveBack)
     SetPelnorString(L"UserName", L"  \t ");
     SetPelnorString(L"MailAddress", L"\t");
     SetPelnorString(L"Organization", L" \t");
-    SetPelnorString(L"Password", L"secret");
     SetPelnorDword(L"FontSizeA", 0xFFFFFFFF);
     Record r;
     ASSERT_EQ(r.Load(), 1);
     EXPECT_EQ(r->MailAddress, nullptr);
     EXPECT_STREQ(r->Organization, " \t"); /* blank, but no mail address beside it */
-    EXPECT_STREQ(r->Password, "secret");
     EXPECT_EQ(r->ArticleFont, nullptr);
     ASSERT_EQ(SaveSettings(&r.s), 1);
     EXPECT_EQ(PelnorValue(L"Port"), DwordValue(0));
     EXPECT_EQ(PelnorValue(L"UserName"), TextValue(L""));
-    EXPECT_EQ(PelnorValue(L"UserID"), StoredValue{});
-    EXPECT_EQ(PelnorValue(L"Password"), StoredValue{});
     EXPECT_EQ(PelnorValue(L"DataPath"), TextValue(L"\\Storage\\news\\")); /* no second backslash */
 
     /* Beside a mail address a blank organisation is none, an absent one too. */
