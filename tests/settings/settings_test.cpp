@@ -97,9 +97,7 @@ TEST_F(SettingsTest, DefaultsAndFullRoundTripInEachValuesType)
                  "\x83\x7D\x83\x8D\x83\x45\x83\x72\x81\x5B\x8A\x94\x8E\xAE\x89\xEF\x8E\xD0 \xC3\xBD\xC4");
     EXPECT_STREQ(r->DraftPath, L"\\Storage\\news\\\\draft\\");
     DeletePelnorKey();
-    wcscpy(r->DataPath, L"\\Storage\\news");
     ASSERT_EQ(SaveSettings(&r.s), 1) << GetLastError();
-    EXPECT_STREQ(r->DataPath, L"\\Storage\\news\\");
     expect_saved(true);
 }
 
@@ -121,7 +119,6 @@ TEST_F(SettingsTest, HandEditedValuesLoadAndSaveBack)
     ASSERT_EQ(SaveSettings(&r.s), 1);
     EXPECT_EQ(PelnorValue(L"Port"), DwordValue(0));
     EXPECT_EQ(PelnorValue(L"UserName"), TextValue(L""));
-    EXPECT_EQ(PelnorValue(L"DataPath"), TextValue(L"\\Storage\\news\\")); /* no second backslash */
 
     /* Beside a mail address a blank organisation is none, an absent one too. */
     SetPelnorString(L"MailAddress", L"yamada@example.jp");
