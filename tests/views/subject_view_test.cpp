@@ -49,7 +49,6 @@ protected:
         SubjectViewShow(&view_, SW_SHOW);
         ASSERT_TRUE(SubjectViewOpenGroup(&view_, data_.path().c_str(), L"fj.a"));
         UpdateWindow(view_.window);
-        ASSERT_EQ(view_.list.page_size, 10u);
     }
     void Tap(DWORD row, UINT msg = WM_LBUTTONDOWN)
     {
