@@ -8,8 +8,8 @@
 
 #include <windows.h>
 #include <commctrl.h>
+#include <stdlib.h>
 
-#include <sstream>
 #include <string>
 
 #include "resources/resource.h"
@@ -26,9 +26,7 @@ protected:
     void SetUp() override
     {
         FrameFixture::SetUp();
-        std::istringstream ports(FileBytes(inn_ + L"\\ports"));
-        int port = 0;
-        ports >> port;
+        int port = atoi(FileBytes(inn_ + L"\\ports").c_str()); /* the reader port comes first */
         ASSERT_NE(port, 0) << "INN fixture (tools/inn/e2e.sh) not running";
         SeedCompleteSettings(data_.path());
         SetPelnorDword(L"Port", (DWORD)port);

@@ -92,7 +92,6 @@ TEST_F(SettingsTest, DefaultsAndFullRoundTripInEachValuesType)
     EXPECT_STREQ(r->UserID, "\x95\x5C\x8E\xA6" "user"); /* the texts in code page 932 */
     EXPECT_STREQ(r->Password, "pa\x97\x5C\x92\xE8\x95\x5C" "ss");
     EXPECT_STREQ(r->UserName, "\x8E\x52\x93\x63\x91\xBE\x98\x59");
-    EXPECT_STREQ(r->MailAddress, "yamada@example.jp");
     EXPECT_STREQ(r->Organization,
                  "\x83\x7D\x83\x8D\x83\x45\x83\x72\x81\x5B\x8A\x94\x8E\xAE\x89\xEF\x8E\xD0 \xC3\xBD\xC4");
     EXPECT_STREQ(r->DraftPath, L"\\Storage\\news\\\\draft\\");

@@ -173,11 +173,8 @@ TEST_F(ArticleViewTest, KeysScrollByPageOrLineAndMoveOn)
     SendKey(view_.window, VK_DOWN);
     SendKey(view_.window, VK_DOWN);
     EXPECT_EQ(view_.top_line, 16u);
-}
 
-/* A text shorter than a page moves on with the first page key. */
-TEST_F(ArticleViewTest, ShortTextMovesOnAtOnce)
-{
+    /* A text shorter than a page moves on with the first page key. */
     view_.auto_next = 1;
     Show(L"From: a\r\n\r\nshort\r\n");
     ViewParent::notices().clear();
