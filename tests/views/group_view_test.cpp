@@ -105,9 +105,10 @@ TEST_F(GroupViewTest, GroupsThatCannotBeReadAreNamedAndTheOthersShown)
                                                     {L"GROUP", failed + L"(123)" + named + L"\r\nほか2グループ", MB_ICONERROR}}));
 }
 
-/* Moving to the next group stops at the last row; a short buffer gets a
- * cut, terminated name; with no row selected both report failure. */
-TEST_F(GroupViewTest, SelectNextAndSelectedName)
+/* Moving to the next group stops at the last row; with no row selected it
+ * fails. (The selected group's name and row are the catch-up command's
+ * test.) */
+TEST_F(GroupViewTest, SelectNextStopsAtTheLastRow)
 {
     ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "one\r\ntwo\r\n"));
     WriteIndex(L"one", HeaderFields());
@@ -121,13 +122,7 @@ TEST_F(GroupViewTest, SelectNextAndSelectedName)
     ASSERT_TRUE(GroupViewSelectNext(&view_, &moved));
     EXPECT_EQ(moved, 0);
     EXPECT_EQ(Selected(), 1);
-    wchar_t tiny[3];
-    int row = -1;
-    ASSERT_TRUE(GroupViewSelected(&view_, tiny, 3, &row));
-    EXPECT_STREQ(tiny, L"tw");
-    EXPECT_EQ(row, 1);
     ListView_SetItemState(view_.list, -1, 0, LVIS_SELECTED);
-    EXPECT_FALSE(GroupViewSelected(&view_, tiny, 3, nullptr));
     EXPECT_FALSE(GroupViewSelectNext(&view_, &moved));
 }
 
