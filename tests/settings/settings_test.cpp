@@ -44,9 +44,7 @@ protected:
 };
 
 /* Each value as the defaults save it, and as a full set comes back from a
- * load and a save. (No login or poster's name by default is the download's
- * and the compose command's test; the drafts folder under the data folder
- * is the drafts pane's.) */
+ * load and a save (absent texts and the drafts folder: their users' tests). */
 TEST_F(SettingsTest, DefaultsAndFullRoundTripInEachValuesType)
 {
     const struct { const wchar_t *name; StoredValue defaults, full; } values[] = {
