@@ -16,12 +16,6 @@
 
 namespace {
 
-HWND SheetPage(HWND sheet, int index)
-{
-    PropSheet_SetCurSel(sheet, nullptr, index);
-    return (HWND)SendMessageW(sheet, PSM_GETCURRENTPAGEHWND, 0, 0);
-}
-
 LONG FontHeight(HFONT font)
 {
     LOGFONTW made = {};
@@ -40,11 +34,13 @@ TEST_F(PropertiesTest, MenuPropertiesUsesAChangedDataFolderAndLookAtOnce)
     HWND sheet_owner = nullptr;
     watcher_.WorkDialogs([&](HWND sheet) {
         sheet_owner = GetWindow(sheet, GW_OWNER);
-        SetDlgItemTextW(SheetPage(sheet, 0), IDC_MAIN_FOLDER, other.path().c_str());
-        HWND chars = SheetPage(sheet, 4);
+        SetDlgItemTextW(PropSheet_GetCurrentPageHwnd(sheet), IDC_MAIN_FOLDER, other.path().c_str());
+        PropSheet_SetCurSel(sheet, nullptr, 4); /* characters */
+        HWND chars = PropSheet_GetCurrentPageHwnd(sheet);
         SendDlgItemMessageW(chars, IDC_CHARS_SUBJECT_SIZE, CB_SETCURSEL, 10 - 8, 0);
         SendDlgItemMessageW(chars, IDC_CHARS_ARTICLE_SIZE, CB_SETCURSEL, 16 - 8, 0);
-        HWND colour = SheetPage(sheet, 5);
+        PropSheet_SetCurSel(sheet, nullptr, 5); /* colours */
+        HWND colour = PropSheet_GetCurrentPageHwnd(sheet);
         SendMessageW(colour, WM_HSCROLL, MAKEWPARAM(SB_THUMBTRACK, 200), (LPARAM)GetDlgItem(colour, IDC_COLOUR_RED));
         ClickButton(sheet, IDOK);
     });
