@@ -320,8 +320,7 @@ TEST_F(SettingsSheetTest, EveryPageShowsItsWholeTextsAndIsPictured)
     EXPECT_EQ(Run([&](HWND sheet) {
                   RECT outer;
                   GetWindowRect(sheet, &outer);
-                  EXPECT_LE(outer.right - outer.left, 240); /* the device's screen */
-                  EXPECT_LE(outer.bottom - outer.top, 320);
+                  EXPECT_TRUE(outer.right - outer.left <= 240 && outer.bottom - outer.top <= 320); /* the device's */
                   for (int page = kMain; page <= kPosting; page++) {
                       GoTo(sheet, page);
                       UpdateWindow(sheet);
