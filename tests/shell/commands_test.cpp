@@ -15,12 +15,6 @@ struct StoredGroup {
     int articles, read; /* stored articles (numbers 10 on), the first `read` of them read */
 };
 
-/* `bytes` with the 32-bit word at `at` made `value`. */
-std::string WithU32(std::string bytes, size_t at, uint32_t value)
-{
-    return bytes.replace(at, 4, U32(value));
-}
-
 class CommandTest : public FrameFixture {
 protected:
     /* The frame started over a group file of `groups`, each stored. */
@@ -40,19 +34,12 @@ protected:
         list_ = frame_.groupView->list;
     }
 
-    void SelectRow(int row)
-    {
-        ListView_SetItemState(list_, row, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
-    }
-
     /* Answers the catch-up dialog with the two boxes and OK, or Cancel. */
     void AnswerCatchUp(bool local, bool server, bool ok = true)
     {
         watcher_.SetDialogHandler([=](HWND dialog) {
-            if (local)
-                CheckDlgButton(dialog, IDC_CATCHUP_LOCAL, BST_CHECKED);
-            if (server)
-                CheckDlgButton(dialog, IDC_CATCHUP_SERVER, BST_CHECKED);
+            CheckDlgButton(dialog, IDC_CATCHUP_LOCAL, local ? BST_CHECKED : BST_UNCHECKED);
+            CheckDlgButton(dialog, IDC_CATCHUP_SERVER, server ? BST_CHECKED : BST_UNCHECKED);
             PostMessageW(dialog, WM_COMMAND, ok ? IDOK : IDCANCEL, 0);
         });
     }
@@ -90,16 +77,16 @@ TEST_F(CommandTest, CatchUpLocalThenServerCancelAndFailure)
 {
     Start({{L"fj.a", 2, 0}, {L"fj.b", 3, 1}});
     /* Here: every record's read bit and unread 0, nothing else. */
-    std::string expected = WithU32(FileBytes(data_.file(L"fj.b.idx")), 88, 0);
+    std::string expected = FileBytes(data_.file(L"fj.b.idx")).replace(88, 4, U32(0));
     for (size_t at = 100; at < expected.size(); at += 92)
-        expected = WithU32(expected, at, ReadU32(expected, at) | 1);
-    SelectRow(1);
+        expected.replace(at, 4, U32(ReadU32(expected, at) | 1));
+    ListView_SetItemState(list_, 1, LVIS_SELECTED, LVIS_SELECTED);
     AnswerCatchUp(true, false);
     Command(IDM_CATCHUP);
     EXPECT_EQ(FileBytes(data_.file(L"fj.b.idx")), expected);
     EXPECT_EQ(ListViewText(list_, 1, 1), L"0");
 
-    SelectRow(0);
+    ListView_SetItemState(list_, 0, LVIS_SELECTED, LVIS_SELECTED);
     std::string before = FileBytes(data_.file(L"fj.a.idx"));
     AnswerCatchUp(true, true, false); /* Cancel */
     Command(IDM_CATCHUP);
@@ -108,19 +95,16 @@ TEST_F(CommandTest, CatchUpLocalThenServerCancelAndFailure)
      * articles stay unread). */
     AnswerCatchUp(false, true);
     Command(IDM_CATCHUP);
-    EXPECT_EQ(FileBytes(data_.file(L"fj.a.idx")), WithU32(before, 4, 0xFFFFFFFFu));
+    EXPECT_EQ(FileBytes(data_.file(L"fj.a.idx")), std::string(before).replace(4, 4, U32(0xFFFFFFFFu)));
     EXPECT_EQ(ListViewText(list_, 0, 4), L"Catchup");
     EXPECT_TRUE(watcher_.boxes().empty());
 
     /* An unreadable index is reported before any dialog. */
     ASSERT_TRUE(WriteFileBytes(data_.file(L"fj.a.idx"), "short"));
-    SelectRow(0);
+    ListView_SetItemState(list_, 0, LVIS_SELECTED, LVIS_SELECTED);
     Command(IDM_CATCHUP);
     EXPECT_EQ(watcher_.dialog_titles().size(), 3u);
-    ASSERT_EQ(watcher_.boxes().size(), 1u);
-    EXPECT_EQ(watcher_.boxes()[0].caption, L"PELNOR");
-    EXPECT_EQ(watcher_.boxes()[0].text, L"インデックスの初期化に失敗しました(13)");
-    EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONERROR);
+    EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{L"PELNOR", L"インデックスの初期化に失敗しました(13)", MB_ICONERROR}}));
 
     /* Without a selected group nothing happens at all. */
     ListView_SetItemState(list_, -1, 0, LVIS_SELECTED);
@@ -140,14 +124,10 @@ TEST_F(CommandTest, DeleteReadGoesOnPastAFailingGroup)
 
     watcher_.QueueAnswer(IDYES);
     Command(IDM_DELETE_READ);
-    ASSERT_EQ(watcher_.boxes().size(), 3u);
-    EXPECT_EQ(watcher_.boxes()[1].caption, L"Delete read articles");
-    EXPECT_EQ(watcher_.boxes()[1].text, L"既読記事を削除しますか?");
-    EXPECT_EQ(watcher_.boxes()[1].icon, (UINT)MB_ICONQUESTION);
+    const SeenBox asked{L"Delete read articles", L"既読記事を削除しますか?", MB_ICONQUESTION};
+    EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{asked, asked,
+                                                    {L"fj.nolog", L"既読記事の削除に失敗しました(2)", MB_ICONEXCLAMATION}}));
     EXPECT_EQ(watcher_.boxes()[1].buttons, (std::vector<int>{IDYES, IDNO}));
-    EXPECT_EQ(watcher_.boxes()[2].caption, L"fj.nolog");
-    EXPECT_EQ(watcher_.boxes()[2].text, L"既読記事の削除に失敗しました(2)");
-    EXPECT_EQ(watcher_.boxes()[2].icon, (UINT)MB_ICONEXCLAMATION);
 
     /* Before and after the failing group alike. */
     EXPECT_EQ(ReadU32(FileBytes(data_.file(L"fj.some.idx")), 16), 1u);
@@ -160,9 +140,7 @@ TEST_F(CommandTest, DeleteReadGoesOnPastAFailingGroup)
     watcher_.QueueAnswer(IDYES);
     Command(IDM_DELETE_READ);
     ASSERT_EQ(watcher_.boxes().size(), 5u);
-    EXPECT_EQ(watcher_.boxes()[4].caption, L"PELNOR");
-    EXPECT_EQ(watcher_.boxes()[4].text, L"グループ一覧が開けませんでした(2)");
-    EXPECT_EQ(watcher_.boxes()[4].icon, (UINT)MB_ICONERROR);
+    EXPECT_EQ(watcher_.seen()[4], SeenBox(L"PELNOR", L"グループ一覧が開けませんでした(2)", MB_ICONERROR));
 }
 
 } // namespace

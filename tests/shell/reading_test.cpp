@@ -18,8 +18,10 @@ const std::vector<GroupArticle> kArticles = {
 
 class ReadingTest : public FrameFixture {
 protected:
-    void Start()
+    /* Pelnor open on fj.a's subjects. */
+    void SetUp() override
     {
+        FrameFixture::SetUp();
         /* Coloured header and quoted lines and a narrow sender column, as
          * the pictures of docs/ show them. */
         const COLORREF header = RGB(0, 64, 160), quote = RGB(0, 128, 0);
@@ -29,10 +31,10 @@ protected:
         ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.a\r\nfj.b\r\n"));
         stored_ = WriteGroupFiles(data_, L"fj.a", kArticles);
         WriteGroupFiles(data_, L"fj.b", {});
-        ASSERT_NE(FrameFixture::Start(), nullptr);
-        subject_ = frame_.subjectView;
-        article_ = frame_.articleView;
+        ASSERT_NE(Start(), nullptr);
         SetForegroundWindow(frame_.mainWindow);
+        DoubleClickListRow(frame_.groupView->list, 0);
+        ASSERT_EQ(frame_.currentView, kSubjectView);
     }
     /* A key pressed in the focused pane, then the messages it causes. */
     void Key(WORD vk, bool ctrl = false)
@@ -41,37 +43,22 @@ protected:
         ASSERT_TRUE(Pump([&] { return GetAsyncKeyState(vk) == 0 && GetQueueStatus(QS_INPUT) == 0; }));
         PumpPending(frame_.mainWindow, frame_.accelerators);
     }
-    std::wstring Cell(DWORD row, int column)
-    {
-        wchar_t text[64];
-        SubjectViewCellText(subject_, row, column, text, 64);
-        return text;
-    }
-    std::wstring Line(DWORD index)
-    {
-        const DisplayLine &l = article_->lines[index];
-        return std::wstring(l.text, l.length);
-    }
     uint32_t Flags(int record) { return ReadU32(FileBytes(data_.file(L"fj.a.idx")), 100 + 92 * record); }
 
     std::vector<std::string> stored_;
-    SubjectView *subject_ = nullptr;
-    ArticleView *article_ = nullptr;
 };
 
 TEST_F(ReadingTest, TabGoesOnPastTheLastArticleBackToTheListWhichFollowsTheViewOptions)
 {
-    Start();
-    DoubleClickListRow(frame_.groupView->list, 0);
-    ASSERT_EQ(frame_.currentView, kSubjectView);
     Key(VK_DOWN);
     Key(VK_RETURN);
     Key(VK_TAB);
     ASSERT_EQ(frame_.currentView, kArticleView);
-    EXPECT_EQ(Line(1), L"Subject: 会議資料");
+    const DisplayLine &subject = frame_.articleView->lines[1];
+    EXPECT_EQ(std::wstring(subject.text, subject.length), L"Subject: 会議資料");
     Key(VK_TAB);
     EXPECT_EQ(frame_.currentView, kSubjectView);
-    EXPECT_EQ(subject_->cursor, 2u);
+    EXPECT_EQ(frame_.subjectView->cursor, 2u);
     EXPECT_EQ(Flags(1), 1u);
     EXPECT_EQ(Flags(2), 1u);
     SaveScreenshot(frame_.mainWindow, L"subject-view");
@@ -80,11 +67,11 @@ TEST_F(ReadingTest, TabGoesOnPastTheLastArticleBackToTheListWhichFollowsTheViewO
     EXPECT_EQ(Flags(2), 0u);
     Command(IDM_TOGGLE_READ);
     Command(IDM_PRIORITY_HIGH); /* nothing is high */
-    EXPECT_EQ(subject_->list.visible_count, 0u);
+    EXPECT_EQ(frame_.subjectView->list.visible_count, 0u);
     Command(IDM_PRIORITY_LOW); /* the read articles are left out */
-    EXPECT_EQ(subject_->list.visible_count, 1u);
+    EXPECT_EQ(frame_.subjectView->list.visible_count, 1u);
     Command(IDM_VIEW_READ);
-    EXPECT_EQ(subject_->list.visible_count, 3u);
+    EXPECT_EQ(frame_.subjectView->list.visible_count, 3u);
     Command(IDM_SUBJECT_BACK);
     EXPECT_EQ(ListViewText(frame_.groupView->list, 0, 1), L"1");
     EXPECT_TRUE(watcher_.boxes().empty());
@@ -92,8 +79,6 @@ TEST_F(ReadingTest, TabGoesOnPastTheLastArticleBackToTheListWhichFollowsTheViewO
 
 TEST_F(ReadingTest, CopyKeyWorksInTheArticleViewOnly)
 {
-    Start();
-    DoubleClickListRow(frame_.groupView->list, 0);
     auto clipboard = [&] {
         std::wstring text;
         if (OpenClipboard(frame_.mainWindow)) {
@@ -111,33 +96,27 @@ TEST_F(ReadingTest, CopyKeyWorksInTheArticleViewOnly)
     Key(VK_RETURN);
     SaveScreenshot(frame_.mainWindow, L"article-view");
     Key('C', true);
-    std::wstring whole(stored_[0].size(), L'\0');
-    whole.resize(MultiByteToWideChar(932, 0, stored_[0].data(), (int)stored_[0].size(), &whole[0], (int)whole.size()));
-    EXPECT_EQ(clipboard(), whole);
+    EXPECT_EQ(Sjis(clipboard()), stored_[0]);
 }
 
 TEST_F(ReadingTest, KeywordsResortTheOpenGroup)
 {
-    Start();
-    DoubleClickListRow(frame_.groupView->list, 0);
     Key(VK_DOWN);
     Key(VK_DOWN);
     /* The cursor's subject, high: the open group is filtered and sorted again. */
-    watcher_.SetDialogHandler([=](HWND d) {
-        RunSoon([=] {
-            ClickButton(d, IDC_KEYWORD_HIGH);
-            ClickButton(d, IDOK);
-        });
+    watcher_.WorkDialogs([](HWND d) {
+        ClickButton(d, IDC_KEYWORD_HIGH);
+        ClickButton(d, IDOK);
     });
     Command(IDM_FILTER);
-    EXPECT_EQ(Cell(0, kColumnSubject), L"会議資料");
+    wchar_t first[64];
+    SubjectViewCellText(frame_.subjectView, 0, kColumnSubject, first, 64);
+    EXPECT_STREQ(first, L"会議資料");
     EXPECT_TRUE(watcher_.boxes().empty());
 }
 
 TEST_F(ReadingTest, FailuresAreShownAndTheViewStays)
 {
-    Start();
-    DoubleClickListRow(frame_.groupView->list, 0);
     DeleteFileW(data_.file(L"fj.a.log").c_str());
     Key(VK_RETURN);
     EXPECT_EQ(frame_.currentView, kSubjectView);
@@ -145,13 +124,8 @@ TEST_F(ReadingTest, FailuresAreShownAndTheViewStays)
     Command(IDM_VIEW_READ);
     CloseHandle(locked);
     EXPECT_TRUE(GetMenuState(frame_.subjectPopup, IDM_VIEW_READ, MF_BYCOMMAND) & MF_CHECKED);
-    ASSERT_EQ(watcher_.boxes().size(), 2u);
-    EXPECT_EQ(watcher_.boxes()[0].text, L"インデックスの初期化に失敗しました(2)");
-    EXPECT_EQ(watcher_.boxes()[1].text, L"表示の切り替えに失敗しました(32)。");
-    for (const RecordedBox &box : watcher_.boxes()) {
-        EXPECT_EQ(box.caption, L"PELNOR");
-        EXPECT_EQ(box.icon, (UINT)MB_ICONERROR);
-    }
+    EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{L"PELNOR", L"インデックスの初期化に失敗しました(2)", MB_ICONERROR},
+                                                    {L"PELNOR", L"表示の切り替えに失敗しました(32)。", MB_ICONERROR}}));
 }
 
 } // namespace

@@ -59,30 +59,26 @@ TEST(HeaderBlock, NotesTheNamedLines)
 
 /* Date ("MMDD") and sender (15 bytes) fields; a cut never splits a
  * Shift_JIS character. The subject's cut (47 bytes) is pinned down whole by
- * its fuzz target's checks. */
+ * its fuzz target's checks; the common forms, and no line at all, are the
+ * article log test's stored records. */
 TEST(HeaderFields, SubjectDateAndSender)
 {
     const struct {
         char field;
         std::string line, text;
     } cases[] = {
-        {'D', "Date: Tue, 5 Mar 2002 10:00:00 +0900\r\n", "0305"},
-        {'D', "Date: 25 Dec 2001 23:59:59 GMT\r\n", "1225"},
         {'D', "Date: 5-Mar-2002\r\n", "0305"}, /* the byte after the day is not looked at */
         {'D', "Date: Mar 5 2002\r\n", "0000"}, /* no month after the day */
         {'D', "Date: Tue, 5 mar 2002\r\n", "0000"},
         {'D', "Date: Tuesday\r\nSubject: 5 Mar\r\n", "0000"},
         {'D', "Date: 5 Ma", "0000"},
-        {'F', "From: \"Taro Yamada\" <taro@example.jp>\r\n", "Taro Yamada"},
         {'F', "From: " SJIS_YAMADA " <yamada@example.jp>\r\n", SJIS_YAMADA},
         {'F', "From: Taro<taro@example.jp>\r\n", "Tar"}, /* against '<': the last byte goes */
         {'F', "From: " SJIS_YAMADA "<yamada@example.jp>\r\n", "\x8E\x52"},
         {'F', "From: a (b) <c@d>\r\n", "a (b)"},
         {'F', "From: <only@address>\r\n", "(Unknown)"},
-        {'F', "From: taro@example.jp (Taro Yamada)\r\n", "Taro Yamada"},
         {'F', "From: t@x (a (b))\r\n", "a (b)"},
         {'F', "From: t@x ()\r\n", "(Unknown)"},
-        {'F', "From: averyveryverylongaddress@example.com\r\n", "averyveryverylo"},
         {'F', "From: t@x (unclosed\r\n", "t@x (unclosed"},
         {'F', "From: \r\n", "(Unknown)"},
         {'F', "From: nnnnnnnnnnnnn" SJIS_NIHONGO "\r\n", "nnnnnnnnnnnnn\x93\xFA"},
@@ -94,9 +90,6 @@ TEST(HeaderFields, SubjectDateAndSender)
         const char *line = c.line.c_str();
         EXPECT_EQ(c.field == 'D' ? Field<4>(DateField, line) : Field<16>(FromField, line), c.text) << c.line;
     }
-    EXPECT_EQ(Field<48>(SubjectField, nullptr), "(none)");
-    EXPECT_EQ(Field<4>(DateField, nullptr), "0000");
-    EXPECT_EQ(Field<16>(FromField, nullptr), "(Unknown)");
     const char *months = "JanFebMarAprMayJunJulAugSepOctNovDec";
     for (int m = 0; m < 12; m++) {
         char line[32], expected[8];

@@ -30,8 +30,9 @@ TEST_F(IndexConvertTest, OldAndTruncatedIndexesEndAsVersion5)
     };
     for (const auto &c : cases) {
         ASSERT_TRUE(WriteFileBytes(IndexPath(), c.index));
-        ASSERT_TRUE(BringUp()) << &c - cases;
-        EXPECT_EQ(unknown_, 0);
+        int unknown = -1;
+        ASSERT_TRUE(IndexBringUpToDate(&store_, &unknown)) << &c - cases;
+        EXPECT_EQ(unknown, 0);
         EXPECT_EQ(FileBytes(IndexPath()), HeaderBytes(c.header) + CurrentRecords(c.rebuilt)) << &c - cases;
         EXPECT_FALSE(FileExists(IndexPath() + L"~"));
     }

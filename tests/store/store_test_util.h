@@ -39,14 +39,8 @@ protected:
         ASSERT_TRUE(WriteFileBytes(IndexPath(), group.Index(header)));
         ASSERT_TRUE(WriteFileBytes(LogPath(), group.log));
     }
-    int BringUp()
-    {
-        unknown_ = -1;
-        return IndexBringUpToDate(&store_, &unknown_);
-    }
 
     TempFolder folder_;
     GroupStore store_;
-    int unknown_ = -1;
 };
 #endif

@@ -96,6 +96,17 @@ void ModalWatcher::Activated(HWND window)
     PostMessageW(window, WM_COMMAND, MAKEWPARAM(answer, BN_CLICKED), (LPARAM)GetDlgItem(window, answer));
 }
 
+void ModalWatcher::WorkDialogs(std::function<void(HWND dialog)> act)
+{
+    SetDialogHandler([act](HWND dialog) {
+        RunSoon([act, dialog] {
+            act(dialog);
+            if (IsWindow(dialog))
+                PostMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+        });
+    });
+}
+
 void PumpPending(HWND accel_window, HACCEL accel)
 {
     MSG msg;
@@ -325,15 +336,6 @@ BOOL CALLBACK CheckFit(HWND control, LPARAM out)
     return TRUE;
 }
 
-} // namespace
-
-std::vector<std::wstring> CutTexts(HWND window)
-{
-    std::vector<std::wstring> cut;
-    EnumChildWindows(window, CheckFit, (LPARAM)&cut);
-    return cut;
-}
-
 std::wstring TreeItemText(HWND tree, HTREEITEM item)
 {
     wchar_t text[MAX_PATH] = L"";
@@ -344,6 +346,15 @@ std::wstring TreeItemText(HWND tree, HTREEITEM item)
     query.cchTextMax = MAX_PATH;
     SendMessageW(tree, TVM_GETITEMW, 0, (LPARAM)&query);
     return text;
+}
+
+} // namespace
+
+std::vector<std::wstring> CutTexts(HWND window)
+{
+    std::vector<std::wstring> cut;
+    EnumChildWindows(window, CheckFit, (LPARAM)&cut);
+    return cut;
 }
 
 std::vector<std::wstring> TreeChildren(HWND tree, HTREEITEM parent)

@@ -11,6 +11,7 @@
 
 #include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 struct RecordedBox {
@@ -21,6 +22,9 @@ struct RecordedBox {
     HWND owner = nullptr;
     std::vector<int> buttons; /* ids of the box's buttons, e.g. IDYES, IDNO */
 };
+
+/* What a box showed the user: caption, text and icon. */
+using SeenBox = std::tuple<std::wstring, std::wstring, UINT>;
 
 /* Watches the modal windows the calling thread opens. Message boxes are
  * recorded and answered (queued answers first, else the box's default
@@ -35,7 +39,17 @@ public:
 
     void QueueAnswer(int button_id) { answers_.push_back(button_id); }
     void SetDialogHandler(std::function<void(HWND dialog)> handler) { dialog_handler_ = std::move(handler); }
+    /* A dialog handler that works each dialog with `act` once it shows (see
+     * RunSoon) and cancels one left open, so a failed step never hangs. */
+    void WorkDialogs(std::function<void(HWND dialog)> act);
     const std::vector<RecordedBox> &boxes() const { return boxes_; }
+    std::vector<SeenBox> seen() const
+    {
+        std::vector<SeenBox> all;
+        for (const RecordedBox &box : boxes_)
+            all.emplace_back(box.caption, box.text, box.icon);
+        return all;
+    }
     const std::vector<std::wstring> &dialog_titles() const { return dialogs_; }
     void Clear()
     {
@@ -89,10 +103,9 @@ int ListViewRowCount(HWND list);
 /* The first row whose first column reads `text`, or -1. */
 int ListViewRow(HWND list, const std::wstring &text);
 
-/* The file chooser's tree: an item's text; the children's texts ("name/"
- * for a folder); the folder of `path` (drive and trailing backslash
- * included) reached by expanding each level as the user taps it, or null. */
-std::wstring TreeItemText(HWND tree, HTREEITEM item);
+/* The file chooser's tree: the children's texts ("name/" for a folder);
+ * the folder of `path` (drive and trailing backslash included) reached by
+ * expanding each level as the user taps it, or null. */
 std::vector<std::wstring> TreeChildren(HWND tree, HTREEITEM parent);
 HTREEITEM TreeChild(HWND tree, HTREEITEM parent, const std::wstring &name);
 HTREEITEM OpenTreeTo(HWND tree, const std::wstring &path);

@@ -8,6 +8,7 @@
 #include "support/registry_fixture.h"
 #include "support/store_bytes.h"
 #include "support/temp_folder.h"
+#include "view_parent.h"
 #include "views/group_view.h"
 
 namespace {
@@ -17,20 +18,14 @@ protected:
     void SetUp() override
     {
         DeletePelnorKey();
-        parent_ = CreateWindowExW(0, L"STATIC", L"parent", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 400, 300,
-                                  nullptr, nullptr, nullptr, nullptr);
         GroupViewInit(&view_);
     }
-    void TearDown() override
-    {
-        DestroyWindow(parent_);
-        DeletePelnorKey();
-    }
+    void TearDown() override { DeletePelnorKey(); }
 
     void Create()
     {
         RECT rc = {0, 0, 400, 250};
-        ASSERT_TRUE(GroupViewCreate(&view_, parent_, L"Group", &rc, IDC_GROUP_VIEW, GetModuleHandleW(nullptr)));
+        ASSERT_TRUE(GroupViewCreate(&view_, parent_.window, L"Group", &rc, IDC_GROUP_VIEW, GetModuleHandleW(nullptr)));
     }
 
     void WriteIndex(const wchar_t *group, const HeaderFields &header)
@@ -42,7 +37,7 @@ protected:
     int Focused() { return (int)SendMessageW(view_.list, LVM_GETNEXTITEM, (WPARAM)-1, LVNI_FOCUSED); }
 
     TempFolder data_;
-    HWND parent_ = nullptr;
+    ViewParent parent_;
     GroupView view_;
     ModalWatcher watcher_;
 };
@@ -58,13 +53,9 @@ TEST_F(GroupViewTest, ReloadListsTheGroupsAndSelectsTheFirstRow)
     Create();
     ASSERT_TRUE(GroupViewReload(&view_, data_.path().c_str()));
     ASSERT_EQ(ListViewRowCount(view_.list), 2);
-    EXPECT_EQ(ListViewText(view_.list, 0, 0), L"fj.news.group");
-    EXPECT_EQ(ListViewText(view_.list, 1, 0), L"japan.test");
-    EXPECT_TRUE(watcher_.boxes().empty());
 
     /* A reload selects the first row whatever was selected before. */
     ListView_SetItemState(view_.list, 1, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
-    ASSERT_EQ(Selected(), 1);
     ASSERT_TRUE(GroupViewReload(&view_, data_.path().c_str()));
     EXPECT_EQ(Selected(), 0);
     EXPECT_EQ(Focused(), 0);
@@ -74,16 +65,11 @@ TEST_F(GroupViewTest, EmptyOrMissingGroupFile)
 {
     Create();
     EXPECT_FALSE(GroupViewReload(&view_, data_.path().c_str()));
-    ASSERT_EQ(watcher_.boxes().size(), 1u);
-    EXPECT_EQ(watcher_.boxes()[0].caption, L"GROUP");
-    EXPECT_EQ(watcher_.boxes()[0].text, L"グループ一覧が取得できませんでした(2)");
-    EXPECT_EQ(watcher_.boxes()[0].icon, (UINT)MB_ICONERROR);
+    EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{L"GROUP", L"グループ一覧が取得できませんでした(2)", MB_ICONERROR}}));
 
     ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), ""));
     ASSERT_TRUE(GroupViewReload(&view_, data_.path().c_str()));
     EXPECT_EQ(ListViewRowCount(view_.list), 0);
-    wchar_t name[64];
-    EXPECT_FALSE(GroupViewSelected(&view_, name, 64, nullptr));
 }
 
 /* A group that cannot be shown keeps a row with its name only, so the user
@@ -98,29 +84,27 @@ TEST_F(GroupViewTest, GroupsThatCannotBeReadAreNamedAndTheOthersShown)
     Create();
     EXPECT_FALSE(GroupViewReload(&view_, data_.path().c_str()));
     ASSERT_EQ(ListViewRowCount(view_.list), 4);
-    EXPECT_EQ(ListViewText(view_.list, 0, kColumnUnread), L"0");
     EXPECT_EQ(ListViewText(view_.list, 2, 0), L"con");
     EXPECT_EQ(ListViewText(view_.list, 2, kColumnUnread), L"");
     EXPECT_EQ(ListViewText(view_.list, 3, kColumnUnread), L"7");
 
     std::string many;
-    for (int i = 1; i <= 12; i++)
+    std::wstring named; /* the first ten */
+    for (int i = 1; i <= 12; i++) {
         many += "bad*" + std::to_string(i) + "\r\n";
+        named += i <= 10 ? L"\r\nbad*" + std::to_wstring(i) : L"";
+    }
     ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), many));
     EXPECT_FALSE(GroupViewReload(&view_, data_.path().c_str()));
-    ASSERT_EQ(watcher_.boxes().size(), 2u);
-    EXPECT_EQ(watcher_.boxes()[0].text, L"インデックスファイルの初期化に失敗しました(13)\r\nb.short\r\ncon");
-    EXPECT_EQ(watcher_.boxes()[1].text, L"インデックスファイルの初期化に失敗しました(123)\r\nbad*1\r\nbad*2\r\nbad*3\r\n"
-                                        L"bad*4\r\nbad*5\r\nbad*6\r\nbad*7\r\nbad*8\r\nbad*9\r\nbad*10\r\nほか2グループ");
-    for (const RecordedBox &box : watcher_.boxes()) {
-        EXPECT_EQ(box.caption, L"GROUP");
-        EXPECT_EQ(box.icon, (UINT)MB_ICONERROR);
-    }
+    const std::wstring failed = L"インデックスファイルの初期化に失敗しました";
+    EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{L"GROUP", failed + L"(13)\r\nb.short\r\ncon", MB_ICONERROR},
+                                                    {L"GROUP", failed + L"(123)" + named + L"\r\nほか2グループ", MB_ICONERROR}}));
 }
 
-/* Moving to the next group stops at the last row; a short buffer gets a
- * cut, terminated name; with no row selected both report failure. */
-TEST_F(GroupViewTest, SelectNextAndSelectedName)
+/* Moving to the next group stops at the last row; with no row selected it
+ * fails. (The selected group's name and row are the catch-up command's
+ * test.) */
+TEST_F(GroupViewTest, SelectNextStopsAtTheLastRow)
 {
     ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "one\r\ntwo\r\n"));
     WriteIndex(L"one", HeaderFields());
@@ -134,13 +118,7 @@ TEST_F(GroupViewTest, SelectNextAndSelectedName)
     ASSERT_TRUE(GroupViewSelectNext(&view_, &moved));
     EXPECT_EQ(moved, 0);
     EXPECT_EQ(Selected(), 1);
-    wchar_t tiny[3];
-    int row = -1;
-    ASSERT_TRUE(GroupViewSelected(&view_, tiny, 3, &row));
-    EXPECT_STREQ(tiny, L"tw");
-    EXPECT_EQ(row, 1);
     ListView_SetItemState(view_.list, -1, 0, LVIS_SELECTED);
-    EXPECT_FALSE(GroupViewSelected(&view_, tiny, 3, nullptr));
     EXPECT_FALSE(GroupViewSelectNext(&view_, &moved));
 }
 

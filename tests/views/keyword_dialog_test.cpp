@@ -20,27 +20,20 @@ protected:
     {
         if (!before.empty())
             WriteFileBytes(path_, before);
-        watcher_.SetDialogHandler([&](HWND dialog) {
-            RunSoon([&, dialog] {
-                HWND combo = GetDlgItem(dialog, IDC_KEYWORD);
-                items_.clear();
-                for (int i = 0; i < (int)SendMessageW(combo, CB_GETCOUNT, 0, 0); i++) {
-                    wchar_t text[256];
-                    SendMessageW(combo, CB_GETLBTEXT, i, (LPARAM)text);
-                    items_.push_back(std::wstring(text) + L"=" +
-                                     std::to_wstring(SendMessageW(combo, CB_GETITEMDATA, i, 0)));
-                }
-                selected_ = (int)SendMessageW(combo, CB_GETCURSEL, 0, 0);
-                act(dialog);
-            });
+        watcher_.WorkDialogs([&](HWND dialog) {
+            HWND combo = GetDlgItem(dialog, IDC_KEYWORD);
+            items_.clear();
+            for (int i = 0; i < (int)SendMessageW(combo, CB_GETCOUNT, 0, 0); i++) {
+                wchar_t text[256];
+                SendMessageW(combo, CB_GETLBTEXT, i, (LPARAM)text);
+                items_.push_back(std::wstring(text) + L"=" +
+                                 std::to_wstring(SendMessageW(combo, CB_GETITEMDATA, i, 0)));
+            }
+            selected_ = (int)SendMessageW(combo, CB_GETCURSEL, 0, 0);
+            act(dialog);
         });
         KeywordDialogState state;
         return RunKeywordDialog(&state, GetModuleHandleW(nullptr), nullptr, path_.c_str(), proposed);
-    }
-    static void Pick(HWND dialog, int index)
-    {
-        SendDlgItemMessageW(dialog, IDC_KEYWORD, CB_SETCURSEL, index, 0);
-        SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(IDC_KEYWORD, CBN_SELCHANGE), 0);
     }
 
     TempFolder data_;
@@ -68,7 +61,8 @@ TEST_F(KeywordDialogTest, OkWritesTheWholeListCancelNothing)
          "- alpha\r\n+ beta\r\n+ \x8B\x9E\x93\x73\r\n"},
         {"existing made normal",
          [](HWND d) {
-             Pick(d, 1);
+             SendDlgItemMessageW(d, IDC_KEYWORD, CB_SETCURSEL, 1, 0); /* beta */
+             SendMessageW(d, WM_COMMAND, MAKEWPARAM(IDC_KEYWORD, CBN_SELCHANGE), 0);
              EXPECT_TRUE(IsDlgButtonChecked(d, IDC_KEYWORD_HIGH));
              ClickButton(d, IDC_KEYWORD_NORMAL);
          },
@@ -110,12 +104,8 @@ TEST_F(KeywordDialogTest, FilesThatCannotBeOpenedAreReported)
     ASSERT_TRUE(CreateDirectoryW((path_ + L"~").c_str(), nullptr));
     EXPECT_EQ(Run("", nullptr, [](HWND d) { ClickButton(d, IDOK); }), 2);
     EXPECT_TRUE(items_.empty());
-    ASSERT_EQ(watcher_.boxes().size(), 2u);
-    for (const RecordedBox &box : watcher_.boxes()) {
-        EXPECT_EQ(box.caption, path_);
-        EXPECT_EQ(box.text, L"ファイルが開けませんでした(5)");
-        EXPECT_EQ(box.icon, (UINT)MB_ICONERROR);
-    }
+    const SeenBox refused{path_, L"ファイルが開けませんでした(5)", MB_ICONERROR};
+    EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{refused, refused}));
 }
 
 } // namespace

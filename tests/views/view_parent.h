@@ -13,17 +13,9 @@ class ViewParent {
 public:
     ViewParent()
     {
-        static bool registered = [] {
-            WNDCLASSW wc = {};
-            wc.lpfnWndProc = Proc;
-            wc.hInstance = GetModuleHandleW(nullptr);
-            wc.hbrBackground = (HBRUSH)GetStockObject(WHITE_BRUSH);
-            wc.lpszClassName = L"PelnorViewParent";
-            return RegisterClassW(&wc) != 0;
-        }();
-        (void)registered;
-        window = CreateWindowExW(0, L"PelnorViewParent", L"parent", WS_POPUP | WS_VISIBLE, 0, 0, 240, 300, nullptr,
-                                 nullptr, GetModuleHandleW(nullptr), nullptr);
+        window = CreateWindowExW(0, L"STATIC", L"parent", WS_POPUP | WS_VISIBLE, 0, 0, 240, 300, nullptr, nullptr,
+                                 nullptr, nullptr);
+        SetWindowLongPtrW(window, GWLP_WNDPROC, (LONG_PTR)Proc);
         SetForegroundWindow(window);
         notices().clear();
         commands().clear();
