@@ -8,15 +8,21 @@
 namespace {
 
 /* The next read buffer from the file; at_end once a read returns nothing. */
-int Refill(LineReader *reader)
+/* Makes sure unread bytes are in the buffer: 1 when there are, 0 at the
+ * end of the file, -1 when the read failed (its error kept). */
+int NeedBytes(LineReader *reader)
 {
-    DWORD got = 0;
-    if (!ReadFile(reader->file, reader->buffer, reader->buffer_size, &got, nullptr))
-        return 0;
-    reader->position = 0;
-    reader->filled = got;
-    if (got == 0)
-        reader->at_end = 1;
+    while (reader->position == reader->filled) {
+        if (reader->at_end)
+            return 0;
+        DWORD got = 0;
+        if (!ReadFile(reader->file, reader->buffer, reader->buffer_size, &got, nullptr))
+            return -1;
+        reader->position = 0;
+        reader->filled = got;
+        if (got == 0)
+            reader->at_end = 1;
+    }
     return 1;
 }
 
@@ -52,19 +58,17 @@ int LineReaderNext(LineReader *reader, const char **line, DWORD *length)
 {
     DWORD carried = 0; /* bytes of this line already copied to reader->line */
     for (;;) {
-        if (reader->position == reader->filled) {
-            if (reader->at_end) {
-                if (carried) {
-                    *line = reader->line;
-                    *length = carried;
-                    return 1;
-                }
-                SetLastError(ERROR_HANDLE_EOF);
-                return 0;
+        int more = NeedBytes(reader);
+        if (more < 0)
+            return 0;
+        if (more == 0) {
+            if (carried) {
+                *line = reader->line;
+                *length = carried;
+                return 1;
             }
-            if (!Refill(reader))
-                return 0;
-            continue;
+            SetLastError(ERROR_HANDLE_EOF);
+            return 0;
         }
         const char *start = reader->buffer + reader->position;
         DWORD available = reader->filled - reader->position;
@@ -102,18 +106,16 @@ int LineReaderSkipPast(LineReader *reader, const char *target, DWORD target_leng
     LineSkip skip;
     LineSkipInit(&skip, target, target_length);
     for (;;) {
-        if (reader->position == reader->filled) {
-            if (reader->at_end) {
-                if (LineSkipEnd(&skip)) {
-                    *skipped = skip.count;
-                    return 1;
-                }
-                SetLastError(ERROR_HANDLE_EOF);
-                return 0;
+        int more = NeedBytes(reader);
+        if (more < 0)
+            return 0;
+        if (more == 0) {
+            if (LineSkipEnd(&skip)) {
+                *skipped = skip.count;
+                return 1;
             }
-            if (!Refill(reader))
-                return 0;
-            continue;
+            SetLastError(ERROR_HANDLE_EOF);
+            return 0;
         }
         const char *after = LineSkipScan(&skip, reader->buffer + reader->position, reader->buffer + reader->filled);
         if (after) {
