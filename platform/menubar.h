@@ -34,8 +34,8 @@ BOOL SHCreateMenuBar(SHMENUBARINFO *info);
  * it drawn whole there. */
 void PlaceMenuBar(HWND bar);
 
-/* Screen rectangle of the button with this command id (for tests and for
- * placing its drop-down). Returns FALSE when there is no such button. */
+/* Screen rectangle of the button with this command id, for tests to find
+ * where a user taps it. Returns FALSE when there is no such button. */
 BOOL GetMenuBarButtonRect(HWND bar, UINT command, RECT *rect);
 
 #endif
