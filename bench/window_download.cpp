@@ -42,6 +42,7 @@
 #include "shell/app_frame.h"
 #include "support/gui_helper.h"
 #include "support/registry_fixture.h"
+#include "support/temp_folder.h"
 
 namespace {
 
@@ -197,17 +198,6 @@ unsigned long StoredArticles(const std::wstring &index)
     return got == 4 ? count : 0;
 }
 
-bool WriteText(const std::wstring &path, const std::string &text)
-{
-    HANDLE f = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-    if (f == INVALID_HANDLE_VALUE)
-        return false;
-    DWORD written = 0;
-    BOOL ok = WriteFile(f, text.data(), (DWORD)text.size(), &written, nullptr);
-    CloseHandle(f);
-    return ok && written == text.size();
-}
-
 } // namespace
 
 int wmain(int argc, wchar_t **argv)
@@ -241,7 +231,7 @@ int wmain(int argc, wchar_t **argv)
 
     /* The group subscribed in a fresh folder; the settings a frame needs. */
     std::string group_line(group.begin(), group.end());
-    if (!WriteText(data + L"group.dat", group_line + "\r\n")) {
+    if (!WriteFileBytes(data + L"group.dat", group_line + "\r\n")) {
         fwprintf(stderr, L"bench: cannot write %lsgroup.dat\n", data.c_str());
         return 1;
     }
