@@ -10,7 +10,7 @@ packages=(
   cmake make python3 clang libclang-rt-14-dev googletest
   g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
   g++-mingw-w64-i686-posix gcc-mingw-w64-i686-posix binutils-mingw-w64-i686 zip
-  wine wine64 xvfb xauth x11-utils fonts-noto-cjk locales
+  wine wine64 xvfb xauth x11-utils fonts-noto-cjk locales openssl
 )
 
 missing=()
