@@ -203,6 +203,11 @@ make_certs() {
   chmod 755 "$tls"
   exec {lock}<"$tls"
   flock "$lock"
+  local name all=1
+  for name in ca good good2 wronghost expired selfsigned; do
+    [ -s "$tls/$name.pem" ] && [ -s "$tls/$name.key" ] || all=0
+  done
+  if [ $all = 1 ] && [ -s "$tls/sha256" ]; then exec {lock}<&-; return; fi
   work=$(mktemp -d)
   cat >"$work/ca.cnf" <<CONF
 [ ca ]
@@ -244,7 +249,7 @@ CONF
     rm -f "$tls"/{good,good2,wronghost,expired}.{pem,key}
     issue_cert "$work" ca "Pelnor test CA" "$names" 20190101000000Z "$to" ca_ext -selfsign
   fi
-  local name cn san start end ext self
+  local cn san start end ext self
   while read -r name cn san start end ext self; do
     [ -s "$tls/$name.pem" ] && [ -s "$tls/$name.key" ] && continue
     issue_cert "$work" "$name" "$cn" "$san" "$start" "$end" "$ext" $self
