@@ -14,6 +14,7 @@ test asks for the record when its client has finished.
                           expired.pem, selfsigned.pem, each with its .key)
     server.py stop DIR    stop it (waits until it has exited)
     server.py serve DIR   run in the foreground
+selftest.py beside it checks it from a Python client, TLS included.
 
 Control protocol, one request per connection, lines of text:
     SCRIPT <json list of steps>   -> PORT <n>   (already listening)
