@@ -120,6 +120,13 @@ def run(folder):
     check("plain reset: record", result(folder, port), ("DONE", b"QUIT\r\n"))
     check("plain: TLSINFO", control(folder, "TLSINFO %d" % port), "NONE")
 
+    port = script(folder, [["send", GREETING], ["recv"], ["stall"]])
+    with socket.create_connection(("127.0.0.1", port), timeout=1) as s:
+        s.recv(100)
+        s.sendall(b"GROUP fj.test\r\n")
+        check("plain stall", read_all(s)[1], "timeout")
+    check("plain stall: record", result(folder, port), ("DONE", b"GROUP fj.test\r\n"))
+
     # Implicit TLS: the same faults.
     port = script(folder, [["send", GREETING], ["recv"], ["send", "211 3 1 3 fj.test\r\npart"], ["close"]], tls="good")
     with tls_connect(folder, port) as s:
