@@ -112,6 +112,15 @@ void BackgroundJobLetGo(BackgroundJob *job)
     LeaveCriticalSection(&job->lock);
 }
 
+LRESULT BackgroundJobAsk(BackgroundJob *job, UINT message, LPARAM lp)
+{
+    /* Not under the lock: the owner's thread takes it while it answers. */
+    EnterCriticalSection(&job->lock);
+    HWND owner = job->owner;
+    LeaveCriticalSection(&job->lock);
+    return owner ? SendMessageW(owner, message, 0, lp) : 0;
+}
+
 void BackgroundJobWait(BackgroundJob *job)
 {
     WaitForSingleObject(job->thread, INFINITE);

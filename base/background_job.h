@@ -91,6 +91,10 @@ void BackgroundJobCancel(BackgroundJob *job);
 /* The owner window goes away: no finish message will be posted to it. */
 void BackgroundJobLetGo(BackgroundJob *job);
 
+/* Worker: sends `message` with `lp` to the owner window and waits for its
+ * answer, for a question only the user can answer. 0 when the owner let go. */
+LRESULT BackgroundJobAsk(BackgroundJob *job, UINT message, LPARAM lp);
+
 /* Waits until the work has returned. For an owner that has no window to
  * wait in; the worker must not be waiting for this thread. */
 void BackgroundJobWait(BackgroundJob *job);

@@ -41,7 +41,8 @@ int ReadByte(NntpConnection *c, int *byte)
             return 0;
         }
         if (got < 0) {
-            SetLastError(GetLastError() == ERROR_CANCELLED ? (DWORD)ERROR_CANCELLED : (DWORD)kErrorInvalidData);
+            DWORD error = GetLastError();
+            SetLastError(error == WSAETIMEDOUT || error == ERROR_CANCELLED ? error : (DWORD)kErrorInvalidData);
             return 0;
         }
         c->read_pos = c->buffer;
@@ -67,6 +68,7 @@ void NntpInit(NntpConnection *c, const NntpServer *server, JobCancel *cancel)
     c->mode_reader_sent = 0;
     c->login_repeated = 0;
     c->login_line_end = "";
+    c->trust = nullptr;
 }
 
 int NntpConnect(NntpConnection *c)
@@ -85,6 +87,17 @@ int NntpConnect(NntpConnection *c)
 bool NntpConnected(const NntpConnection *c)
 {
     return c->transport != nullptr;
+}
+
+bool NntpHasBufferedBytes(const NntpConnection *c)
+{
+    return c->read_pos < c->end_pos;
+}
+
+void NntpLayerTransport(NntpConnection *c, NntpTransport *layered)
+{
+    c->transport = layered;
+    JobCancelSetHook(c->cancel, ShutDownTransport, layered);
 }
 
 void NntpClose(NntpConnection *c)

@@ -16,6 +16,7 @@
 #include <windows.h>
 
 #include "base/background_job.h"
+#include "nntp/certificate.h"
 #include "nntp/server.h"
 #include "nntp/transport.h"
 
@@ -39,6 +40,7 @@ struct NntpConnection {
     int mode_reader_sent;     /* 1 once "MODE READER" went out on this link */
     int login_repeated;       /* 1 once a 480 had the login sent again */
     const char *login_line_end; /* what follows each authinfo line (see NntpOpen) */
+    const NntpTrust *trust;   /* borrowed, or null: asked about a certificate that fails */
 };
 
 /* Not connected; `cancel` (may be null) stops it from another thread. */
@@ -50,6 +52,14 @@ void NntpInit(NntpConnection *c, const NntpServer *server, JobCancel *cancel);
 int NntpConnect(NntpConnection *c);
 
 bool NntpConnected(const NntpConnection *c);
+
+/* Puts `layered` (made over the connection's transport, which it now owns)
+ * in its place: an encrypted or compressed stream from the next byte on. */
+void NntpLayerTransport(NntpConnection *c, NntpTransport *layered);
+
+/* Whether received bytes wait in the buffer. Before a layer is put on,
+ * there must be none: they did not come through it. */
+bool NntpHasBufferedBytes(const NntpConnection *c);
 
 /* Closes the transport when there is one. */
 void NntpClose(NntpConnection *c);

@@ -1,7 +1,9 @@
 /*
  * How every conversation with the server opens and how a command is asked,
  * for the download, the group list and whatever comes after them: connect,
- * greeting, login; a command and its status line, with the server's
+ * TLS as the server value asks (at once, or STARTTLS after the greeting),
+ * login, then compression when offered and allowed; a command and its
+ * status line, with the server's
  * requests for MODE READER (401) and for the login (480) met once each.
  * They say which step failed and how; each caller words that for the user.
  */
@@ -16,6 +18,10 @@ enum NntpFailure {
     kNntpFailedSend,
     kNntpFailedReceive,
     kNntpRefused, /* the status line in the reply buffer says no */
+    kNntpFailedTls,         /* the handshake: last error */
+    kNntpFailedCaFile,      /* the file of extra roots: last error */
+    kNntpCertificateRefused, /* the certificate failed its checks and was not trusted */
+    kNntpNeedsEncryption,   /* a 483 to the login on a plain link: the line in the reply buffer */
 };
 
 /* The steps of opening a conversation, in order. */
@@ -24,6 +30,9 @@ enum NntpOpenStep {
     kNntpOpenGreeting,
     kNntpOpenUser,
     kNntpOpenPassword,
+    kNntpOpenTls,      /* the handshake, at once or after STARTTLS */
+    kNntpOpenStartTls, /* the STARTTLS exchange */
+    kNntpOpenCompress, /* CAPABILITIES and COMPRESS */
 };
 
 struct NntpOpenFailure {
@@ -33,7 +42,10 @@ struct NntpOpenFailure {
 
 /* Connects, reads the greeting (any greeting beginning with '2' will do:
  * posting permission does not matter here) and, when the server value has
- * both a user and a password, logs in. `login_line_end` follows each
+ * both a user and a password, logs in; the password goes out only once TLS
+ * is up when the server value asks for TLS. Compression is asked for last,
+ * when allowed and listed in the server's CAPABILITIES; a server that does
+ * not know CAPABILITIES or refuses COMPRESS is used without it. `login_line_end` follows each
  * authinfo line before the transport's own line end ("" for none). 1, or 0
  * with the last error, *failed and, when refused, the status line in
  * `reply` (kNntpLineBufferSize bytes). */

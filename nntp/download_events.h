@@ -10,6 +10,7 @@
 #include <windows.h>
 
 #include "base/background_job.h"
+#include "nntp/certificate.h"
 #include "nntp/group_cursor.h"
 #include "nntp/outcome.h"
 #include "nntp/run_result.h"
@@ -39,6 +40,7 @@ struct SessionParams {
     GroupCursor *cursor;
     const DownloadEvents *events;
     JobCancel *cancel;        /* may be null; a cancel stops the run at once */
+    const NntpTrust *trust;   /* may be null: a certificate that fails its checks is refused */
 };
 
 /* Words `outcome` through the events into `result`, with its severity. */

@@ -9,6 +9,7 @@
 #include "base/frame_messages.h"
 #include "base/message_box.h"
 #include "base/res_text.h"
+#include "nntp/certificate_dialog.h"
 #include "nntp/download_texts.h"
 #include "nntp/password_prompt.h"
 #include "nntp/session.h"
@@ -68,7 +69,8 @@ void Patrol(BackgroundJob *job, void *context)
 {
     DownloadRun *run = (DownloadRun *)context;
     DownloadEvents events = {run, OnGroupStarted, OnArticleStored, Describe, OnStatusNotStored};
-    SessionParams params = {&run->server, run->data_path, run->limit, &run->cursor, &events, &job->cancel};
+    NntpTrust trust = JobTrust(job);
+    SessionParams params = {&run->server, run->data_path, run->limit, &run->cursor, &events, &job->cancel, &trust};
     RunSession(&params, &run->result);
     /* The password is not needed any more. */
     NntpServerForget(&run->server);
@@ -97,12 +99,15 @@ void ShowProgress(HWND dialog, DownloadRun *run, DWORD *shown_stage)
 }
 
 struct ProgressState {
+    HINSTANCE instance;
     DownloadRun *run;
     DWORD shown_stage;
 };
 
-INT_PTR ProgressHandler(HWND dialog, UINT msg, WPARAM wp, LPARAM, ProgressState *state)
+INT_PTR ProgressHandler(HWND dialog, UINT msg, WPARAM wp, LPARAM lp, ProgressState *state)
 {
+    if (AnswerCertificateQuestion(state->instance, dialog, msg, lp))
+        return TRUE;
     switch (msg) {
     case WM_INITDIALOG:
         /* The worker starts once the dialog is there for its end to find. */
@@ -192,7 +197,7 @@ DownloadStart RunDownload(HINSTANCE instance, HWND main_window, const Settings *
         FreeRunContext(run);
         return kDownloadFailed;
     }
-    ProgressState state = {run, 0};
+    ProgressState state = {instance, run, 0};
     if (RunDialog<ProgressHandler>(instance, IDD_PROGRESS, main_window, &state) == -1) {
         /* No dialog to show the progress in: the run goes on without one,
          * and this thread waits for it (the worker never waits for it). */

@@ -101,6 +101,23 @@ void DescribeDownloadOutcome(const NntpServer *server, const NntpOutcome *o, Run
             ReplyText(o->reply, L"", true, text, kRunResultChars);
         }
         break;
+    case kOutcomeTlsFailed:
+    case kOutcomeCaFileFailed:
+        CopyWideText(title, server->name, kRunResultChars);
+        FormatResFailure(o->kind == kOutcomeTlsFailed ? IDS_TLS_FAILED : IDS_TLS_CA_FILE, o->error, text,
+                         kRunResultChars);
+        break;
+    case kOutcomeCertificateRefused:
+        CopyWideText(title, server->name, kRunResultChars);
+        LoadResText(IDS_TLS_CERT_REFUSED, text, kRunResultChars);
+        break;
+    case kOutcomeStartTlsRefused:
+    case kOutcomeEncryptionRequired:
+        CopyWideText(title, server->name, kRunResultChars);
+        ReplyText(o->reply, L"", false, line, kRunResultChars);
+        FormatResText(o->kind == kOutcomeStartTlsRefused ? IDS_TLS_STARTTLS_REFUSED : IDS_TLS_REQUIRED, line, text,
+                      kRunResultChars);
+        break;
     case kOutcomeUnexpectedReply:
         ReplyText(o->reply, L"", false, line, kRunResultChars);
         FormatResText(IDS_UNEXPECTED_REPLY, line, text, kRunResultChars);

@@ -150,8 +150,23 @@ void RunJob(GroupListJob *job)
         case kNntpFailedReceive:
             Fail(job, login ? kListLoginReceiveFailed : kListNoGreeting, error);
             break;
+        case kNntpFailedTls:
+            Fail(job, kListTlsFailed, error);
+            break;
+        case kNntpFailedCaFile:
+            Fail(job, kListCaFileFailed, error);
+            break;
+        case kNntpCertificateRefused:
+            Fail(job, kListCertificateRefused, error);
+            break;
+        case kNntpNeedsEncryption:
+            Fail(job, kListEncryptionRequired, kErrorInvalidData);
+            break;
         default:
-            Fail(job, login ? kListLoginRefused : kListRefused, kErrorInvalidData);
+            Fail(job, login                                ? kListLoginRefused
+                      : failed.step == kNntpOpenStartTls ? kListStartTlsRefused
+                                                         : kListRefused,
+                 kErrorInvalidData);
             break;
         }
         NntpClose(c);
@@ -214,5 +229,6 @@ void GroupListRun(GroupListJob *job, const GroupListEvents *events, JobCancel *c
 {
     job->events = *events;
     NntpInit(&job->connection, &job->server, cancel);
+    job->connection.trust = events->trust;
     RunJob(job);
 }

@@ -22,6 +22,7 @@ struct GroupListEvents {
      * notice it gets when the work ends, so it hears of this failure twice
      * (kept so). */
     void (*file_failed)(void *context);
+    const NntpTrust *trust; /* may be null: a certificate that fails its checks is refused */
 };
 
 /* The run's failure, in the order of its steps; the first one ends it. */
@@ -43,6 +44,11 @@ enum GroupListFailure {
     kListWriteFailed,      /* `error` */
     kListHashWriteFailed,  /* `error` */
     kListIncomplete,       /* `error` */
+    kListTlsFailed,        /* `error` */
+    kListCaFileFailed,     /* `error` */
+    kListCertificateRefused,
+    kListStartTlsRefused,  /* `reply` */
+    kListEncryptionRequired, /* `reply` */
 };
 
 struct GroupListJob {

@@ -24,6 +24,11 @@ enum NntpOutcomeKind {
     kOutcomeIndexOpenFailed,
     kOutcomeLogWriteFailed,
     kOutcomeIndexWriteFailed,
+    kOutcomeTlsFailed,          /* the handshake broke: `error` */
+    kOutcomeCaFileFailed,       /* the file of extra roots: `error` */
+    kOutcomeCertificateRefused, /* the user did not trust the server's certificate */
+    kOutcomeStartTlsRefused,    /* `reply` */
+    kOutcomeEncryptionRequired, /* a 483 to the login: `reply` */
 };
 
 /* Where it happened. */

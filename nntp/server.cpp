@@ -39,6 +39,11 @@ int NntpServerFromSettings(NntpServer *server, const Settings *settings, const c
     server->connect_timeout_ms = kNntpDefaultConnectTimeoutMs;
     server->receive_timeout_ms = kNntpDefaultReceiveTimeoutMs;
     ReadPipelineDepth(&server->pipeline_depth);
+    server->tls_mode = settings->TlsMode;
+    server->compress = settings->Compress != 0;
+    CopyWideText(server->ca_file, settings->CaFile, ARRAYSIZE(server->ca_file));
+    server->has_pin = server->tls_mode != kTlsNone &&
+                      ReadCertificatePin(settings->Server, settings->Port, server->pin);
     return 1;
 }
 

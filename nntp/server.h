@@ -28,11 +28,16 @@ struct NntpServer {
     DWORD connect_timeout_ms;  /* the defaults suit a slow dial-up line */
     DWORD receive_timeout_ms;
     DWORD pipeline_depth;      /* articles asked for ahead, 1 = one at a time */
+    DWORD tls_mode;            /* kTlsNone, kTlsImplicit or kTlsStartTls */
+    bool compress;             /* COMPRESS DEFLATE when the server offers it */
+    wchar_t ca_file[260];      /* extra trusted roots (PEM), "" for none */
+    bool has_pin;              /* a certificate the user trusted for this server */
+    unsigned char pin[kFingerprintBytes]; /* ...its SHA-256 fingerprint */
 };
 
 /* The server of `settings`, with `typed_password` (8-bit, may be null) in
- * place of a password the settings do not hold, the default time-outs and
- * the pipeline depth from the registry. 1, or 0 with error 8 when the
+ * place of a password the settings do not hold, the default time-outs, the
+ * pipeline depth and the pinned certificate from the registry. 1, or 0 with error 8 when the
  * server name cannot be converted. */
 int NntpServerFromSettings(NntpServer *server, const Settings *settings, const char *typed_password);
 

@@ -43,12 +43,26 @@ DWORD ReportOpenFailure(const SessionParams *params, const NntpOpenFailure *fail
     case kNntpFailedReceive:
         kind = step == kOutcomeAtSession ? kOutcomeNoGreeting : kOutcomeReceiveFailed;
         break;
+    case kNntpFailedTls:
+        kind = kOutcomeTlsFailed;
+        break;
+    case kNntpFailedCaFile:
+        kind = kOutcomeCaFileFailed;
+        break;
+    case kNntpCertificateRefused:
+        kind = kOutcomeCertificateRefused;
+        break;
+    case kNntpNeedsEncryption:
+        kind = kOutcomeEncryptionRequired;
+        error = kErrorInvalidData;
+        break;
     default:
-        kind = kOutcomeRefused;
+        kind = failed->step == kNntpOpenStartTls ? kOutcomeStartTlsRefused : kOutcomeRefused;
         error = kErrorInvalidData;
         break;
     }
-    Report(params, kind, step, error, kind == kOutcomeRefused ? reply : nullptr, result);
+    bool with_reply = kind == kOutcomeRefused || kind == kOutcomeStartTlsRefused || kind == kOutcomeEncryptionRequired;
+    Report(params, kind, step, error, with_reply ? reply : nullptr, result);
     return error;
 }
 
@@ -63,6 +77,7 @@ int RunSession(const SessionParams *params, RunResult *result)
         return 0;
     }
     NntpInit(c, params->server, params->cancel);
+    c->trust = params->trust;
 
     char reply[kNntpLineBufferSize];
     DWORD error = 0;

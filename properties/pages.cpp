@@ -59,6 +59,15 @@ void ChooseInto(HWND dialog, int edit, HINSTANCE instance, UINT title_id, const 
 
 /* ---- main page ---- */
 
+namespace {
+
+DWORD DefaultPort(DWORD tls_mode)
+{
+    return tls_mode == kTlsImplicit ? (DWORD)kTlsPort : (DWORD)kPlainPort;
+}
+
+} // namespace
+
 MainPage::MainPage(Settings *settings, HINSTANCE instance)
     : SettingsPage(IDD_PAGE_MAIN, IDS_PAGE_MAIN, settings, instance)
 {
@@ -70,10 +79,29 @@ void MainPage::Init(HWND dialog)
     SetNumber(dialog, IDC_MAIN_PORT, (long)settings->Port);
     SetDlgItemTextW(dialog, IDC_MAIN_FOLDER, settings->DataPath);
     SetNumber(dialog, IDC_MAIN_LIMIT, (long)settings->Limit);
+    static const UINT kModeTexts[kTlsModeCount] = {IDS_TLS_MODE_NONE, IDS_TLS_MODE_IMPLICIT, IDS_TLS_MODE_STARTTLS};
+    for (UINT id : kModeTexts)
+        SendDlgItemMessageW(dialog, IDC_MAIN_TLS, CB_ADDSTRING, 0, (LPARAM)LoadResString(id));
+    shown_tls_mode = settings->TlsMode < kTlsModeCount ? settings->TlsMode : (DWORD)kTlsNone;
+    SendDlgItemMessageW(dialog, IDC_MAIN_TLS, CB_SETCURSEL, shown_tls_mode, 0);
+    SendDlgItemMessageW(dialog, IDC_MAIN_COMPRESS, BM_SETCHECK, settings->Compress ? BST_CHECKED : BST_UNCHECKED, 0);
 }
 
 INT_PTR MainPage::Command(HWND dialog, WORD id, WORD code, HWND)
 {
+    if (id == IDC_MAIN_TLS && code == CBN_SELCHANGE) {
+        /* The port follows the mode while it is the old mode's usual one;
+         * a port the user typed stays. */
+        DWORD mode = (DWORD)SendDlgItemMessageW(dialog, IDC_MAIN_TLS, CB_GETCURSEL, 0, 0);
+        wchar_t text[16];
+        GetDlgItemTextW(dialog, IDC_MAIN_PORT, text, ARRAYSIZE(text));
+        DWORD port;
+        if (mode < kTlsModeCount && ParseDecimal(text, &port) && port == DefaultPort(shown_tls_mode))
+            SetNumber(dialog, IDC_MAIN_PORT, (long)DefaultPort(mode));
+        if (mode < kTlsModeCount)
+            shown_tls_mode = mode;
+        return 1;
+    }
     if (id != IDC_BROWSE || code != BN_CLICKED)
         return 0;
     wchar_t folder[kFieldChars];
@@ -112,6 +140,8 @@ int MainPage::Apply(HWND dialog)
     if (!ParseDecimal(text, &number))
         return FailOn(dialog, IDC_MAIN_LIMIT);
     settings->Limit = number;
+    settings->TlsMode = shown_tls_mode;
+    settings->Compress = IsButtonChecked(dialog, IDC_MAIN_COMPRESS) ? 1 : 0;
     return 1;
 }
 

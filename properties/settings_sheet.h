@@ -42,6 +42,9 @@ public:
     void Init(HWND dialog) override;
     INT_PTR Command(HWND dialog, WORD id, WORD code, HWND control) override;
     int Apply(HWND dialog) override;
+
+private:
+    DWORD shown_tls_mode = kTlsNone; /* the mode whose port the port field may hold */
 };
 
 class AuthPage : public SettingsPage {

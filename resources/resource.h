@@ -49,6 +49,7 @@
 #define IDD_KEYWORD             133
 #define IDD_PAGE_COLOUR         142
 #define IDD_PAGE_USER           144
+#define IDD_CERTIFICATE         150
 
 /* ---- controls of the About box ---- */
 #define IDC_ABOUT_ICON          1200
@@ -90,6 +91,11 @@
 #define IDC_MAIN_PORT           1001
 #define IDC_MAIN_FOLDER         1002
 #define IDC_MAIN_LIMIT          1011
+#define IDC_MAIN_TLS            1070
+#define IDC_MAIN_COMPRESS       1071
+#define IDC_CERT_PROBLEM        1072
+#define IDC_CERT_DETAILS        1073
+#define IDC_CERT_TRUST          1074
 #define IDC_BROWSE              1016 /* "..." of the main and posting pages */
 #define IDC_AUTH_USE            1023
 #define IDC_AUTH_ID             1024
@@ -306,11 +312,30 @@
 #define IDS_RAS_DISCONNECTING   330
 #define IDS_RAS_WILL_DISCONNECT 331
 
-/* Texts of this program's own, beyond the original's table. */
+/* Texts added after the first version's table. */
 #define IDS_GROUPS_NOT_NAMED    460
 #define IDS_RUN_STOPPING        461
 #define IDS_RUN_STOPPED         462
 #define IDS_PATH_TOO_LONG       463
 #define IDS_BAR_FILE            464 /* drafts bar: "ファイル" ("草稿" is IDS_DRAFTS_DRAFTS) */
+
+/* ---- encrypted connections ---- */
+#define IDS_TLS_FAILED          470
+#define IDS_TLS_CA_FILE         471
+#define IDS_TLS_CERT_REFUSED    472
+#define IDS_TLS_STARTTLS_REFUSED 473
+#define IDS_TLS_REQUIRED        474
+#define IDS_CERT_INTRO          475
+#define IDS_CERT_PIN_CHANGED    476
+#define IDS_CERT_UNTRUSTED      477
+#define IDS_CERT_WRONG_HOST     478
+#define IDS_CERT_EXPIRED        479
+#define IDS_CERT_NOT_YET_VALID  480
+#define IDS_CERT_OTHER_FAULT    481
+#define IDS_CERT_DETAILS        482
+#define IDS_CERT_PIN_FAILED     483
+#define IDS_TLS_MODE_NONE       484
+#define IDS_TLS_MODE_IMPLICIT   485
+#define IDS_TLS_MODE_STARTTLS   486
 
 #endif

@@ -209,6 +209,14 @@ int LoadSettings(Settings *s, int *SettingsComplete)
     MakeViewFont(s->FontName, s->FontSizeA, &s->ArticleFont);
     MakeViewFont(s->FontName, s->FontSizeS, &s->SubjectFont);
 
+    /* An encryption mode this program does not know falls back to none
+     * rather than to a mode the user did not choose. */
+    if (!LoadNumber(k, L"TlsMode", &s->TlsMode, kTlsNone) || s->TlsMode >= kTlsModeCount)
+        s->TlsMode = kTlsNone;
+    if (LoadFixedText(k, L"CaFile", s->CaFile, ARRAYSIZE(s->CaFile), L"") < 0)
+        return 0;
+    LoadNumber(k, L"Compress", &s->Compress, 1);
+
     LoadNumber(k, L"HeaderColor", &s->HeaderColor, 0);
     LoadNumber(k, L"ReferenceLine", &s->ReferenceLine, 0);
 
@@ -286,6 +294,11 @@ int SaveSettings(Settings *s)
         !WriteRegText(k, L"FontName", s->FontName) ||
         !WriteRegDword(k, L"FontSizeA", (DWORD)s->FontSizeA) ||
         !WriteRegDword(k, L"FontSizeS", (DWORD)s->FontSizeS))
+        return 0;
+
+    if (!WriteRegDword(k, L"TlsMode", s->TlsMode) || !WriteRegDword(k, L"Compress", s->Compress))
+        return 0;
+    if (s->CaFile[0] ? !WriteRegText(k, L"CaFile", s->CaFile) : !DeleteRegValue(k, L"CaFile"))
         return 0;
 
     /* The colours are bytes, not numbers, in the registry. */

@@ -35,6 +35,19 @@ struct Settings {
     COLORREF SampleColor;      /* colour page preview; not stored */
     wchar_t *EditorPath;       /* owned; never null after a load */
     wchar_t *DraftPath;        /* owned; DataPath + "\draft\" */
+    DWORD TlsMode;             /* kTlsNone, kTlsImplicit or kTlsStartTls */
+    wchar_t CaFile[260];       /* a PEM file of roots trusted besides the system's; "" none */
+    DWORD Compress;            /* 1: COMPRESS DEFLATE when the server offers it */
+};
+
+/* How the link to the server is encrypted. */
+enum {
+    kTlsNone = 0,
+    kTlsImplicit = 1, /* TLS from the first byte, on its own port */
+    kTlsStartTls = 2, /* plain greeting, then STARTTLS */
+    kTlsModeCount = 3,
+    kPlainPort = 119,
+    kTlsPort = 563,
 };
 
 /* Clears the record: every number zero, the owned texts and the font
@@ -110,6 +123,19 @@ enum {
 /* The depth, clamped to kPipelineDepthMin..kPipelineDepthMax; a missing or
  * unreadable value gives the default (0 with the last error set). */
 int ReadPipelineDepth(DWORD *value);
+
+/* The pinned certificates: subkey Certificates of the program key, one
+ * REG_SZ value per "host:port" holding a SHA-256 fingerprint as 64 hex
+ * digits. */
+static const wchar_t kCertificatesSubkey[] = L"Certificates";
+enum { kFingerprintBytes = 32 };
+
+/* The fingerprint pinned for `host` and `port`: 1, or 0 with the last
+ * error (ERROR_FILE_NOT_FOUND when none is pinned; a value that is not 64
+ * hex digits counts as none). */
+int ReadCertificatePin(const wchar_t *host, DWORD port, unsigned char fingerprint[kFingerprintBytes]);
+/* Pins `fingerprint` for `host` and `port`, replacing any earlier one. */
+int WriteCertificatePin(const wchar_t *host, DWORD port, const unsigned char fingerprint[kFingerprintBytes]);
 
 /* Digits only, no sign or blanks; the empty text is 0. No overflow check:
  * the number wraps. Fails with 13 and leaves *value alone otherwise. */

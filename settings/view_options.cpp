@@ -3,6 +3,10 @@
 #include "settings/reg_value.h"
 #include "base/scoped_win.h"
 
+#include <stdio.h>
+#include <stdlib.h>
+#include <wchar.h>
+
 namespace {
 
 /* The program key (created if missing), then its subkey (likewise). */
@@ -91,4 +95,62 @@ int ReadPipelineDepth(DWORD *value)
     else if (*value > kPipelineDepthMax)
         *value = kPipelineDepthMax;
     return read;
+}
+
+namespace {
+
+/* "host:port", the name a pin is kept under. */
+void PinName(const wchar_t *host, DWORD port, wchar_t *name, size_t capacity)
+{
+    _snwprintf(name, capacity - 1, L"%ls:%lu", host, (unsigned long)port);
+    name[capacity - 1] = L'\0';
+}
+
+int HexDigit(wchar_t c)
+{
+    if (c >= L'0' && c <= L'9')
+        return c - L'0';
+    if (c >= L'A' && c <= L'F')
+        return c - L'A' + 10;
+    if (c >= L'a' && c <= L'f')
+        return c - L'a' + 10;
+    return -1;
+}
+
+} // namespace
+
+int ReadCertificatePin(const wchar_t *host, DWORD port, unsigned char fingerprint[kFingerprintBytes])
+{
+    ScopedRegKey key;
+    if (!OpenViewKey(kCertificatesSubkey, &key))
+        return 0;
+    wchar_t name[300];
+    PinName(host, port, name, ARRAYSIZE(name));
+    wchar_t *text = ReadRegText(key.get(), name);
+    if (!text)
+        return 0;
+    int ok = wcslen(text) == 2 * kFingerprintBytes;
+    for (int i = 0; ok && i < kFingerprintBytes; i++) {
+        int high = HexDigit(text[2 * i]), low = HexDigit(text[2 * i + 1]);
+        ok = high >= 0 && low >= 0;
+        fingerprint[i] = (unsigned char)(high * 16 + low);
+    }
+    free(text);
+    if (!ok)
+        SetLastError(ERROR_FILE_NOT_FOUND);
+    return ok;
+}
+
+int WriteCertificatePin(const wchar_t *host, DWORD port, const unsigned char fingerprint[kFingerprintBytes])
+{
+    ScopedRegKey key;
+    if (!OpenViewKey(kCertificatesSubkey, &key))
+        return 0;
+    wchar_t name[300];
+    PinName(host, port, name, ARRAYSIZE(name));
+    wchar_t text[2 * kFingerprintBytes + 1];
+    for (int i = 0; i < kFingerprintBytes; i++)
+        _snwprintf(text + 2 * i, 3, L"%02X", fingerprint[i]);
+    text[2 * kFingerprintBytes] = L'\0';
+    return WriteRegText(key.get(), name, text);
 }

@@ -7,6 +7,7 @@
 #include "base/dialog.h"
 #include "base/message_box.h"
 #include "base/res_text.h"
+#include "nntp/certificate_dialog.h"
 #include "nntp/group_list.h"
 #include "resources/resource.h"
 #include "text/widestr.h"
@@ -18,6 +19,7 @@ const UINT kCounterTimer = 1;
 const UINT kCounterPeriodMs = 100;
 
 struct GroupListDialogState {
+    HINSTANCE instance;
     const wchar_t *active_path;
     const wchar_t *category_path;
     const NntpServer *server;
@@ -37,7 +39,8 @@ void OnFileFailed(void *context)
 
 void Work(BackgroundJob *job, void *context)
 {
-    GroupListEvents events = {job, OnGroupStored, OnFileFailed};
+    NntpTrust trust = JobTrust(job);
+    GroupListEvents events = {job, OnGroupStored, OnFileFailed, &trust};
     GroupListRun((GroupListJob *)context, &events, &job->cancel);
 }
 
@@ -104,6 +107,11 @@ const FailureWords kFailureWords[] = {
     {kListWriteFailed, IDS_GL_WRITE_FAILED, kFormError, 0},
     {kListHashWriteFailed, IDS_GL_HASH_WRITE, kFormError, 0},
     {kListIncomplete, IDS_GL_INCOMPLETE, kFormError, 0},
+    {kListTlsFailed, IDS_TLS_FAILED, kFormError, 0},
+    {kListCaFileFailed, IDS_TLS_CA_FILE, kFormError, 0},
+    {kListCertificateRefused, IDS_TLS_CERT_REFUSED, kFormPlain, 0},
+    {kListStartTlsRefused, IDS_TLS_STARTTLS_REFUSED, kFormReply, IDS_NO_MEMORY},
+    {kListEncryptionRequired, IDS_TLS_REQUIRED, kFormReply, IDS_NO_MEMORY},
 };
 
 /* The run's failure in words; false when it did not fail. */
@@ -132,8 +140,10 @@ bool FailureText(const GroupListJob *list, wchar_t *text, int chars)
     return false;
 }
 
-INT_PTR GroupListHandler(HWND dialog, UINT message, WPARAM wp, LPARAM, GroupListDialogState *state)
+INT_PTR GroupListHandler(HWND dialog, UINT message, WPARAM wp, LPARAM lp, GroupListDialogState *state)
 {
+    if (AnswerCertificateQuestion(state->instance, dialog, message, lp))
+        return TRUE;
     switch (message) {
     case WM_INITDIALOG:
         state->job = MakeJob(state);
@@ -176,7 +186,7 @@ INT_PTR GroupListHandler(HWND dialog, UINT message, WPARAM wp, LPARAM, GroupList
 int RunGroupListDownload(HINSTANCE instance, HWND parent, const wchar_t *active_path, const wchar_t *category_path,
                          const NntpServer *server)
 {
-    GroupListDialogState state = {active_path, category_path, server, nullptr, 0};
+    GroupListDialogState state = {instance, active_path, category_path, server, nullptr, 0};
     RunDialog<GroupListHandler>(instance, IDD_GROUP_LIST, parent, &state);
     if (state.job) {
         /* Closed early, the worker is stopped at once; its notice then finds

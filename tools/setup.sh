@@ -118,7 +118,7 @@ if ! mbedtls_ready x86_64 || ! mbedtls_ready i686; then
     quiet $SUDO cmake -S "$src" -B "$work/build-$arch" \
       -DCMAKE_TOOLCHAIN_FILE="$top/cmake/mingw-w64-$arch.cmake" -DCMAKE_BUILD_TYPE=Release \
       -DCMAKE_INSTALL_PREFIX="$part" \
-      -DCMAKE_C_FLAGS="-I$part/include -DMBEDTLS_USER_CONFIG_FILE=\\\"pelnor_mbedtls_config.h\\\"" \
+      -DCMAKE_C_FLAGS="-ffunction-sections -fdata-sections -I$part/include -DMBEDTLS_USER_CONFIG_FILE=\\\"pelnor_mbedtls_config.h\\\"" \
       -DUSE_STATIC_MBEDTLS_LIBRARY=ON -DUSE_SHARED_MBEDTLS_LIBRARY=OFF \
       -DENABLE_PROGRAMS=OFF -DENABLE_TESTING=OFF -DMBEDTLS_FATAL_WARNINGS=OFF
     quiet $SUDO cmake --build "$work/build-$arch" -j2
