@@ -84,8 +84,10 @@ struct DataFolder {
     SessionRun Run(NntpScript &script, const std::vector<std::wstring> &groups = {L"fj.test"}, DWORD limit = 100,
                    DWORD depth = 1, StopWay stop = kNoStop, DWORD receive_timeout_ms = kNntpDefaultReceiveTimeoutMs)
     {
-        return RunScriptedSession(TestServer(script.Start(), nullptr, nullptr, depth, receive_timeout_ms), groups,
-                                  folder.path(), limit, stop);
+        NntpServer server = TestServer(script.Start(), nullptr, nullptr, depth, receive_timeout_ms);
+        if (script.over_tls())
+            UseScriptTls(&server);
+        return RunScriptedSession(server, groups, folder.path(), limit, stop);
     }
 };
 
@@ -251,7 +253,9 @@ NntpScript FirstTwoOfThree()
  * is missing. Faults that used to leave a group stuck for good are rows
  * too: a body line longer than a reply line is stored whole, a group
  * whose name the data folder refuses is passed over with its status, and
- * a stop while the server stalls ends the run at once. */
+ * a stop while the server stalls ends the run at once. Every row runs over
+ * TLS as well, with the same outcome; bytes that break the encryption
+ * itself end the run as a broken link does. */
 TEST(ArticleDownload, FaultsKeepWhatWasStoredAtEitherDepthAndTheNextRunGoesOn)
 {
     const std::string head3 = "221 3 <3@pelnor.test>\r\n";
@@ -281,6 +285,7 @@ TEST(ArticleDownload, FaultsKeepWhatWasStoredAtEitherDepthAndTheNextRunGoesOn)
         StopWay stop;
         std::wstring before; /* a group listed before fj.test, and what the run says of it */
         std::wstring before_status;
+        bool tls_only = false;
     } cases[] = {
         {"close between articles", FirstTwoOfThree().Recv().Close(), L"受信に失敗しました(38).", false,
          {Plain(1), Plain(2)}, 2},
@@ -319,15 +324,22 @@ TEST(ArticleDownload, FaultsKeepWhatWasStoredAtEitherDepthAndTheNextRunGoesOn)
         {"name the data folder refuses", all_three, L"3件の記事を取得しました。", true,
          {Plain(1), Plain(2), Plain(3)}, 3, kNoStop, refused_name,
          refused_name + L": インデックスの初期化に失敗しました(123)"},
+        {"corrupt TLS record", FirstTwoOfThree().Recv().SendRaw("garbage\r\n"),
+         L"受信に失敗しました(13).", false, {Plain(1), Plain(2)}, 2, kNoStop, L"", L"", true},
     };
     const std::string all_sent = "GROUP fj.test\r\nHEAD 1\r\nBODY 1\r\nHEAD 2\r\nBODY 2\r\nHEAD 3\r\nBODY 3\r\n";
-    for (Case &c : cases) {
+    for (Case &c : cases)
+      for (bool tls : {false, true}) {
+        if (c.tls_only && !tls)
+            continue;
         GroupBytes stored = StoreBytes(c.stored);
         std::string sent[2];
         DWORD depths[2] = {1, kDefaultPipelineDepth};
         for (int i = 0; i < 2; i++) {
-            SCOPED_TRACE(std::string(c.name) + " at depth " + std::to_string(depths[i]));
+            SCOPED_TRACE(std::string(c.name) + (tls ? " over TLS" : "") + " at depth " + std::to_string(depths[i]));
             NntpScript script = c.script;
+            if (tls)
+                script.OverTls();
             DataFolder data;
             data.Index(L"fj.test", 0);
             std::vector<std::wstring> groups = {L"fj.test"};
@@ -346,6 +358,8 @@ TEST(ArticleDownload, FaultsKeepWhatWasStoredAtEitherDepthAndTheNextRunGoesOn)
             if (c.last_fetched == 3 || i == 0)
                 continue;
             NntpScript again;
+            if (tls)
+                again.OverTls();
             Serve(again.Send(kGreeting).Reply(GroupReply(1, 3)), 3);
             run = data.Run(again);
             EXPECT_EQ(run.ok, 1);
@@ -354,7 +368,7 @@ TEST(ArticleDownload, FaultsKeepWhatWasStoredAtEitherDepthAndTheNextRunGoesOn)
             EXPECT_EQ(data.Log(), all.log);
             EXPECT_EQ(data.Idx(), Header(3, 3, 3, L"1件の記事を取得しました。") + all.Records());
         }
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(std::string(c.name) + (tls ? " over TLS" : ""));
         ASSERT_GE(sent[0].size(), 6u);
         EXPECT_EQ(all_sent.compare(0, sent[0].size() - 6, sent[0], 0, sent[0].size() - 6), 0);
         EXPECT_EQ(sent[0].substr(sent[0].size() - 6), "QUIT\r\n");

@@ -79,7 +79,8 @@ NntpScript &NntpScript::Recv(int lines)
 int NntpScript::Start()
 {
     std::string reply;
-    if (!Control("SCRIPT [" + steps_ + "]", &reply)) {
+    const char *verb = tls_ ? "TLSSCRIPT tls/good.pem tls/good.key [" : "SCRIPT [";
+    if (!Control(verb + steps_ + "]", &reply)) {
         ADD_FAILURE() << "the scripted NNTP server is not running (CTest fixture nntp_script)";
         return 0;
     }
@@ -105,6 +106,12 @@ std::string NntpScript::Transcript(int seconds)
     for (size_t i = 0; i + 1 < hex.size(); i += 2)
         bytes += (char)strtol(hex.substr(i, 2).c_str(), nullptr, 16);
     return bytes;
+}
+
+void UseScriptTls(NntpServer *server)
+{
+    server->tls_mode = kTlsImplicit;
+    wcscpy(server->ca_file, WinePathOf(PELNOR_BUILD_DIR "/nntp-script/tls/ca.pem").c_str());
 }
 
 int FreeLoopbackPort()

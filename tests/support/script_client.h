@@ -22,6 +22,16 @@ public:
     NntpScript &Reply(const std::string &bytes) { return Recv().Send(bytes); }
     NntpScript &Close() { return Step("close"); }
     NntpScript &Stall() { return Step("stall"); }
+    /* Bytes straight onto the link, past any TLS: a corrupt record. */
+    NntpScript &SendRaw(const std::string &bytes) { return Step("sendraw", &bytes); }
+    /* The whole dialogue over TLS from the first byte, with the test CA's
+     * certificate for localhost and 127.0.0.1. */
+    NntpScript &OverTls()
+    {
+        tls_ = true;
+        return *this;
+    }
+    bool over_tls() const { return tls_; }
 
     /* Hands the dialogue to the server: the port it listens on (0 when the
      * server could not be reached; the test fails then). */
@@ -35,9 +45,14 @@ public:
 private:
     NntpScript &Step(const char *kind, const std::string *bytes = nullptr);
     std::string steps_;
+    bool tls_ = false;
     int port_ = 0;
     bool finished_ = false;
 };
+
+/* `server` set for the scripted server's TLS dialogues: implicit TLS,
+ * trusting the test CA. */
+void UseScriptTls(NntpServer *server);
 
 /* A loopback port nothing listens on. */
 int FreeLoopbackPort();

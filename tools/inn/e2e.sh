@@ -2,8 +2,14 @@
 # The INN of the end-to-end tests: a private INN with two readers on free
 # loopback ports, one open and one that wants "pelnor" / "e2e-secret",
 # holding the test corpus (3 groups of 80 articles, some cancelled). Both
-# readers are nnrpd as INN starts it.
+# readers are nnrpd as INN starts it. Readers over TLS besides them: one
+# each for implicit TLS and STARTTLS that take the same login only once
+# encrypted, and one with implicit TLS for each certificate a client must
+# question (self-signed, another host's, expired, and a second good one).
 #   e2e.sh start DIR    DIR/ports holds "OPEN_PORT AUTH_PORT";
+#                       DIR/tls-ports "NAME PORT" lines (implicit, starttls,
+#                       selfsigned, wronghost, expired, good2);
+#                       DIR/tls the certificates (inn.sh certs);
 #                       DIR/expected the log and index bytes per group
 #   e2e.sh stop DIR
 set -euo pipefail
@@ -23,6 +29,13 @@ start)
   open_port=$("$here/inn.sh" start "$dir" 0)
   auth_port=$("$here/inn.sh" reader "$dir" 0 pelnor:e2e-secret)
   python3 "$here/corpus.py" e2e "$dir" "$here/inn.sh" fj.test.pelnor,fj.comp.pelnor.misc,japan.test.pelnor 80
+  {
+    echo "implicit $("$here/inn.sh" reader "$dir" 0 pelnor:e2e-secret --tls implicit --require-tls-login)"
+    echo "starttls $("$here/inn.sh" reader "$dir" 0 pelnor:e2e-secret --tls starttls --require-tls-login)"
+    for cert in selfsigned wronghost expired good2; do
+      echo "$cert $("$here/inn.sh" reader "$dir" 0 --tls implicit --cert $cert)"
+    done
+  } >"$dir/tls-ports"
   echo "$open_port $auth_port" >"$dir/ports.tmp"
   mv "$dir/ports.tmp" "$dir/ports"
   ;;
