@@ -15,7 +15,7 @@ TEST(Session, OpensTheConversationAsTheTableSays)
         NntpScript script = OpeningScript(c, false, "211 0 1 0 fj.test\r\n");
         TempFolder folder;
         WriteFileBytes(folder.file(L"fj.test.idx"), HeaderBytes(HeaderFields()));
-        SessionRun run = RunScriptedSession(TestServer(script.Start(), c.user, c.password), {L"fj.test"}, folder.path());
+        SessionRun run = RunScriptedSession(OpeningServer(c, script.Start()), {L"fj.test"}, folder.path());
         EXPECT_EQ(run.ok, c.download_error == 0);
         EXPECT_EQ(run.error, c.download_error);
         if (c.download_error) {

@@ -23,6 +23,10 @@ struct DialogRun {
     void Run(int port, const char *user = nullptr, const char *password = nullptr)
     {
         NntpServer server = TestServer(port, user, password);
+        Run(server);
+    }
+    void Run(const NntpServer &server)
+    {
         RunGroupListDownload(GetModuleHandleW(nullptr), nullptr, active.c_str(), category.c_str(), &server);
     }
     /* The one box the run showed: caption "PELNOR", exclamation icon. */
@@ -84,7 +88,7 @@ TEST(GroupList, OpensTheConversationAsTheTableSays)
         SCOPED_TRACE(c.name);
         NntpScript script = OpeningScript(c, true, "215 list\r\nfj.test 3 1 y\r\n.\r\n");
         DialogRun run;
-        run.Run(script.Start(), c.user, c.password);
+        run.Run(OpeningServer(c, script.Start()));
         /* No QUIT: the connection is just closed. */
         EXPECT_EQ(script.Transcript(), OpeningTranscript(c, true, "LIST active"));
         if (c.list_text) {

@@ -30,7 +30,18 @@ struct OpeningCase {
     DWORD download_error;  /* the download's last error, 0 when it succeeds */
     const wchar_t *download_title, *download_text;
     const wchar_t *list_text; /* the group list's box, null for none */
+    DWORD tls_mode = 0;       /* the server value's */
+    bool compress = false;
 };
+
+/* The server value a row is played with. */
+inline NntpServer OpeningServer(const OpeningCase &c, int port)
+{
+    NntpServer server = TestServer(port, c.user, c.password);
+    server.tls_mode = c.tls_mode;
+    server.compress = c.compress;
+    return server;
+}
 
 /* The group list follows each authinfo line with an empty one (kept so). */
 inline bool DoublesLine(bool doubled_login, const std::string &sent)
@@ -102,6 +113,29 @@ inline std::vector<OpeningCase> OpeningCases()
          true, 0, nullptr, nullptr, nullptr},
         {"drop after the greeting", ready, nullptr, nullptr, {{"CMD", nullptr}}, false, 38, L"Socket ERROR",
          L"受信に失敗しました(38).", L"受信に失敗"},
+        /* With STARTTLS set, a refusal ends the conversation before the
+         * login: the password never goes out in the clear. */
+        {"STARTTLS refused", ready, "taro", "himitsu", {{"STARTTLS", "580 no TLS here\r\n"}}, false, 13,
+         L"127.0.0.1", L"サーバが STARTTLS を受け付けませんでした: 580 no TLS here",
+         L"サーバが STARTTLS を受け付けませんでした: 580 no TLS here\r\n", kTlsStartTls},
+        {"login needs encryption", ready, "taro", "himitsu", {{"authinfo user taro", "483 Encryption required\r\n"}},
+         false, 13, L"127.0.0.1",
+         L"このサーバは暗号化した接続でしかログインできません。設定の[暗号化]を TLS か STARTTLS にしてください。\r\n"
+         L"483 Encryption required",
+         L"このサーバは暗号化した接続でしかログインできません。設定の[暗号化]を TLS か STARTTLS にしてください。\r\n"
+         L"483 Encryption required\r\n"},
+        /* Compression is asked for after the login, only when listed; a
+         * server that does not list it, does not know CAPABILITIES or
+         * refuses COMPRESS is used as it is. */
+        {"compression refused", ready, "taro", "himitsu",
+         {user, password, {"CAPABILITIES", "101 list\r\nVERSION 2\r\nREADER\r\ncompress   gzip  Deflate\r\n.\r\n"},
+          {"COMPRESS DEFLATE", "403 not now\r\n"}},
+         true, 0, nullptr, nullptr, nullptr, kTlsNone, true},
+        {"compression not listed", ready, nullptr, nullptr,
+         {{"CAPABILITIES", "101 list\r\nVERSION 2\r\nCOMPRESSION DEFLATE\r\nCOMPRESS GZIP\r\n.\r\n"}}, true, 0,
+         nullptr, nullptr, nullptr, kTlsNone, true},
+        {"CAPABILITIES unknown", ready, nullptr, nullptr, {{"CAPABILITIES", "500 what?\r\n"}}, true, 0, nullptr,
+         nullptr, nullptr, kTlsNone, true},
     };
 }
 
