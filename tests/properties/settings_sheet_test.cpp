@@ -129,6 +129,34 @@ TEST_F(SettingsSheetTest, MainPageRefusesEachBadFieldAndKeepsThePageThenSavesWha
     EXPECT_EQ(PelnorValue(L"Limit"), DwordValue(123456));
 }
 
+/* The port follows the encryption mode while it is the old mode's usual
+ * port; one the user typed stays. */
+TEST_F(SettingsSheetTest, PortFollowsTheEncryptionModeUnlessTyped)
+{
+    std::vector<std::wstring> ports;
+    EXPECT_EQ(Run([&](HWND sheet) {
+                  HWND page = CurrentPage(sheet);
+                  FillMain(page);
+                  HWND mode = GetDlgItem(page, IDC_MAIN_TLS);
+                  auto choose = [&](int index) {
+                      SendMessageW(mode, CB_SETCURSEL, index, 0);
+                      SendMessageW(page, WM_COMMAND, MAKEWPARAM(IDC_MAIN_TLS, CBN_SELCHANGE), (LPARAM)mode);
+                      ports.push_back(WindowText(GetDlgItem(page, IDC_MAIN_PORT)));
+                  };
+                  choose(kTlsImplicit);
+                  choose(kTlsStartTls);
+                  SetDlgItemTextW(page, IDC_MAIN_PORT, L"8119");
+                  choose(kTlsImplicit);
+                  ClickButton(page, IDC_MAIN_COMPRESS);
+                  ClickButton(sheet, IDOK);
+              }),
+              1);
+    EXPECT_EQ(ports, (std::vector<std::wstring>{L"563", L"119", L"8119"}));
+    EXPECT_EQ(PelnorValue(L"TlsMode"), DwordValue(kTlsImplicit));
+    EXPECT_EQ(PelnorValue(L"Port"), DwordValue(8119));
+    EXPECT_EQ(PelnorValue(L"Compress"), DwordValue(0));
+}
+
 TEST_F(SettingsSheetTest, AuthenticationStoresTheLoginOnlyWhenBothPasswordsMatch)
 {
     const struct {

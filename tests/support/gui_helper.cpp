@@ -328,7 +328,16 @@ BOOL CALLBACK CheckFit(HWND control, LPARAM out)
     HDC dc = GetDC(control);
     HGDIOBJ old = SelectObject(dc, (HFONT)SendMessageW(control, WM_GETFONT, 0, 0));
     SIZE extent = {};
-    GetTextExtentPoint32W(dc, text.c_str(), (int)text.size(), &extent);
+    if (kind == L"Static") {
+        /* A label wraps at its width as it draws: what it needs is the
+         * height of the wrapped lines. */
+        RECT needed = {0, 0, area.right, 0};
+        DrawTextW(dc, text.c_str(), (int)text.size(), &needed, DT_CALCRECT | DT_WORDBREAK | DT_NOPREFIX | DT_EXPANDTABS);
+        extent.cx = needed.right;
+        extent.cy = needed.bottom;
+    } else {
+        GetTextExtentPoint32W(dc, text.c_str(), (int)text.size(), &extent);
+    }
     SelectObject(dc, old);
     ReleaseDC(control, dc);
     if (extent.cx + room_x > area.right || extent.cy + room_y > area.bottom)
