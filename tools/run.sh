@@ -8,6 +8,11 @@
 #    the group view to build/screenshots/pelnor-main.png and closes.
 # The news server needs root (innd runs as the news user); without root, or
 # with PELNOR_SERVER set, Pelnor is pointed at PELNOR_SERVER:PELNOR_PORT.
+# PELNOR_TLS=implicit or PELNOR_TLS=starttls runs the demo encrypted: the
+# local server then serves TLS with a certificate of its own test CA (which
+# Pelnor is told to trust through CaFile) and takes the login "pelnor" /
+# "demo-secret" only inside TLS. With PELNOR_SERVER, PELNOR_TLS sets the
+# mode and PELNOR_CA_FILE (a Windows path) names extra roots if needed.
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 build=${PELNOR_BUILD:-$top/build}
@@ -25,6 +30,15 @@ mkdir -p "$data"
 
 server=${PELNOR_SERVER:-}
 port=${PELNOR_PORT:-119}
+tls=${PELNOR_TLS:-}
+case "$tls" in
+  "") tls_mode=0 ;;
+  implicit) tls_mode=1 ;;
+  starttls) tls_mode=2 ;;
+  *) echo "run: PELNOR_TLS is implicit or starttls, not '$tls'" >&2; exit 2 ;;
+esac
+ca_file=${PELNOR_CA_FILE:-}
+login=
 own_inn=0
 if [ -z "$server" ] && [ "$(id -u)" = 0 ]; then
   "$top/tools/inn/inn.sh" stop "$inn" >/dev/null 2>&1 || true
@@ -35,7 +49,13 @@ if [ -z "$server" ] && [ "$(id -u)" = 0 ]; then
   "$top/tools/inn/inn.sh" seed "$inn" >/dev/null
   cp "$inn/group.dat" "$data/group.dat"
   server=127.0.0.1
-  echo "run: news server on 127.0.0.1:$port with $(tr -d '\r' <"$data/group.dat" | paste -sd' ')"
+  if [ -n "$tls" ]; then
+    port=$("$top/tools/inn/inn.sh" reader "$inn" 0 pelnor:demo-secret --tls "$tls" --require-tls-login)
+    server=localhost
+    login=pelnor:demo-secret
+    ca_file=$(echo "Z:$(readlink -f "$inn")/tls/ca.pem" | sed 's|/|\\|g')
+  fi
+  echo "run: news server on $server:$port${tls:+ ($tls TLS, login only inside it)} with $(tr -d '\r' <"$data/group.dat" | paste -sd' ')"
 elif [ -z "$server" ]; then
   server=127.0.0.1
   echo "run: not root, so no local news server; set PELNOR_SERVER and PELNOR_PORT for yours"
@@ -62,6 +82,12 @@ run reg add "$key" /v Server /t REG_SZ /d "$server" /f >/dev/null
 run reg add "$key" /v Port /t REG_DWORD /d "$port" /f >/dev/null
 run reg add "$key" /v DataPath /t REG_SZ /d "$(winpath "$data")\\" /f >/dev/null
 run reg add "$key" /v Limit /t REG_DWORD /d 50 /f >/dev/null
+run reg add "$key" /v TlsMode /t REG_DWORD /d "$tls_mode" /f >/dev/null
+if [ -n "$ca_file" ]; then run reg add "$key" /v CaFile /t REG_SZ /d "$ca_file" /f >/dev/null; fi
+if [ -n "$login" ]; then
+  run reg add "$key" /v UserID /t REG_SZ /d "${login%%:*}" /f >/dev/null
+  run reg add "$key" /v Password /t REG_SZ /d "${login#*:}" /f >/dev/null
+fi
 echo "run: data folder $data"
 
 if [ $headless = 0 ]; then
