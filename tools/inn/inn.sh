@@ -27,8 +27,7 @@
 # PORT 0 picks a free port; the port is printed. The readers are nnrpd as
 # INN ships it: each offers COMPRESS DEFLATE, before and after login; one
 # without --tls lists STARTTLS too but answers it 580. A TLS reader reads
-# its own copy of inn.conf, DIR/etc/inn-PORT.conf; check_tls.py beside this
-# script talks to one as a TLS client. Everything INN writes stays in DIR;
+# its own copy of inn.conf, DIR/etc/inn-PORT.conf. Everything INN writes stays in DIR;
 # the daemons' output goes to DIR/log.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)

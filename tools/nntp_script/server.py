@@ -14,7 +14,6 @@ test asks for the record when its client has finished.
                           expired.pem, selfsigned.pem, each with its .key)
     server.py stop DIR    stop it (waits until it has exited)
     server.py serve DIR   run in the foreground
-selftest.py beside it checks it from a Python client, TLS included.
 
 Control protocol, one request per connection, lines of text:
     SCRIPT <json list of steps>   -> PORT <n>   (already listening)
@@ -97,16 +96,20 @@ class Channel:
                 self.tls.do_handshake()
                 break
             except ssl.SSLWantReadError:
-                self.flush()
-                data = self.conn.recv(65536)
-                if not data:
-                    self.incoming.write_eof()
-                else:
-                    self.incoming.write(data)
+                self.feed()
             except ssl.SSLError:
                 self.flush()  # the alert that says why
                 raise
         self.flush()
+
+    def feed(self):
+        """What TLS wants next: our pending output out, the client's bytes in."""
+        self.flush()
+        data = self.conn.recv(65536)
+        if not data:
+            self.incoming.write_eof()
+        else:
+            self.incoming.write(data)
 
     def flush(self):
         data = self.outgoing.read() if self.outgoing else b""
@@ -132,12 +135,7 @@ class Channel:
             try:
                 return self.tls.read(65536)
             except ssl.SSLWantReadError:
-                self.flush()
-                data = self.conn.recv(65536)
-                if not data:
-                    self.incoming.write_eof()
-                else:
-                    self.incoming.write(data)
+                self.feed()
             except (ssl.SSLZeroReturnError, ssl.SSLEOFError):
                 return b""
             finally:
