@@ -68,6 +68,9 @@ TEST_F(SettingsTest, DefaultsAndFullRoundTripInEachValuesType)
         {L"MailAddress", TextValue(L""), TextValue(L"yamada@example.jp")},
         {L"Organization", TextValue(L""), TextValue(L"マロウビー株式会社 ﾃｽﾄ")},
         {L"EditorPath", TextValue(L""), TextValue(L"\\Windows\\pword.exe")},
+        {L"TlsMode", DwordValue(0), DwordValue(2)},
+        {L"CaFile", {}, TextValue(L"\\Storage\\社内CA.pem")},
+        {L"Compress", DwordValue(1), DwordValue(0)},
     };
     auto expect_saved = [&](bool full) {
         for (const auto &v : values)

@@ -21,6 +21,9 @@ protected:
         ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), group_file));
         SeedCompleteSettings(data_.path());
         SetPelnorDword(L"Port", (DWORD)port);
+        /* The dialogues here are the plain ones: no CAPABILITIES for
+         * compression after the login. */
+        SetPelnorDword(L"Compress", 0);
         ASSERT_NE(CreateMainFrame(&frame_, SW_SHOWNORMAL), nullptr);
         list_ = frame_.groupView->list;
         watcher_.SetDialogHandler([this](HWND dialog) {
