@@ -355,6 +355,13 @@ TEST(ArticleDownload, FaultsKeepWhatWasStoredAtEitherDepthAndTheNextRunGoesOn)
             EXPECT_EQ(run.unstored, c.before.empty() ? std::vector<std::wstring>{}
                                                       : std::vector<std::wstring>{c.before_status});
             sent[i] = script.Transcript();
+            /* Only TLS 1.2 with a forward-secret AEAD suite is offered. */
+            if (tls) {
+                std::string link = script.TlsInfo();
+                EXPECT_EQ(link.compare(0, 18, "TLS TLSv1.2 ECDHE-"), 0) << link;
+                EXPECT_TRUE(link.find("-GCM-") != std::string::npos || link.find("CHACHA20") != std::string::npos)
+                    << link;
+            }
             if (c.last_fetched == 3 || i == 0)
                 continue;
             NntpScript again;

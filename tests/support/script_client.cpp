@@ -108,6 +108,12 @@ std::string NntpScript::Transcript(int seconds)
     return bytes;
 }
 
+std::string NntpScript::TlsInfo()
+{
+    std::string reply;
+    return port_ && Control("TLSINFO " + std::to_string(port_), &reply) ? reply : std::string();
+}
+
 void UseScriptTls(NntpServer *server)
 {
     server->tls_mode = kTlsImplicit;

@@ -40,6 +40,9 @@ public:
     /* Every byte the client sent, once the client has closed the
      * connection (waits at most `seconds`). */
     std::string Transcript(int seconds = 30);
+    /* Over TLS: "TLS <version> <cipher>" of the handshake, or "FAILED
+     * <reason>" when there was none. */
+    std::string TlsInfo();
     bool finished() const { return finished_; }
 
 private:
