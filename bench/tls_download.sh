@@ -5,7 +5,7 @@
 #   - articles/s and peak private bytes of bench_nntp_download.exe over
 #     plain TCP (the baseline), implicit TLS (a second reader, nnrpd -S),
 #     STARTTLS (a third reader), and COMPRESS DEFLATE over plain TCP and
-#     over implicit TLS; each link RUNS times (default 3), taking turns, the
+#     over implicit TLS; each link RUNS times (default 5), taking turns, the
 #     table showing the medians and each rate / plain. Aims: implicit TLS
 #     at 0.8x plain or better, and under 4 MB more peak private bytes. The
 #     same runs on a group of 10 articles (fj.bench.ten) show what opening
@@ -23,7 +23,7 @@ set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 build=${PELNOR_BUILD:-$top/build}
 exe=$build/bench/bench_nntp_download.exe
-runs=${1:-3}
+runs=${1:-5}
 host=${PELNOR_BENCH_HOST:-localhost}
 [ -f "$exe" ] || { echo "build first: $exe is missing" >&2; exit 1; }
 [ "$(id -u)" = 0 ] || { echo "run as root (innd)" >&2; exit 1; }
