@@ -5,6 +5,10 @@
  *   bench_nntp_download PORT DATA_FOLDER DEPTH GROUP...
  * Prints: articles, milliseconds, articles per second, and the process's
  * peak private bytes (peak commit) at the end.
+ * The link, from the environment (each optional): PELNOR_BENCH_HOST (default
+ * 127.0.0.1), PELNOR_BENCH_TLS (0 none, 1 implicit, 2 STARTTLS),
+ * PELNOR_BENCH_CA (a PEM file of extra trusted roots, a Windows path) and
+ * PELNOR_BENCH_COMPRESS (1: COMPRESS DEFLATE when offered).
  */
 #include <windows.h>
 #include <winsock.h>
@@ -31,7 +35,16 @@ int wmain(int argc, wchar_t **argv)
     WSADATA wsa;
     WSAStartup(MAKEWORD(1, 1), &wsa);
     NntpServer server = {};
-    strcpy(server.host, "127.0.0.1");
+    const char *host = getenv("PELNOR_BENCH_HOST");
+    strncpy(server.host, host && *host ? host : "127.0.0.1", kNntpHostBytes - 1);
+    MultiByteToWideChar(CP_ACP, 0, server.host, -1, server.name, 260);
+    const char *tls = getenv("PELNOR_BENCH_TLS");
+    server.tls_mode = tls ? (DWORD)atoi(tls) : (DWORD)kTlsNone;
+    const wchar_t *ca = _wgetenv(L"PELNOR_BENCH_CA");
+    if (ca)
+        wcsncpy(server.ca_file, ca, 259);
+    const char *compress = getenv("PELNOR_BENCH_COMPRESS");
+    server.compress = compress && atoi(compress) != 0;
     server.port = (unsigned short)_wtoi(argv[1]);
     server.connect_timeout_ms = kNntpDefaultConnectTimeoutMs;
     server.receive_timeout_ms = kNntpDefaultReceiveTimeoutMs;

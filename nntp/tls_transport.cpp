@@ -85,12 +85,22 @@ const int kSuites[] = {
     0,
 };
 
+/* What one read of the link may take: a whole record of the largest size.
+ * The library asks for a record's header, then for its body; served from
+ * here, both come from one read of the link instead of two reads, each
+ * with its wait. */
+const int kLinkBufferSize = 16 * 1024 + 512;
+
 struct TlsTransport {
     NntpTransport base;
     NntpTransport *inner;
     DWORD receive_timeout_ms;
     DWORD link_error; /* the inner transport's last failure, kept across the library */
     bool open;        /* the handshake is done: close with a notice */
+    volatile LONG shut_down;
+    int link_pos;     /* bytes read from the link, not yet given to the library */
+    int link_end;
+    unsigned char link_bytes[kLinkBufferSize];
     mbedtls_ssl_context ssl;
     mbedtls_ssl_config config;
     mbedtls_entropy_context entropy;
@@ -108,19 +118,38 @@ int SendToLink(void *context, const unsigned char *bytes, size_t length)
     return (int)length;
 }
 
+bool IsShutDown(TlsTransport *t)
+{
+    return InterlockedCompareExchange(&t->shut_down, 0, 0) != 0;
+}
+
 int ReceiveFromLink(void *context, unsigned char *buffer, size_t capacity, uint32_t timeout_ms)
 {
     TlsTransport *t = (TlsTransport *)context;
-    if (!t->inner->vt->wait(t->inner, timeout_ms)) {
-        t->link_error = GetLastError();
-        return t->link_error == WSAETIMEDOUT ? MBEDTLS_ERR_SSL_TIMEOUT : MBEDTLS_ERR_NET_RECV_FAILED;
-    }
-    int got = t->inner->vt->read(t->inner, (char *)buffer, capacity > 0x7fffffff ? 0x7fffffff : (int)capacity);
-    if (got < 0) {
-        t->link_error = GetLastError();
+    if (t->link_pos == t->link_end) {
+        if (!t->inner->vt->wait(t->inner, timeout_ms)) {
+            t->link_error = GetLastError();
+            return t->link_error == WSAETIMEDOUT ? MBEDTLS_ERR_SSL_TIMEOUT : MBEDTLS_ERR_NET_RECV_FAILED;
+        }
+        int got = t->inner->vt->read(t->inner, (char *)t->link_bytes, kLinkBufferSize);
+        if (got < 0) {
+            t->link_error = GetLastError();
+            return MBEDTLS_ERR_NET_RECV_FAILED;
+        }
+        if (got == 0)
+            return 0;
+        t->link_pos = 0;
+        t->link_end = got;
+    } else if (IsShutDown(t)) {
+        t->link_error = ERROR_CANCELLED;
         return MBEDTLS_ERR_NET_RECV_FAILED;
     }
-    return got;
+    int given = t->link_end - t->link_pos;
+    if ((size_t)given > capacity)
+        given = (int)capacity;
+    memcpy(buffer, t->link_bytes + t->link_pos, (size_t)given);
+    t->link_pos += given;
+    return given;
 }
 
 /* The last error for a failure of the library: the link's own when the
@@ -133,7 +162,11 @@ void SetFailure(TlsTransport *t)
 int TlsWait(NntpTransport *base, DWORD timeout_ms)
 {
     TlsTransport *t = (TlsTransport *)base;
-    if (mbedtls_ssl_get_bytes_avail(&t->ssl) > 0 || mbedtls_ssl_check_pending(&t->ssl))
+    if (IsShutDown(t)) {
+        SetLastError(ERROR_CANCELLED);
+        return 0;
+    }
+    if (mbedtls_ssl_get_bytes_avail(&t->ssl) > 0 || mbedtls_ssl_check_pending(&t->ssl) || t->link_pos < t->link_end)
         return 1;
     return t->inner->vt->wait(t->inner, timeout_ms);
 }
@@ -178,6 +211,7 @@ int TlsWrite(NntpTransport *base, const char *bytes, int length)
 void TlsShutDown(NntpTransport *base)
 {
     TlsTransport *t = (TlsTransport *)base;
+    InterlockedExchange(&t->shut_down, 1);
     t->inner->vt->shut_down(t->inner);
 }
 
