@@ -341,6 +341,20 @@ int CheckPeer(TlsTransport *t, const NntpServer *server, const NntpTrust *trust,
         return 0;
     }
     uint32_t flags = mbedtls_ssl_get_verify_result(&t->ssl);
+    if (flags & MBEDTLS_X509_BADCERT_NOT_TRUSTED) {
+        /* The system's roots are read only when the user's own do not
+         * vouch for the server: opening the store costs more than the
+         * whole handshake. The chain is checked again against both; what
+         * the handshake found wrong with the certificate's use stays. */
+        ForEachSystemRoot(AddRoot, &t->roots);
+        const uint32_t kUseFaults = MBEDTLS_X509_BADCERT_KEY_USAGE | MBEDTLS_X509_BADCERT_EXT_KEY_USAGE |
+                                    MBEDTLS_X509_BADCERT_NS_CERT_TYPE | MBEDTLS_X509_BADCERT_BAD_KEY;
+        uint32_t chain_flags = 0;
+        mbedtls_x509_crt_verify_with_profile((mbedtls_x509_crt *)peer, &t->roots, nullptr,
+                                             &mbedtls_x509_crt_profile_default, by_address ? nullptr : server->host,
+                                             &chain_flags, nullptr, nullptr);
+        flags = chain_flags | (flags & kUseFaults);
+    }
     if (by_address && !NamesAddress(peer, address))
         flags |= MBEDTLS_X509_BADCERT_CN_MISMATCH;
     unsigned char fingerprint[kFingerprintBytes];
@@ -371,7 +385,6 @@ int Configure(TlsTransport *t, const NntpServer *server, bool by_address, NntpTl
     mbedtls_entropy_init(&t->entropy);
     mbedtls_x509_crt_init(&t->roots);
 
-    ForEachSystemRoot(AddRoot, &t->roots);
     if (server->ca_file[0] && !AddRootsFromFile(&t->roots, server->ca_file)) {
         *failed = kTlsCaFileFailed;
         return 0;
