@@ -65,6 +65,11 @@ int StartTls(NntpConnection *c, NntpOpenFailure *failed)
     NntpTlsFailure tls;
     NntpTransport *layered = NntpStartTls(c->transport, c->server, c->trust, &tls);
     if (!layered) {
+        /* Nothing more goes out on this link, not even a QUIT: the server
+         * expects encrypted bytes from here on. */
+        DWORD error = GetLastError();
+        NntpClose(c);
+        SetLastError(error);
         failed->failure = tls == kTlsCaFileFailed         ? kNntpFailedCaFile
                           : tls == kTlsCertificateRefused ? kNntpCertificateRefused
                                                           : kNntpFailedTls;

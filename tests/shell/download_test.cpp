@@ -124,6 +124,52 @@ TEST_F(DownloadTest, UserWithoutPasswordIsAskedEachRunAndTheTypedPasswordIsSent)
     EXPECT_EQ(frame_.settings.Password, nullptr);
 }
 
+/* Over TLS, a certificate no root vouches for is put to the user over the
+ * progress dialog: cancel ends the run with nothing sent after the
+ * handshake and says why; trusting pins its fingerprint and the run goes
+ * on; with that pin the next run asks nothing. */
+TEST_F(DownloadTest, UntrustedCertificateIsAskedAboutAndTrustingPinsIt)
+{
+    NntpScript refused, trusted, again;
+    refused.OverTls().Send("200 ready\r\n");
+    for (NntpScript *script : {&trusted, &again})
+        script->OverTls().Send("200 ready\r\n").Reply("211 0 1 0 fj.test\r\n");
+    SetPelnorDword(L"TlsMode", kTlsImplicit); /* no CaFile: the test CA is nobody's root */
+    StartWith("fj.test\r\n", refused.Start());
+    int questions = 0, answer = IDCANCEL;
+    on_dialog_ = [&](HWND dialog, const std::wstring &title) {
+        if (title != L"ｻｰﾊﾞ証明書の確認")
+            return;
+        questions++;
+        PostMessageW(dialog, WM_COMMAND, answer, 0);
+    };
+    PressGetArticles();
+    EXPECT_EQ(questions, 1);
+    EXPECT_EQ(refused.Transcript(), "");
+    ASSERT_EQ(watcher_.boxes().size(), 1u);
+    EXPECT_EQ(watcher_.boxes()[0].caption, L"127.0.0.1");
+    EXPECT_EQ(watcher_.boxes()[0].text,
+              L"サーバの証明書を信頼しなかったので接続を中止しました。取得済みの記事は変わりません。");
+    EXPECT_EQ(PelnorValue((L"127.0.0.1:" + std::to_wstring(frame_.settings.Port)).c_str(), kCertificatesSubkey).type, 0u);
+
+    answer = IDC_CERT_TRUST;
+    frame_.settings.Port = (DWORD)trusted.Start();
+    PressGetArticles();
+    EXPECT_EQ(questions, 2);
+    EXPECT_EQ(trusted.Transcript(), "GROUP fj.test\r\nQUIT\r\n");
+    StoredValue pin = PelnorValue((L"127.0.0.1:" + std::to_wstring(frame_.settings.Port)).c_str(), kCertificatesSubkey);
+    EXPECT_EQ(pin.type, (DWORD)REG_SZ);
+
+    /* Each script listens on a port of its own: the pin moves with it. */
+    frame_.settings.Port = (DWORD)again.Start();
+    RegSetKeyValueW(HKEY_CURRENT_USER, PELNOR_REGISTRY_KEY L"\\Certificates",
+                    (L"127.0.0.1:" + std::to_wstring(frame_.settings.Port)).c_str(), pin.type, pin.bytes.data(),
+                    (DWORD)pin.bytes.size());
+    PressGetArticles();
+    EXPECT_EQ(questions, 2);
+    EXPECT_EQ(again.Transcript(), "GROUP fj.test\r\nQUIT\r\n");
+}
+
 /* Escape stops the run at once, even while the server sends nothing:
  * the article stored before stays, the stop is told, and no later group
  * starts. While the worker runs, I starts no second run and closing the

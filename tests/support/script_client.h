@@ -24,8 +24,8 @@ public:
     NntpScript &Stall() { return Step("stall"); }
     /* Bytes straight onto the link, past any TLS: a corrupt record. */
     NntpScript &SendRaw(const std::string &bytes) { return Step("sendraw", &bytes); }
-    /* The whole dialogue over TLS from the first byte, with the test CA's
-     * certificate for localhost and 127.0.0.1. */
+    /* The whole dialogue over TLS from the first byte, with a certificate
+     * of the test CA for localhost and 127.0.0.1 (tls/good.pem). */
     NntpScript &OverTls()
     {
         tls_ = true;
