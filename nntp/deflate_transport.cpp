@@ -111,6 +111,7 @@ void DeflateClose(NntpTransport *base)
     FreeStreams(t);
 }
 
+/* No connect: the layer is made over a link already connected. */
 const NntpTransportVtable kDeflateTransport = {nullptr, DeflateWait, DeflateRead, DeflateWrite, DeflateShutDown,
                                                DeflateClose};
 

@@ -234,6 +234,7 @@ void TlsClose(NntpTransport *base)
     FreeTls(t);
 }
 
+/* No connect: the layer is made over a link already connected. */
 const NntpTransportVtable kTlsTransport = {nullptr, TlsWait, TlsRead, TlsWrite, TlsShutDown, TlsClose};
 
 void AddRoot(void *context, const unsigned char *der, DWORD length)
