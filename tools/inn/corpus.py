@@ -6,8 +6,11 @@ must hold after downloading them.
                                                 write DIR/expected/<group>.log,
                                                 <group>.idx and groups.txt
     corpus.py seed DIR INN_SH                   sample groups for the main job
-    corpus.py bench DIR INN_SH GROUP COUNT      COUNT articles (about 1 KB each
-                                                on the wire) in one group
+    corpus.py bench DIR INN_SH GROUP COUNT [utf-8]
+                                                COUNT articles (about 1 KB each
+                                                on the wire) in one group; with
+                                                utf-8 the same texts as UTF-8
+                                                words and 8-bit UTF-8 bodies
 
 The expected files are built here from the documented formats (article log
 and index, version 5), independently of Pelnor's code: header lines decoded
@@ -38,7 +41,9 @@ def jis(text):
     return text.encode("iso-2022-jp")
 
 
-def word(text, lower=False):
+def word(text, lower=False, utf8=False):
+    if utf8:
+        return (b"=?utf-8?B?" if lower else b"=?UTF-8?B?") + base64.b64encode(text.encode("utf-8")) + b"?="
     opening = b"=?iso-2022-jp?B?" if lower else b"=?ISO-2022-JP?B?"
     return opening + base64.b64encode(jis(text)) + b"?="
 
@@ -51,7 +56,7 @@ class Article:
     """One article: the wire bytes offered to INN and the bytes Pelnor
     stores for it (without the sequence line)."""
 
-    def __init__(self, group, index, rng, body_lines=(2, 12)):
+    def __init__(self, group, index, rng, body_lines=(2, 12), utf8=False):
         self.group = group
         self.message_id = "<%s.%d@pelnor.test>" % (group, index)
         wire = []     # header lines as sent, CR LF each
@@ -61,10 +66,10 @@ class Article:
         name = rng.choice(NAMES)
         form = index % 3
         if form == 0:
-            wire.append(b"From: " + word(name) + b" <user%d@example.jp>\r\n" % index)
+            wire.append(b"From: " + word(name, utf8=utf8) + b" <user%d@example.jp>\r\n" % index)
             stored.append(b"From: " + sjis(name) + b" <user%d@example.jp>\r\n" % index)
         elif form == 1:
-            wire.append(b"From: user%d@example.jp (" % index + word(name, True) + b")\r\n")
+            wire.append(b"From: user%d@example.jp (" % index + word(name, True, utf8) + b")\r\n")
             stored.append(b"From: user%d@example.jp (" % index + sjis(name) + b")\r\n")
         else:
             wire.append(b"From: user%d@example.jp\r\n" % index)
@@ -75,11 +80,11 @@ class Article:
         first = japanese(rng, rng.randint(3, 12))
         if index % 4 == 1:
             second = japanese(rng, rng.randint(10, 20))
-            wire.append(b"Subject: " + word(first) + b"\r\n")
-            wire.append(b" " + word(second) + b"\r\n")
+            wire.append(b"Subject: " + word(first, utf8=utf8) + b"\r\n")
+            wire.append(b" " + word(second, utf8=utf8) + b"\r\n")
             stored.append(b"Subject: " + sjis(first) + sjis(second) + b"\r\n")
         elif index % 4 == 2:
-            wire.append(b"Subject: Re: " + word(first, True) + b" (%d)\r\n" % index)
+            wire.append(b"Subject: Re: " + word(first, True, utf8) + b" (%d)\r\n" % index)
             stored.append(b"Subject: Re: " + sjis(first) + b" (%d)\r\n" % index)
         else:
             wire.append(b"Subject: test article %d\r\n" % index)
@@ -101,7 +106,10 @@ class Article:
             wire.append(b"\t<older.%d@pelnor.test>\r\n" % index)  # a folded, kept header
             stored.append(b"References: " + ref.encode() + b"<older.%d@pelnor.test>\r\n" % index)
         wire.append(b"Path: pelnor!not-for-mail\r\n")
-        wire.append(b"Organization: " + word("テスト組織") + b"\r\n")
+        wire.append(b"Organization: " + word("テスト組織", utf8=utf8) + b"\r\n")
+        if utf8:
+            wire.append(b"MIME-Version: 1.0\r\nContent-Type: text/plain; charset=UTF-8\r\n"
+                        b"Content-Transfer-Encoding: 8bit\r\n")
 
         body = []
         for line_number in range(rng.randint(*body_lines)):
@@ -118,7 +126,7 @@ class Article:
                 body.append(japanese(rng, rng.randint(1, 35)) + " %d" % line_number)
         self.wire = b"".join(wire) + b"\r\n"
         for line in body:
-            encoded = jis(line) + b"\r\n"
+            encoded = (line.encode("utf-8") if utf8 else jis(line)) + b"\r\n"
             self.wire += (b"." if encoded.startswith(b".") else b"") + encoded
         self.head = b"".join(stored)
         self.body = b"".join(sjis(line) + b"\r\n" for line in body)
@@ -203,7 +211,7 @@ def run(inn_sh, folder, *args):
     subprocess.run([inn_sh, args[0], folder] + list(args[1:]), check=True, stdout=subprocess.DEVNULL)
 
 
-def post_groups(folder, inn_sh, groups, per_group, seed, cancel_every, body_lines=(2, 12)):
+def post_groups(folder, inn_sh, groups, per_group, seed, cancel_every, body_lines=(2, 12), utf8=False):
     """Posts per_group articles to each group, cancels some, and returns
     {group: [(number, article) present on the server]}."""
     rng = random.Random(seed)
@@ -216,7 +224,7 @@ def post_groups(folder, inn_sh, groups, per_group, seed, cancel_every, body_line
     for group in groups:
         present[group] = []
         for i in range(1, per_group + 1):
-            article = Article(group, i, rng, body_lines)
+            article = Article(group, i, rng, body_lines, utf8)
             path = os.path.join(art_dir, "%s.%d" % (group, i))
             with open(path, "wb") as f:
                 f.write(article.wire)
@@ -262,7 +270,8 @@ def main():
         write_expected(folder, present)
     elif command == "bench":
         folder, inn_sh, group, count = sys.argv[2], sys.argv[3], sys.argv[4], int(sys.argv[5])
-        post_groups(folder, inn_sh, [group], count, seed=11, cancel_every=0, body_lines=(13, 23))
+        utf8 = sys.argv[6:7] == ["utf-8"]
+        post_groups(folder, inn_sh, [group], count, seed=11, cancel_every=0, body_lines=(13, 23), utf8=utf8)
     elif command == "seed":
         folder, inn_sh = sys.argv[2], sys.argv[3]
         groups = ["fj.comp.misc", "fj.rec.animation", "japan.test"]
