@@ -147,7 +147,7 @@ int EnterArticlePane(AppFrame *frame, const PaneSwitch *)
 {
     const Settings &s = frame->settings;
     ArticleViewSetLook(frame->articleView, ViewFont(s.ArticleFont), s.HeaderColor, s.ReferenceLine, (int)s.KeyMode,
-                       (int)s.AutoNextArticle);
+                       (int)s.AutoNextArticle, (int)s.DecodeCharsets);
     return 1;
 }
 
