@@ -67,8 +67,8 @@ void FilterCommand(AppFrame *frame)
         return;
     wchar_t *proposed = SubjectViewCurrent(view) ? ArticleListReadSubject(&view->list) : nullptr;
     KeywordDialogState state;
-    if (RunKeywordDialog(&state, frame->instance, frame->mainWindow, view->list.store.filter_path, proposed) ==
-        kDialogOk) {
+    if (RunKeywordDialog(&state, frame->instance, frame->mainWindow, view->list.store.filter_path, proposed,
+                         (int)frame->settings.DecodeCharsets) == kDialogOk) {
         if (!IndexRefilter(&view->list.store) || !SubjectViewReload(view))
             ShowFailure(IDS_SWITCH_FAILED);
     }
