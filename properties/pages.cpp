@@ -85,6 +85,8 @@ void MainPage::Init(HWND dialog)
     shown_tls_mode = settings->TlsMode < kTlsModeCount ? settings->TlsMode : (DWORD)kTlsNone;
     SendDlgItemMessageW(dialog, IDC_MAIN_TLS, CB_SETCURSEL, shown_tls_mode, 0);
     SendDlgItemMessageW(dialog, IDC_MAIN_COMPRESS, BM_SETCHECK, settings->Compress ? BST_CHECKED : BST_UNCHECKED, 0);
+    SendDlgItemMessageW(dialog, IDC_MAIN_CHARSETS, BM_SETCHECK, settings->DecodeCharsets ? BST_CHECKED : BST_UNCHECKED,
+                        0);
 }
 
 INT_PTR MainPage::Command(HWND dialog, WORD id, WORD code, HWND)
@@ -142,6 +144,7 @@ int MainPage::Apply(HWND dialog)
     settings->Limit = number;
     settings->TlsMode = shown_tls_mode;
     settings->Compress = IsButtonChecked(dialog, IDC_MAIN_COMPRESS) ? 1 : 0;
+    settings->DecodeCharsets = IsButtonChecked(dialog, IDC_MAIN_CHARSETS) ? 1 : 0;
     return 1;
 }
 

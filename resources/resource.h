@@ -93,6 +93,7 @@
 #define IDC_MAIN_LIMIT          1011
 #define IDC_MAIN_TLS            1070
 #define IDC_MAIN_COMPRESS       1071
+#define IDC_MAIN_CHARSETS       1075
 #define IDC_CERT_PROBLEM        1072
 #define IDC_CERT_DETAILS        1073
 #define IDC_CERT_TRUST          1074

@@ -216,6 +216,7 @@ int LoadSettings(Settings *s, int *SettingsComplete)
     if (LoadFixedText(k, L"CaFile", s->CaFile, ARRAYSIZE(s->CaFile), L"") < 0)
         return 0;
     LoadNumber(k, L"Compress", &s->Compress, 1);
+    LoadNumber(k, L"DecodeCharsets", &s->DecodeCharsets, 1);
 
     LoadNumber(k, L"HeaderColor", &s->HeaderColor, 0);
     LoadNumber(k, L"ReferenceLine", &s->ReferenceLine, 0);
@@ -296,7 +297,8 @@ int SaveSettings(Settings *s)
         !WriteRegDword(k, L"FontSizeS", (DWORD)s->FontSizeS))
         return 0;
 
-    if (!WriteRegDword(k, L"TlsMode", s->TlsMode) || !WriteRegDword(k, L"Compress", s->Compress))
+    if (!WriteRegDword(k, L"TlsMode", s->TlsMode) || !WriteRegDword(k, L"Compress", s->Compress) ||
+        !WriteRegDword(k, L"DecodeCharsets", s->DecodeCharsets))
         return 0;
     if (s->CaFile[0] ? !WriteRegText(k, L"CaFile", s->CaFile) : !DeleteRegValue(k, L"CaFile"))
         return 0;

@@ -38,6 +38,7 @@ struct Settings {
     DWORD TlsMode;             /* kTlsNone, kTlsImplicit or kTlsStartTls */
     wchar_t CaFile[260];       /* a PEM file of roots trusted besides the system's; "" none */
     DWORD Compress;            /* 1: COMPRESS DEFLATE when the server offers it */
+    DWORD DecodeCharsets;      /* 1: articles of any charset; the views wrap and match by character */
 };
 
 /* How the link to the server is encrypted. */

@@ -67,8 +67,8 @@ void FilterCommand(AppFrame *frame)
         return;
     wchar_t *proposed = SubjectViewCurrent(view) ? ArticleListReadSubject(&view->list) : nullptr;
     KeywordDialogState state;
-    if (RunKeywordDialog(&state, frame->instance, frame->mainWindow, view->list.store.filter_path, proposed) ==
-        kDialogOk) {
+    if (RunKeywordDialog(&state, frame->instance, frame->mainWindow, view->list.store.filter_path, proposed,
+                         (int)frame->settings.DecodeCharsets) == kDialogOk) {
         if (!IndexRefilter(&view->list.store) || !SubjectViewReload(view))
             ShowFailure(IDS_SWITCH_FAILED);
     }
@@ -147,7 +147,7 @@ int EnterArticlePane(AppFrame *frame, const PaneSwitch *)
 {
     const Settings &s = frame->settings;
     ArticleViewSetLook(frame->articleView, ViewFont(s.ArticleFont), s.HeaderColor, s.ReferenceLine, (int)s.KeyMode,
-                       (int)s.AutoNextArticle);
+                       (int)s.AutoNextArticle, (int)s.DecodeCharsets);
     return 1;
 }
 

@@ -27,6 +27,54 @@ bool TakesPair(wchar_t unit)
     return unit != 0 && ((low >= 0x81 && low <= 0x9F) || (low >= 0xE0 && low <= 0xFC));
 }
 
+/* The code point at text[0] of the `left` units there; *units is 2 for a
+ * whole surrogate pair, else 1 (a lone surrogate stands for itself). */
+unsigned CodePointAt(const wchar_t *text, int left, int *units)
+{
+    unsigned unit = text[0];
+    if (unit >= 0xD800 && unit <= 0xDBFF && left > 1 && text[1] >= 0xDC00 && text[1] <= 0xDFFF) {
+        *units = 2;
+        return 0x10000 + ((unit - 0xD800) << 10) + (text[1] - 0xDC00u);
+    }
+    *units = 1;
+    return unit;
+}
+
+/* Combining marks, the kana voiced marks, variation selectors and emoji
+ * skin tones: they stay with the character before them. */
+bool ExtendsCluster(unsigned c)
+{
+    return (c >= 0x0300 && c <= 0x036F) || (c >= 0x1AB0 && c <= 0x1AFF) || (c >= 0x1DC0 && c <= 0x1DFF) ||
+           (c >= 0x20D0 && c <= 0x20FF) || (c >= 0xFE20 && c <= 0xFE2F) || c == 0x3099 || c == 0x309A ||
+           (c >= 0xFE00 && c <= 0xFE0F) || (c >= 0xE0100 && c <= 0xE01EF) || (c >= 0x1F3FB && c <= 0x1F3FF);
+}
+
+const unsigned kZeroWidthJoiner = 0x200D;
+
+/* The units of the text cluster at text[0] of the `left` units there: a
+ * character with the marks after it, and a joiner with the character it
+ * joins. */
+int ClusterUnits(const wchar_t *text, int left)
+{
+    int taken, units;
+    CodePointAt(text, left, &taken);
+    while (taken < left) {
+        unsigned c = CodePointAt(text + taken, left - taken, &units);
+        if (c == kZeroWidthJoiner) {
+            taken += units;
+            if (taken < left) {
+                CodePointAt(text + taken, left - taken, &units);
+                taken += units;
+            }
+        } else if (ExtendsCluster(c)) {
+            taken += units;
+        } else {
+            break;
+        }
+    }
+    return taken;
+}
+
 bool StartsWith(const wchar_t *text, const wchar_t *prefix)
 {
     return wcsncmp(text, prefix, wcslen(prefix)) == 0;
@@ -64,11 +112,13 @@ bool MeasureUpTo(Measure *m, const wchar_t *start, int units, int available)
 }
 
 /* One display line from `start`: the units taken before the width is
- * reached (at least one character, so the layout always moves on). *next is
- * where the following display line starts; *ends_logical is set when the
- * line ends its logical line (a CR, then an LF after it, are stepped
- * over). */
-DWORD WrapLine(Measure *m, const wchar_t *start, int width, const wchar_t **next, bool *ends_logical)
+ * reached (at least one character, so the layout always moves on); a
+ * character is a text cluster when `by_cluster`, else a unit or a Shift_JIS
+ * pair. *next is where the following display line starts; *ends_logical is
+ * set when the line ends its logical line (a CR, then an LF after it, are
+ * stepped over). */
+DWORD WrapLine(Measure *m, const wchar_t *start, int width, bool by_cluster, const wchar_t **next,
+               bool *ends_logical)
 {
     *ends_logical = false;
     *next = start;
@@ -80,7 +130,11 @@ DWORD WrapLine(Measure *m, const wchar_t *start, int width, const wchar_t **next
     m->measured = 0;
     int taken = 0;
     while (taken < logical) {
-        int units = TakesPair(start[taken]) && taken + 1 < logical ? 2 : 1;
+        int units;
+        if (by_cluster)
+            units = ClusterUnits(start + taken, logical - taken);
+        else
+            units = TakesPair(start[taken]) && taken + 1 < logical ? 2 : 1;
         if (!MeasureUpTo(m, start, taken + units, logical))
             break;
         if (m->extents[taken + units - 1] >= width) {
@@ -155,7 +209,7 @@ bool BuildTable(ArticleView *view, HDC dc, Table *table)
         }
         const wchar_t *next;
         bool ends;
-        DWORD length = WrapLine(&measure, p, width, &next, &ends);
+        DWORD length = WrapLine(&measure, p, width, view->by_cluster != 0, &next, &ends);
         if (next == p)
             break; /* no width to lay out in */
         if (keep)
@@ -458,14 +512,16 @@ void ArticleViewShow(ArticleView *view, int show)
 }
 
 void ArticleViewSetLook(ArticleView *view, HFONT font, COLORREF header_color, COLORREF quote_color, int line_scroll,
-                        int auto_next)
+                        int auto_next, int by_cluster)
 {
     view->header_color = header_color;
     view->quote_color = quote_color;
     view->line_scroll = line_scroll;
     view->auto_next = auto_next;
-    if (font != view->font) {
+    by_cluster = by_cluster != 0;
+    if (font != view->font || by_cluster != view->by_cluster) {
         view->font = font;
+        view->by_cluster = by_cluster;
         ArticleViewInvalidate(view);
     }
     if (view->window)

@@ -52,6 +52,7 @@ struct ArticleView {
     int line_scroll;    /* KeyMode */
     int auto_next;      /* AutoNextArticle */
     int show_all_headers;
+    int by_cluster;     /* DecodeCharsets: lines break between text clusters, not Shift_JIS pairs */
     DWORD header_lines; /* display lines of the header */
     COLORREF header_color;
     COLORREF quote_color;
@@ -69,9 +70,13 @@ int ArticleViewCreate(ArticleView *view, HINSTANCE instance, HWND parent, UINT i
 
 void ArticleViewShow(ArticleView *view, int show);
 
-/* What the frame hands the view each time it shows it. */
+/* What the frame hands the view each time it shows it. With `by_cluster`
+ * a line breaks only between text clusters: a surrogate pair, a character
+ * with its combining marks, variation selectors and skin tones, or
+ * characters joined by ZWJ stay on one line. Without it a unit whose low
+ * byte is a Shift_JIS lead byte goes with the unit after it. */
 void ArticleViewSetLook(ArticleView *view, HFONT font, COLORREF header_color, COLORREF quote_color, int line_scroll,
-                        int auto_next);
+                        int auto_next, int by_cluster);
 
 void ArticleViewSetShowHeaders(ArticleView *view, int show_all);
 

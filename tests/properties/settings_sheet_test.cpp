@@ -130,12 +130,16 @@ TEST_F(SettingsSheetTest, MainPageRefusesEachBadFieldAndKeepsThePageThenSavesWha
 }
 
 /* The port follows the encryption mode while it is the old mode's usual
- * port; one the user typed stays. */
+ * port; one the user typed stays. The two boxes show their defaults and
+ * are saved as left. */
 TEST_F(SettingsSheetTest, PortFollowsTheEncryptionModeUnlessTyped)
 {
     std::vector<std::wstring> ports;
+    LRESULT compress_shown = 0, charsets_shown = 0;
     EXPECT_EQ(Run([&](HWND sheet) {
                   HWND page = CurrentPage(sheet);
+                  compress_shown = SendDlgItemMessageW(page, IDC_MAIN_COMPRESS, BM_GETCHECK, 0, 0);
+                  charsets_shown = SendDlgItemMessageW(page, IDC_MAIN_CHARSETS, BM_GETCHECK, 0, 0);
                   FillMain(page);
                   HWND mode = GetDlgItem(page, IDC_MAIN_TLS);
                   auto choose = [&](int index) {
@@ -148,13 +152,17 @@ TEST_F(SettingsSheetTest, PortFollowsTheEncryptionModeUnlessTyped)
                   SetDlgItemTextW(page, IDC_MAIN_PORT, L"8119");
                   choose(kTlsImplicit);
                   ClickButton(page, IDC_MAIN_COMPRESS);
+                  ClickButton(page, IDC_MAIN_CHARSETS);
                   ClickButton(sheet, IDOK);
               }),
               1);
     EXPECT_EQ(ports, (std::vector<std::wstring>{L"563", L"119", L"8119"}));
+    EXPECT_EQ(compress_shown, BST_CHECKED);
+    EXPECT_EQ(charsets_shown, BST_CHECKED);
     EXPECT_EQ(PelnorValue(L"TlsMode"), DwordValue(kTlsImplicit));
     EXPECT_EQ(PelnorValue(L"Port"), DwordValue(8119));
     EXPECT_EQ(PelnorValue(L"Compress"), DwordValue(0));
+    EXPECT_EQ(PelnorValue(L"DecodeCharsets"), DwordValue(0));
 }
 
 TEST_F(SettingsSheetTest, AuthenticationStoresTheLoginOnlyWhenBothPasswordsMatch)

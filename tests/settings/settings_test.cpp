@@ -71,6 +71,7 @@ TEST_F(SettingsTest, DefaultsAndFullRoundTripInEachValuesType)
         {L"TlsMode", DwordValue(0), DwordValue(2)},
         {L"CaFile", {}, TextValue(L"\\Storage\\社内CA.pem")},
         {L"Compress", DwordValue(1), DwordValue(0)},
+        {L"DecodeCharsets", DwordValue(1), DwordValue(0)},
     };
     auto expect_saved = [&](bool full) {
         for (const auto &v : values)

@@ -54,6 +54,7 @@ TEST_F(ReadingTest, TabGoesOnPastTheLastArticleBackToTheListWhichFollowsTheViewO
     Key(VK_RETURN);
     Key(VK_TAB);
     ASSERT_EQ(frame_.currentView, kArticleView);
+    EXPECT_EQ(frame_.articleView->by_cluster, 1); /* DecodeCharsets, on unless stored off */
     const DisplayLine &subject = frame_.articleView->lines[1];
     EXPECT_EQ(std::wstring(subject.text, subject.length), L"Subject: 会議資料");
     Key(VK_TAB);

@@ -22,7 +22,7 @@ protected:
         ArticleViewInit(&view_, &text_);
         RECT rc = {0, 0, 240, 300};
         ASSERT_TRUE(ArticleViewCreate(&view_, GetModuleHandleW(nullptr), parent_.window, IDC_ARTICLE_VIEW, &rc));
-        ArticleViewSetLook(&view_, font_, kHeader, kQuote, 0, 0);
+        ArticleViewSetLook(&view_, font_, kHeader, kQuote, 0, 0, 0);
         ArticleViewShow(&view_, SW_SHOW);
     }
     void TearDown() override
@@ -137,6 +137,42 @@ TEST_F(ArticleViewTest, LayoutWrapsFiltersAndColoursLines)
     MoveWindow(view_.window, 0, 0, width + 18, 300, TRUE);
     Show(L"\r\nめいめいめいめいめいめいめい\r\n");
     EXPECT_EQ(Line(1), L"めいめいめいめいめい");
+}
+
+/* With DecodeCharsets a line breaks only between text clusters; without it
+ * a unit whose low byte is a Shift_JIS lead byte still goes with the next
+ * one and any other unit stands alone. Each row's width has room for its
+ * first `room` units and not for the next one that has a width: marks drawn
+ * without advance (U+0301, U+3099) still fit, and stay with their character
+ * unless the pair rule ties them to the one after. */
+TEST_F(ArticleViewTest, ClustersStayWholeWithDecodeCharsetsAndThePairRuleHoldsWithout)
+{
+    const struct {
+        const wchar_t *text;
+        size_t room;
+        const wchar_t *by_cluster, *by_pair; /* the first display line */
+    } cases[] = {
+        {L"ab\U0001F600cd", 3, L"ab", L"ab\xD83D"},
+        {L"abe\u0301f", 3, L"abe\u0301", L"abe\u0301"},
+        {L"\u3042\u304B\u304B\u3099\u304D", 3, L"\u3042\u304B\u304B\u3099", L"\u3042\u304B\u304B"},
+        {L"x1\u20E3y", 2, L"x", L"x1"},
+        {L"ab\u2764\uFE0Fc", 3, L"ab", L"ab\u2764"},
+        {L"a\U0001F468\u200D\U0001F469b", 4, L"a", L"a\U0001F468\u200D"},
+        {L"a\U0001F44D\U0001F3FDb", 3, L"a", L"a\U0001F44D"},
+        {L"a\u845B\U000E0100b", 2, L"a", L"a\u845B"},
+        {L"a\U0001F44D\U0001F3FBb", 3, L"a", L"a\U0001F44D"},
+        {L"\u3081\u3044\u3081\u3044", 3, L"\u3081\u3044\u3081", L"\u3081\u3044"},
+    };
+    for (const auto &c : cases) {
+        std::wstring text = c.text;
+        int width = Width(text.substr(0, c.room)) + 1;
+        MoveWindow(view_.window, 0, 0, width + 18, 300, TRUE);
+        for (int by_cluster : {1, 0}) {
+            ArticleViewSetLook(&view_, font_, kHeader, kQuote, 0, 0, by_cluster);
+            Show(L"\r\n" + text + L"\r\n");
+            EXPECT_EQ(Line(1), by_cluster ? c.by_cluster : c.by_pair) << c.room << " " << by_cluster;
+        }
+    }
 }
 
 TEST_F(ArticleViewTest, KeysScrollByPageOrLineAndMoveOn)

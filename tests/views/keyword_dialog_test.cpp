@@ -4,6 +4,7 @@
 
 #include <functional>
 
+#include "filters/keyword_filter.h"
 #include "resources/resource.h"
 #include "support/gui_helper.h"
 #include "support/temp_folder.h"
@@ -33,7 +34,7 @@ protected:
             act(dialog);
         });
         KeywordDialogState state;
-        return RunKeywordDialog(&state, GetModuleHandleW(nullptr), nullptr, path_.c_str(), proposed);
+        return RunKeywordDialog(&state, GetModuleHandleW(nullptr), nullptr, path_.c_str(), proposed, references_);
     }
 
     TempFolder data_;
@@ -41,6 +42,7 @@ protected:
     ModalWatcher watcher_;
     std::vector<std::wstring> items_;
     int selected_ = -1;
+    int references_ = 0; /* DecodeCharsets */
 };
 
 TEST_F(KeywordDialogTest, OkWritesTheWholeListCancelNothing)
@@ -95,6 +97,47 @@ TEST_F(KeywordDialogTest, OkWritesTheWholeListCancelNothing)
         EXPECT_FALSE(FileExists(path_ + L"~")) << c.what;
     }
     EXPECT_TRUE(watcher_.boxes().empty());
+}
+
+/* A keyword typed with characters Shift_JIS lacks is stored as subjects of
+ * any charset are, and the filter loaded from it then picks such a subject
+ * out; without DecodeCharsets it is written as before. */
+TEST_F(KeywordDialogTest, KeywordsAreWrittenAsSubjectsOfAnyCharsetAreStored)
+{
+    const struct {
+        int references;
+        const wchar_t *typed;
+        std::string line;    /* written to the file */
+        const char *subject; /* as stored */
+        int priority;        /* of that subject under the file */
+    } cases[] = {
+        {1, L"\U0001F600祭り", "+ &#x1F600;\x8D\xD5\x82\xE8\r\n", "Re: &#x1F600;\x8D\xD5\x82\xE8!", kPriorityHigh},
+        {1, L"caf\u00E9", "+ caf&#xE9;\r\n", "caf&#xE9; au lait", kPriorityHigh},
+        {1, L"caf\u00E9", "+ caf&#xE9;\r\n", "cafe", kPriorityNormal},
+        {1, L"\u304B\u3099\uFF71", "+ \x82\xA9&#x3099;\xB1\r\n", "\x82\xA9&#x3099;\xB1", kPriorityHigh},
+        {1, L"\u304C & \U0001F44D\U0001F3FD", "+ \x82\xAA & &#x1F44D;&#x1F3FD;\r\n", "x\x82\xAA & &#x1F44D;&#x1F3FD;",
+         kPriorityHigh},
+        {1, L"\u2764\uFE0F", "+ &#x2764;&#xFE0F;\r\n", "&#x2764;&#xFE0F;", kPriorityHigh},
+        {0, L"caf\u00E9", "+ cafe\r\n", "caf&#xE9;", kPriorityNormal},
+        {0, L"\u304C", "+ \x82\xAA\r\n", "\x82\xAA", kPriorityHigh},
+    };
+    for (const auto &c : cases) {
+        references_ = c.references;
+        DeleteFileW(path_.c_str());
+        EXPECT_EQ(Run("", nullptr, [&](HWND d) {
+                      SetDlgItemTextW(d, IDC_KEYWORD, c.typed);
+                      ClickButton(d, IDC_KEYWORD_HIGH);
+                      ClickButton(d, IDOK);
+                  }),
+                  1)
+            << c.line;
+        EXPECT_EQ(FileBytes(path_), c.line);
+        KeywordFilter filter;
+        KeywordFilterInit(&filter);
+        ASSERT_TRUE(LoadKeywordFilter(&filter, path_.c_str()));
+        EXPECT_EQ(MatchKeywordFilter(&filter, c.subject), c.priority) << c.line;
+        ClearKeywordFilter(&filter);
+    }
 }
 
 TEST_F(KeywordDialogTest, FilesThatCannotBeOpenedAreReported)
