@@ -4,6 +4,8 @@
  * No windows.h: shared with the native build. */
 #include "text_test.h"
 
+#include <algorithm>
+
 #include "text/article_decoder.h"
 #include "text/mime.h"
 #include "text/stored_text.h"
