@@ -22,6 +22,8 @@ const int kDeepestNesting = 4;
 /* Boundaries are at most 70 characters. */
 const size_t kBoundarySize = 72;
 const size_t kTypeSize = 64;
+/* Words are meant to be at most 75 bytes; some senders write longer ones. */
+const size_t kLongestWord = 1024;
 
 /* ---- Character sets ---- */
 
@@ -587,9 +589,13 @@ struct EncodedWordView {
 };
 
 /* The encoded word at s ("=?" there), or false when the bytes there are
- * not one: a word has no blank or control byte and ends in "?=". */
+ * not one: a word has no blank or control byte, ends in "?=" and is at
+ * most kLongestWord bytes long (so that a line of openings without their
+ * closing is read in linear time). */
 bool MatchEncodedWord(const unsigned char *s, size_t length, EncodedWordView *word)
 {
+    if (length > kLongestWord)
+        length = kLongestWord;
     size_t at = 2;
     while (at < length && s[at] != '?' && s[at] > 0x20 && s[at] < 0x7F)
         at++;
