@@ -1225,7 +1225,9 @@ int ArticleDecoderFinishHeaders(ArticleDecoder *decoder)
         st->depth = 1;
         st->place = kPlaceSkip; /* the preamble */
     } else {
-        BeginEntity(st, &st->article, strncmp(st->article.type, "text/", 5) == 0 || !st->article.type[0]);
+        /* A multipart article without its boundary is read as text. */
+        const char *type = st->article.type;
+        BeginEntity(st, &st->article, !type[0] || !strncmp(type, "text/", 5) || !strncmp(type, "multipart/", 10));
         if (st->place == kPlaceAttachment) {
             EntityInfoClear(&st->entity);
             memcpy(st->entity.type, st->article.type, kTypeSize);

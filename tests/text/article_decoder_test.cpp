@@ -148,6 +148,8 @@ TEST(ArticleDecoder, Articles)
         {"a non-text article is listed",
          "Content-Type: application/pdf; name=x.pdf\r\nContent-Transfer-Encoding: base64\r\n\r\nJVBE\r\nRg==\r\n", "",
          "\r\n" + kAttached + "x.pdf (application/pdf, 4 bytes)\r\n"},
+        {"a multipart article without its boundary is text",
+         "Content-Type: multipart/mixed\r\n\r\n--b\r\nabc\r\n", "", "--b\r\nabc\r\n"},
         {"format=flowed is kept as sent",
          "Content-Type: text/plain; charset=utf-8; format=flowed\r\n\r\nThis is \r\n flowed.\r\n> q \r\n", "",
          "This is \r\n flowed.\r\n> q \r\n"},
