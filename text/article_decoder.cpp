@@ -1001,8 +1001,13 @@ int EndEntity(ArticleDecoder *d)
     if (st->entity.name.used && (!StoredBufferAppend(&st->list, st->entity.name.data, st->entity.name.used) ||
                                  !StoredBufferAppend(&st->list, " ", 1)))
         return 0;
-    return StoredBufferAppend(&st->list, "(", 1) && StoredBufferAppend(&st->list, type, strlen(type)) &&
-           StoredBufferAppend(&st->list, ", ", 2) && AppendNumber(&st->list, st->size) &&
+    if (!StoredBufferAppend(&st->list, "(", 1))
+        return 0;
+    /* The type is the sender's text too ("&#x" may be in it). */
+    for (const char *c = type; *c; c++)
+        if (!StoredWriterPut(&writer, (unsigned char)*c))
+            return 0;
+    return StoredWriterFlush(&writer) && StoredBufferAppend(&st->list, ", ", 2) && AppendNumber(&st->list, st->size) &&
            StoredBufferAppend(&st->list, " bytes)\r\n", 9);
 }
 
