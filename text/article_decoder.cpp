@@ -406,9 +406,12 @@ int DecodeEuc(const unsigned char *s, size_t length, StoredWriter *w)
             done = StoredWriterPut(w, c);
             at++;
         } else if (IsEucByte(c) && at + 1 < length && IsEucByte(s[at + 1])) {
+            /* Through the code point, like every 8-bit set: CP932's own
+             * choice among its duplicates is stored. */
             unsigned char s1, s2;
             JisPairToSjis(c & 0x7F, s[at + 1] & 0x7F, &s1, &s2);
-            done = Cp932Pair(s1, s2) ? StoredWriterPutPair(w, s1, s2) : StoredWriterPut(w, kReplacement);
+            uint16_t u = Cp932Pair(s1, s2);
+            done = StoredWriterPut(w, u ? u : kReplacement);
             at += 2;
         } else if (c == 0x8E && at + 1 < length && s[at + 1] >= 0xA1 && s[at + 1] <= 0xDF) {
             done = StoredWriterPut(w, 0xFF61 + (s[at + 1] - 0xA1));

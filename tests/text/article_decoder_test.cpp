@@ -121,8 +121,9 @@ TEST(ArticleDecoder, Articles)
          "Subject: =?iso-8859-1?Q?caf=E9?= =?shift_jis?B?gqA=?=\r\n\r\n", "Subject: caf&#xE9;\x82\xA0\r\n", ""},
         {"Shift_JIS 8bit", "Content-Type: text/plain; charset=Shift_JIS\r\n\r\n" + kNihongoSjis + " \xC6\xAD\xB0\xBD\r\n",
          "", kNihongoSjis + " \xC6\xAD\xB0\xBD\r\n"},
-        {"EUC-JP 8bit", "Content-Type: text/plain; charset=euc-jp\r\n\r\n\xC6\xFC\xCB\xDC\xB8\xEC\r\n", "",
-         kNihongoSjis + "\r\n"},
+        /* NEC row 13's ∵ (JIS 2D7A) is stored as CP932 encodes U+2235. */
+        {"EUC-JP 8bit", "Content-Type: text/plain; charset=euc-jp\r\n\r\n\xC6\xFC\xCB\xDC\xB8\xEC \xAD\xFA\r\n", "",
+         kNihongoSjis + " \x81\xE6\r\n"},
         {"undeclared EUC-JP and Shift_JIS lines",
          "Subject: \x93\xFA\x96\x7B\r\n\r\n\xC6\xFC\xCB\xDC\xB8\xEC\r\n" + kNihongoSjis + "\r\n",
          "Subject: " + kNihon + "\r\n", kNihongoSjis + "\r\n" + kNihongoSjis + "\r\n"},
