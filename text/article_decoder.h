@@ -41,7 +41,8 @@ struct ArticleDecoder {
     ArticleDecoderState *state;
 };
 
-/* A decoder that holds nothing yet; ArticleDecoderRelease frees it. */
+/* A decoder that holds nothing yet: ArticleDecoderReset it before the
+ * first article; ArticleDecoderRelease frees it. */
 void ArticleDecoderInit(ArticleDecoder *decoder);
 void ArticleDecoderRelease(ArticleDecoder *decoder);
 
