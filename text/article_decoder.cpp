@@ -22,6 +22,9 @@ const int kDeepestNesting = 4;
 /* Boundaries are at most 70 characters. */
 const size_t kBoundarySize = 72;
 const size_t kTypeSize = 64;
+/* No boundary line is longer; a longer line of a preamble, an epilogue
+ * or an attachment that is not quoted-printable is read as it comes. */
+const size_t kLongestBoundaryLine = 256;
 /* Words are meant to be at most 75 bytes; some senders write longer ones. */
 const size_t kLongestWord = 1024;
 
@@ -657,6 +660,7 @@ struct ArticleDecoderState {
     int depth;
     BodyPlace place;
     bool body_found;
+    bool continued; /* the start of the physical line was read already */
     Charset charset;
     TransferEncoding encoding;
     Base64State base64;
@@ -1032,6 +1036,8 @@ void BeginEntity(ArticleDecoderState *st, const EntityInfo *info, bool text)
  * when it is the closing one. */
 int MatchBoundary(ArticleDecoderState *st, const unsigned char *s, size_t length, bool *closing)
 {
+    if (length > kLongestBoundaryLine)
+        return -1;
     length -= LineEndLength(s, length);
     while (length > 0 && IsBlank(s[length - 1]))
         length--;
@@ -1086,12 +1092,13 @@ int EndEntityHeaders(ArticleDecoder *d)
     return 1;
 }
 
-/* One complete physical body line. */
-int BodyLine(ArticleDecoder *d, const unsigned char *s, size_t length)
+/* One complete physical body line, or the rest of one whose start was
+ * read already (`continued`). */
+int BodyLine(ArticleDecoder *d, const unsigned char *s, size_t length, bool continued)
 {
     ArticleDecoderState *st = d->state;
     bool closing = false;
-    int level = st->depth ? MatchBoundary(st, s, length, &closing) : -1;
+    int level = st->depth && !continued ? MatchBoundary(st, s, length, &closing) : -1;
     if (level >= 0) {
         if (st->place == kPlaceEntityHeaders) {
             st->place = kPlaceSkip; /* an entity with no body */
@@ -1204,6 +1211,7 @@ int ArticleDecoderReset(ArticleDecoder *decoder)
     st->depth = 0;
     st->place = kPlaceSkip;
     st->body_found = false;
+    st->continued = false;
     st->last_taken = '\n';
     StoredWriterInit(&st->writer, &decoder->out);
     return 1;
@@ -1252,10 +1260,23 @@ int ArticleDecoderBodyPart(ArticleDecoder *decoder, const char *part, size_t len
     ArticleDecoderState *st = decoder->state;
     if (!StoredBufferAppend(&st->raw, part, length))
         return 0;
-    if (!complete)
+    if (!complete) {
+        /* A long line that needs no line end to be read is read as it
+         * comes, all but a CR that may begin the line end. */
+        bool early = st->place == kPlaceSkip || (st->place == kPlaceAttachment && st->encoding != kTransferQuoted);
+        if (!early || st->raw.used <= kLongestBoundaryLine)
+            return 1;
+        size_t taken = st->raw.used - (st->raw.data[st->raw.used - 1] == '\r');
+        if (!BodyLine(decoder, (const unsigned char *)st->raw.data, taken, st->continued))
+            return 0;
+        memmove(st->raw.data, st->raw.data + taken, st->raw.used - taken);
+        st->raw.used -= taken;
+        st->continued = true;
         return 1;
-    int done = BodyLine(decoder, (const unsigned char *)st->raw.data, st->raw.used);
+    }
+    int done = BodyLine(decoder, (const unsigned char *)st->raw.data, st->raw.used, st->continued);
     StoredBufferClear(&st->raw);
+    st->continued = false;
     return done;
 }
 
@@ -1263,7 +1284,7 @@ int ArticleDecoderFinish(ArticleDecoder *decoder)
 {
     ArticleDecoderState *st = decoder->state;
     if (st->raw.used) {
-        int done = BodyLine(decoder, (const unsigned char *)st->raw.data, st->raw.used);
+        int done = BodyLine(decoder, (const unsigned char *)st->raw.data, st->raw.used, st->continued);
         StoredBufferClear(&st->raw);
         if (!done)
             return 0;

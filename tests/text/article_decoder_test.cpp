@@ -146,6 +146,12 @@ TEST(ArticleDecoder, Articles)
          "abc\r\nde\r\n--outer--\r\nepilogue\r\n",
          "", kNihongoSjis + "\r\n\r\n" + kAttached + "(text/html, 9 bytes)\r\n" + kAttached +
                  "\x93\xFA.png (image/png, 7 bytes)\r\n"},
+        {"long lines of a preamble and of attachments, read as they come",
+         "Content-Type: multipart/mixed; boundary=b\r\n\r\n" + std::string(300, 'p') + "\r\n--b\r\n\r\nt\r\n--b\r\n"
+         "Content-Type: text/plain\r\n\r\nb\r\n" + std::string(259, 'a') + "\r\n--b\r\n"
+         "Content-Type: image/gif\r\nContent-Transfer-Encoding: base64\r\n\r\n" + std::string(400, 'A') +
+             "\r\n--b--\r\n",
+         "", "t\r\n\r\n" + kAttached + "(text/plain, 262 bytes)\r\n" + kAttached + "(image/gif, 300 bytes)\r\n"},
         {"a non-text article is listed",
          "Content-Type: application/pdf; name=x.pdf\r\nContent-Transfer-Encoding: base64\r\n\r\nJVBE\r\nRg==\r\n", "",
          "\r\n" + kAttached + "x.pdf (application/pdf, 4 bytes)\r\n"},
