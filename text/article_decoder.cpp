@@ -1255,10 +1255,10 @@ int ArticleDecoderFinishHeaders(ArticleDecoder *decoder)
     return 1;
 }
 
-int ArticleDecoderBodyPart(ArticleDecoder *decoder, const char *part, size_t length, int complete)
+int ArticleDecoderBodyLine(ArticleDecoder *decoder, const char *bytes, size_t length, int complete)
 {
     ArticleDecoderState *st = decoder->state;
-    if (!StoredBufferAppend(&st->raw, part, length))
+    if (!StoredBufferAppend(&st->raw, bytes, length))
         return 0;
     if (!complete) {
         /* A long line that needs no line end to be read is read as it

@@ -56,10 +56,10 @@ int ArticleDecoderHeaderLine(ArticleDecoder *decoder, const char *line, size_t l
 /* The end of the header: the last kept header, if any, is left in `out`. */
 int ArticleDecoderFinishHeaders(ArticleDecoder *decoder);
 
-/* A part of one body line: `complete` when the part ends the line (the
- * line end is its last bytes). The stored text made so far is appended to
- * `out`. */
-int ArticleDecoderBodyPart(ArticleDecoder *decoder, const char *part, size_t length, int complete);
+/* A body line, or a piece of one as it is read: `complete` when the
+ * bytes end the line (its line end is their last bytes). The stored text
+ * made so far is appended to `out`. */
+int ArticleDecoderBodyLine(ArticleDecoder *decoder, const char *bytes, size_t length, int complete);
 
 /* The end of the body: the rest of the text and the list of attachments
  * are appended to `out`. */

@@ -49,7 +49,7 @@ std::string Decode(const uint8_t *data, size_t size, size_t part)
         for (size_t from = 0; from < line.size(); from += part) {
             size_t n = line.size() - from < part ? line.size() - from : part;
             std::vector<char> piece(line.begin() + from, line.begin() + from + n);
-            CHECK(ArticleDecoderBodyPart(&decoder, piece.data(), n, from + n == line.size()) == 1);
+            CHECK(ArticleDecoderBodyLine(&decoder, piece.data(), n, from + n == line.size()) == 1);
             Take(&decoder, &all);
         }
     }

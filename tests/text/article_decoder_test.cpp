@@ -54,7 +54,7 @@ Decoded DecodeArticle(const std::string &article, size_t part = 5)
         }
         for (size_t from = 0; from < line.size(); from += part) {
             size_t n = std::min(part, line.size() - from);
-            EXPECT_EQ(ArticleDecoderBodyPart(&decoder, line.data() + from, n, from + n == line.size()), 1);
+            EXPECT_EQ(ArticleDecoderBodyLine(&decoder, line.data() + from, n, from + n == line.size()), 1);
             take(&result.body);
         }
     }
@@ -193,7 +193,7 @@ TEST(ArticleDecoder, Articles)
         Decoded decoded = DecodeArticle(row.article);
         EXPECT_EQ(decoded.head, row.head) << row.what;
         EXPECT_EQ(decoded.body, row.body) << row.what;
-        /* Parts of 1024 bytes, as the download reads them. */
+        /* Pieces of 1024 bytes, as the download reads them. */
         EXPECT_EQ(DecodeArticle(row.article, 1024).body, row.body) << row.what;
     }
 }
