@@ -23,8 +23,10 @@ const int kDeepestNesting = 4;
 const size_t kBoundarySize = 72;
 const size_t kTypeSize = 64;
 /* No boundary line is longer; a longer line of a preamble, an epilogue
- * or an attachment that is not quoted-printable is read as it comes. */
+ * or an entity that is not quoted-printable is read as it comes. */
 const size_t kLongestBoundaryLine = 256;
+/* A text line longer than this is decoded in pieces where it can be. */
+const size_t kLongestHeldText = 4096;
 /* Words are meant to be at most 75 bytes; some senders write longer ones. */
 const size_t kLongestWord = 1024;
 
@@ -664,6 +666,7 @@ struct ArticleDecoderState {
     Charset charset;
     TransferEncoding encoding;
     Base64State base64;
+    JisState text_jis; /* of the text line being read */
     unsigned long long size;
     size_t held_line_end; /* of an attachment: counted if a line follows */
     char last_taken;      /* the last byte ArticleDecoderTake dropped */
@@ -944,13 +947,30 @@ int EmitTextLines(ArticleDecoder *d, bool all)
     size_t used = st->decoded.used, start = 0;
     while (start < used) {
         const unsigned char *lf = (const unsigned char *)memchr(s + start, '\n', used - start);
-        if (!lf && !all)
-            break;
+        if (!lf && !all) {
+            /* A long line goes up to its last space within its first
+             * kLongestHeldText bytes: a space is a character of its own in
+             * every set read here, and where the cut falls depends on the
+             * text alone. A line without one is held whole. */
+            if (used - start < kLongestHeldText)
+                break;
+            size_t cut = start + kLongestHeldText;
+            while (cut > start && s[cut - 1] != ' ')
+                cut--;
+            if (cut == start)
+                break;
+            if (!DecodeText(s + start, cut - start, st->charset, &st->text_jis, &st->writer) ||
+                !StoredWriterFlush(&st->writer))
+                return 0;
+            start = cut;
+            continue;
+        }
         size_t end = lf ? (size_t)(lf - s) + 1 : used;
         size_t content = end - LineEndLength(s + start, end - start) - start;
-        JisState state = kJisStart;
-        if (!DecodeText(s + start, content, st->charset, &state, &st->writer) || !StoredWriterFlush(&st->writer))
+        if (!DecodeText(s + start, content, st->charset, &st->text_jis, &st->writer) ||
+            !StoredWriterFlush(&st->writer))
             return 0;
+        st->text_jis = kJisStart; /* every line starts in ASCII */
         if (lf && !StoredBufferAppend(&d->out, "\r\n", 2))
             return 0;
         start = end;
@@ -1025,6 +1045,7 @@ void BeginEntity(ArticleDecoderState *st, const EntityInfo *info, bool text)
     st->charset = info->charset;
     st->encoding = info->encoding;
     st->base64 = {0, 0};
+    st->text_jis = kJisStart;
     st->size = 0;
     st->held_line_end = 0;
     StoredBufferClear(&st->decoded);
@@ -1263,7 +1284,8 @@ int ArticleDecoderBodyLine(ArticleDecoder *decoder, const char *bytes, size_t le
     if (!complete) {
         /* A long line that needs no line end to be read is read as it
          * comes, all but a CR that may begin the line end. */
-        bool early = st->place == kPlaceSkip || (st->place == kPlaceAttachment && st->encoding != kTransferQuoted);
+        bool early = st->place == kPlaceSkip ||
+                     (st->place != kPlaceEntityHeaders && st->encoding != kTransferQuoted);
         if (!early || st->raw.used <= kLongestBoundaryLine)
             return 1;
         size_t taken = st->raw.used - (st->raw.data[st->raw.used - 1] == '\r');

@@ -94,6 +94,15 @@ std::string ExistingBody(const std::string &line)
 
 } // namespace
 
+/* `text` `count` times. */
+std::string Repeated(const std::string &text, int count)
+{
+    std::string result;
+    for (int i = 0; i < count; i++)
+        result += text;
+    return result;
+}
+
 TEST(ArticleDecoder, Articles)
 {
     const std::string utf8_nihongo = "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E";
@@ -152,6 +161,10 @@ TEST(ArticleDecoder, Articles)
          "Content-Type: image/gif\r\nContent-Transfer-Encoding: base64\r\n\r\n" + std::string(400, 'A') +
              "\r\n--b--\r\n",
          "", "t\r\n\r\n" + kAttached + "(text/plain, 262 bytes)\r\n" + kAttached + "(image/gif, 300 bytes)\r\n"},
+        {"long text lines, decoded in pieces at spaces, ISO-2022-JP two-byte mode across them",
+         "Content-Type: text/plain; charset=utf-8\r\n\r\n" + Repeated(utf8_nihongo + " ", 600) + "\r\n" +
+             Repeated("\x1B$BF| K\\\x1B(B", 400) + "\r\n",
+         "", Repeated(kNihongoSjis + " ", 600) + "\r\n" + Repeated("\x93\xFA \x96\x7B", 400) + "\r\n"},
         {"a non-text article is listed",
          "Content-Type: application/pdf; name=x.pdf\r\nContent-Transfer-Encoding: base64\r\n\r\nJVBE\r\nRg==\r\n", "",
          "\r\n" + kAttached + "x.pdf (application/pdf, 4 bytes)\r\n"},
