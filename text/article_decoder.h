@@ -19,6 +19,11 @@
  * case and the size of its decoded content. A blank line separates the
  * list from the body.
  *
+ * Body lines are read as they come where that is possible: a line of a
+ * preamble, an epilogue or an attachment, and a text line up to a space
+ * past its first 4 KB, are not held whole (a quoted-printable line, a
+ * header line of an entity and a long text line without a space are).
+ *
  * format=flowed text is kept as sent, its soft line ends included: nothing
  * is lost, and a reply quotes the lines the sender wrote.
  *
