@@ -947,24 +947,26 @@ int EmitTextLines(ArticleDecoder *d, bool all)
     size_t used = st->decoded.used, start = 0;
     while (start < used) {
         const unsigned char *lf = (const unsigned char *)memchr(s + start, '\n', used - start);
-        if (!lf && !all) {
-            /* A long line goes up to its last space within its first
-             * kLongestHeldText bytes: a space is a character of its own in
-             * every set read here, and where the cut falls depends on the
-             * text alone. A line without one is held whole. */
-            if (used - start < kLongestHeldText)
-                break;
+        /* A line whose first kLongestHeldText bytes hold no line end goes
+         * up to its last space among them: a space is a character of its
+         * own in every set read here, and where the cut falls depends on
+         * the text alone, not on how it arrived. A line without such a
+         * space is held whole. */
+        bool long_line = lf ? (size_t)(lf - s) - start >= kLongestHeldText : used - start >= kLongestHeldText;
+        if (long_line) {
             size_t cut = start + kLongestHeldText;
             while (cut > start && s[cut - 1] != ' ')
                 cut--;
-            if (cut == start)
-                break;
-            if (!DecodeText(s + start, cut - start, st->charset, &st->text_jis, &st->writer) ||
-                !StoredWriterFlush(&st->writer))
-                return 0;
-            start = cut;
-            continue;
+            if (cut > start) {
+                if (!DecodeText(s + start, cut - start, st->charset, &st->text_jis, &st->writer) ||
+                    !StoredWriterFlush(&st->writer))
+                    return 0;
+                start = cut;
+                continue;
+            }
         }
+        if (!lf && !all)
+            break;
         size_t end = lf ? (size_t)(lf - s) + 1 : used;
         size_t content = end - LineEndLength(s + start, end - start) - start;
         if (!DecodeText(s + start, content, st->charset, &st->text_jis, &st->writer) ||

@@ -165,6 +165,12 @@ TEST(ArticleDecoder, Articles)
          "Content-Type: text/plain; charset=utf-8\r\n\r\n" + Repeated(utf8_nihongo + " ", 600) + "\r\n" +
              Repeated("\x1B$BF| K\\\x1B(B", 400) + "\r\n",
          "", Repeated(kNihongoSjis + " ", 600) + "\r\n" + Repeated("\x93\xFA \x96\x7B", 400) + "\r\n"},
+        /* Undeclared 8-bit text is guessed piece by piece: EUC-JP for the
+         * first (Shift_JIS cannot read it), Shift_JIS for the second,
+         * however the line arrives. */
+        {"a long line guessed in pieces",
+         "\r\n\xC6\xFC\xCB\xDC\xB8\xEC " + Repeated("a ", 2060) + "\xE0\xA1\r\n", "",
+         kNihongoSjis + " " + Repeated("a ", 2060) + "\xE0\xA1\r\n"},
         {"a non-text article is listed",
          "Content-Type: application/pdf; name=x.pdf\r\nContent-Transfer-Encoding: base64\r\n\r\nJVBE\r\nRg==\r\n", "",
          "\r\n" + kAttached + "x.pdf (application/pdf, 4 bytes)\r\n"},
