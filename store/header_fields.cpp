@@ -3,6 +3,7 @@
 #include <string.h>
 
 #include "text/codeconv.h"
+#include "text/stored_text.h"
 
 namespace {
 
@@ -37,10 +38,16 @@ size_t FieldCutLength(const char *text, size_t limit)
 {
     size_t i = 0;
     while (i < limit && !EndsLine(text[i])) {
+        size_t reference;
         if (IsSjisLeadByte((unsigned char)text[i])) {
             if (i + 1 >= limit || EndsLine(text[i + 1]))
                 break; /* a lead byte goes only with its trail byte */
             i += 2;
+        } else if ((reference = StoredReferenceLength(text + i)) != 0) {
+            /* A character kept as a reference is cut whole or not at all. */
+            if (i + reference > limit)
+                break;
+            i += reference;
         } else {
             i++;
         }

@@ -20,7 +20,7 @@ enum {
 };
 
 /* Bytes of `text` to keep within `limit`: up to a CR, LF or NUL, never
- * ending between a lead byte and its trail byte. */
+ * ending between a lead byte and its trail byte or inside a reference. */
 size_t FieldCutLength(const char *text, size_t limit);
 
 /* The subject field from the text after "Subject: ", NUL-padded; `text`

@@ -1002,11 +1002,17 @@ int DecodeTransfer(ArticleDecoderState *st, const unsigned char *s, size_t lengt
            (!end || StoredBufferAppend(&st->decoded, "\r\n", 2));
 }
 
+/* Decimal digits by hand: the device's C library formats no 64-bit
+ * numbers. */
 int AppendNumber(StoredBuffer *out, unsigned long long n)
 {
     char digits[24];
-    int length = snprintf(digits, sizeof(digits), "%llu", n);
-    return StoredBufferAppend(out, digits, (size_t)length);
+    size_t at = sizeof(digits);
+    do {
+        digits[--at] = (char)('0' + n % 10);
+        n /= 10;
+    } while (n);
+    return StoredBufferAppend(out, digits + at, sizeof(digits) - at);
 }
 
 /* Ends the entity being read: the text's last line, or the attachment's

@@ -260,6 +260,15 @@ size_t StoredToUtf16(const char *stored, size_t length, char16_t *dst)
     return units;
 }
 
+size_t StoredReferenceLength(const char *text)
+{
+    const unsigned char *s = (const unsigned char *)text;
+    if (s[0] != '&' || s[1] != '#' || s[2] != 'x')
+        return 0;
+    unsigned long code_point;
+    return MatchReference(s, strnlen(text, kLongestReference), &code_point);
+}
+
 size_t StoredCutLength(const char *text, size_t limit)
 {
     const unsigned char *s = (const unsigned char *)text;

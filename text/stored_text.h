@@ -57,6 +57,10 @@ int Utf16ToStored(StoredBuffer *out, const char16_t *text, size_t length);
  * decoded; everything else is taken literally. */
 size_t StoredToUtf16(const char *stored, size_t length, char16_t *dst);
 
+/* The bytes of the reference `text` begins with (NUL-terminated), or 0
+ * when it begins with none. */
+size_t StoredReferenceLength(const char *text);
+
 /* The number of bytes of `text` (at most `limit`) that can be kept without
  * splitting a two-byte character or a reference; stops at a NUL. */
 size_t StoredCutLength(const char *text, size_t limit);

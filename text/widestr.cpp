@@ -4,6 +4,10 @@
 #include <string.h>
 #include <wchar.h>
 
+#include "text/stored_text.h"
+
+static_assert(sizeof(wchar_t) == sizeof(char16_t), "UTF-16 units");
+
 wchar_t *ToWide(const char *text)
 {
     size_t length = strlen(text);
@@ -12,9 +16,8 @@ wchar_t *ToWide(const char *text)
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }
-    /* A Shift_JIS text never needs more UTF-16 units than it has bytes. */
-    if (MultiByteToWideChar(kStoredCodePage, 0, text, (int)length + 1, wide, (int)length + 1) == 0)
-        wide[0] = L'\0';
+    /* Stored text never needs more UTF-16 units than it has bytes. */
+    wide[StoredToUtf16(text, length, (char16_t *)wide)] = L'\0';
     return wide;
 }
 
@@ -38,4 +41,16 @@ void CopyWideText(wchar_t *dst, const wchar_t *src, size_t capacity)
         return;
     wcsncpy(dst, src, capacity - 1);
     dst[capacity - 1] = L'\0';
+}
+
+char *ToStored(const wchar_t *text)
+{
+    StoredBuffer stored;
+    StoredBufferInit(&stored);
+    if (!Utf16ToStored(&stored, (const char16_t *)text, wcslen(text)) || !StoredBufferAppend(&stored, "", 1)) {
+        StoredBufferRelease(&stored);
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    return stored.data; /* the buffer's memory is the caller's now */
 }

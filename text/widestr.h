@@ -1,7 +1,10 @@
 /*
- * 8-bit Shift_JIS (code page 932) <-> UTF-16 text. Both results are newly
- * allocated; the caller must free() them. Null with last error 8 when memory
- * runs out.
+ * 8-bit text <-> UTF-16, the one place the program converts between them.
+ * ToWide reads stored text (Shift_JIS, code page 932, with its references
+ * for characters Shift_JIS lacks: stored_text.h); ToStored writes it;
+ * ToNarrow is the plain code-page conversion, characters Shift_JIS lacks
+ * becoming their nearest or "?". Every result is newly allocated; the
+ * caller must free() it. Null with last error 8 when memory runs out.
  */
 #ifndef PELNOR_WIDESTR_H
 #define PELNOR_WIDESTR_H
@@ -16,5 +19,6 @@ wchar_t *ToWide(const char *text);
 /* Copies at most capacity - 1 units and always terminates. */
 void CopyWideText(wchar_t *dst, const wchar_t *src, size_t capacity);
 char *ToNarrow(const wchar_t *text);
+char *ToStored(const wchar_t *text);
 
 #endif

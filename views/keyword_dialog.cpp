@@ -135,42 +135,6 @@ int ApplyPriority(HWND dialog)
     return 1;
 }
 
-/* `text` in Shift_JIS, each character that does not come back from it
- * unchanged written as "&#x" its code point ";" (a surrogate pair as one
- * character); null with error 8 when memory runs out. */
-char *ToNarrowWithReferences(const wchar_t *text)
-{
-    size_t length = wcslen(text);
-    /* At most "&#xDBFF;" for a unit, "&#x10FFFF;" for a pair. */
-    char *narrow = (char *)malloc(length * 8 + 1);
-    if (!narrow) {
-        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-        return nullptr;
-    }
-    size_t used = 0;
-    for (size_t i = 0; i < length;) {
-        unsigned code = text[i];
-        int units = 1;
-        if (code >= 0xD800 && code <= 0xDBFF && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF) {
-            code = 0x10000 + ((code - 0xD800) << 10) + (text[i + 1] - 0xDC00u);
-            units = 2;
-        }
-        char bytes[8];
-        wchar_t back[4];
-        int made = WideCharToMultiByte(kStoredCodePage, 0, text + i, units, bytes, sizeof bytes, nullptr, nullptr);
-        int got = made > 0 ? MultiByteToWideChar(kStoredCodePage, 0, bytes, made, back, 4) : 0;
-        if (got == units && wmemcmp(back, text + i, (size_t)units) == 0) {
-            memcpy(narrow + used, bytes, (size_t)made);
-            used += (size_t)made;
-        } else {
-            used += (size_t)sprintf(narrow + used, "&#x%X;", code);
-        }
-        i += (size_t)units;
-    }
-    narrow[used] = '\0';
-    return narrow;
-}
-
 /* One line for each high or low keyword, in list order. */
 INT_PTR WriteKeywords(HWND dialog, HANDLE file, const wchar_t *temporary, int references)
 {
@@ -182,7 +146,7 @@ INT_PTR WriteKeywords(HWND dialog, HANDLE file, const wchar_t *temporary, int re
         wchar_t *text = (wchar_t *)malloc(((size_t)(length > 0 ? length : 0) + 1) * sizeof(wchar_t));
         if (text)
             SendMessageW(combo, CB_GETLBTEXT, i, (LPARAM)text);
-        char *keyword = !text ? nullptr : references ? ToNarrowWithReferences(text) : ToNarrow(text);
+        char *keyword = !text ? nullptr : references ? ToStored(text) : ToNarrow(text);
         free(text);
         if (!keyword) {
             ShowNoMemory();

@@ -8,6 +8,7 @@
 #include "fuzz_text.h"
 #include "store/header_block.h"
 #include "store/header_fields.h"
+#include "text/stored_text.h"
 
 namespace {
 
@@ -51,11 +52,16 @@ void CheckSubject(const char *text)
     size_t length = CheckTextField(field, sizeof field);
     CHECK(length <= 47);
     CHECK(memcmp(field, text, length) == 0);
-    /* Stopped early only at a line end, at 47 bytes or before a lead byte
-     * whose pair would not fit or is cut by the line end. */
+    /* Stopped early only at a line end, at 47 bytes, before a lead byte
+     * whose pair would not fit or is cut by the line end, or before a
+     * reference that would not fit. */
+    size_t reference = StoredReferenceLength(text + length);
     if (length < 47 && !EndsLine(text[length]))
-        CHECK(IsSjisLeadByte((unsigned char)text[length]) &&
-              (length + 1 >= 47 || EndsLine(text[length + 1])));
+        CHECK((IsSjisLeadByte((unsigned char)text[length]) && (length + 1 >= 47 || EndsLine(text[length + 1]))) ||
+              (reference != 0 && length + reference > 47));
+    /* ...and never inside a reference. */
+    for (size_t i = 0; i < length; i++)
+        CHECK(i + StoredReferenceLength(text + i) <= length);
 }
 
 void CheckFrom(const char *line)
