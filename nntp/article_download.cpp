@@ -9,6 +9,7 @@
 #include "store/article_writer.h"
 #include "store/group_store.h"
 #include "store/index_file.h"
+#include "text/article_decoder.h"
 #include "text/byte_error.h"
 #include "text/codeconv.h"
 #include "text/mime.h"
@@ -55,6 +56,7 @@ struct GroupDownload {
     NntpPipeline pipeline;
     int head_refused; /* the article skipped was refused at its HEAD */
     RunResult *result;
+    ArticleDecoder decoder; /* with DecodeCharsets: what the store gets of each line */
     char line[kNntpLineBufferSize];
     char decoded[kNntpLineBufferSize];
     char converted[kNntpLineBufferSize];
@@ -164,9 +166,36 @@ int RequestArticlePart(GroupDownload *d, NntpPart part, DWORD expected, DWORD nu
     return 1;
 }
 
+/* The decoder's output, if any, as the writer's header line. */
+int WriteDecodedHeader(GroupDownload *d)
+{
+    StoredBuffer *out = &d->decoder.out;
+    int ok = out->used == 0 || ArticleWriterAddHeaderLine(&d->writer, out->data);
+    ArticleDecoderTake(&d->decoder);
+    return ok;
+}
+
+/* The head through the decoder: every line goes in, so that it learns
+ * what the body is; each kept header comes out whole, unfolded. */
+int ReadDecodedHead(GroupDownload *d)
+{
+    if (!ArticleDecoderReset(&d->decoder))
+        return 0;
+    for (;;) {
+        if (!NntpReadLine(d->c, d->line, kNntpLineCapacity, 0))
+            return 0;
+        if (d->line[0] == '.')
+            return ArticleDecoderFinishHeaders(&d->decoder) && WriteDecodedHeader(d);
+        if (!ArticleDecoderHeaderLine(&d->decoder, d->line, strlen(d->line)) || !WriteDecodedHeader(d))
+            return 0;
+    }
+}
+
 /* Reads the head up to its '.' line into the writer. */
 int ReadHead(GroupDownload *d)
 {
+    if (d->params->decode_charsets)
+        return ReadDecodedHead(d);
     int previous_kept = 0;
     for (;;) {
         if (!NntpReadLine(d->c, d->line, kNntpLineCapacity, 0))
@@ -191,11 +220,71 @@ int ReadHead(GroupDownload *d)
     }
 }
 
+/* What the decoder made of the body so far into the writer. */
+int WriteDecodedBody(GroupDownload *d)
+{
+    StoredBuffer *out = &d->decoder.out;
+    int ok = out->used == 0 || ArticleWriterBodyLine(&d->writer, out->data);
+    ArticleDecoderTake(&d->decoder);
+    if (!ok)
+        Fail(d, kOutcomeLogWriteFailed);
+    return ok;
+}
+
+/* The end of the body: what the decoder still holds (and the list of the
+ * parts it did not store) into the writer. */
+int FinishDecodedBody(GroupDownload *d)
+{
+    if (!ArticleDecoderFinish(&d->decoder)) {
+        Fail(d, kOutcomeLogWriteFailed);
+        return 0;
+    }
+    return WriteDecodedBody(d);
+}
+
+/* The body through the decoder, line by line in the parts they are read
+ * in; a NUL byte ends it as it ends an undecoded one. */
+int ReadDecodedBody(GroupDownload *d)
+{
+    for (;;) {
+        int first_part = 1;
+        for (int complete = 0; !complete;) {
+            SetLastError(0);
+            if (!NntpReadLinePart(d->c, d->line, kNntpLineCapacity, &complete)) {
+                if (GetLastError() != 0 || !NntpSkipReplyText(d->c)) {
+                    Fail(d, kOutcomeIncomplete);
+                    return 0;
+                }
+                if (!first_part && !ArticleDecoderBodyLine(&d->decoder, "\r\n", 2, 1)) {
+                    Fail(d, kOutcomeLogWriteFailed);
+                    return 0;
+                }
+                return FinishDecodedBody(d);
+            }
+            const char *text = d->line;
+            if (first_part && text[0] == '.') {
+                if (strcmp(text, ".\r\n") == 0)
+                    return FinishDecodedBody(d);
+                text++; /* dot-stuffed */
+            }
+            first_part = 0;
+            if (!ArticleDecoderBodyLine(&d->decoder, text, strlen(text), complete)) {
+                Fail(d, kOutcomeLogWriteFailed);
+                return 0;
+            }
+            if (!WriteDecodedBody(d))
+                return 0;
+        }
+    }
+}
+
 /* Reads the body up to its "." line into the writer. A line of any length
  * is stored whole: it is read and converted part by part, the bytes a part
  * leaves unconverted opening the next. */
 int ReadBody(GroupDownload *d)
 {
+    if (d->params->decode_charsets)
+        return ReadDecodedBody(d);
     for (;;) {
         JisLineState state = {0};
         size_t carried = 0;
@@ -390,6 +479,7 @@ void DownloadGroup(NntpConnection *c, const wchar_t *group, const SessionParams 
     d->result = result;
     GroupStoreInit(&d->store);
     ArticleWriterInit(&d->writer, &d->store);
+    ArticleDecoderInit(&d->decoder);
 
     DWORD count, first, last, start, processed;
     int in_range = 0;
@@ -458,6 +548,7 @@ void DownloadGroup(NntpConnection *c, const wchar_t *group, const SessionParams 
 
 done:
     ArticleWriterRelease(&d->writer);
+    ArticleDecoderRelease(&d->decoder);
     GroupStoreRelease(&d->store);
     free(d);
 }

@@ -41,6 +41,7 @@ struct SessionParams {
     const DownloadEvents *events;
     JobCancel *cancel;        /* may be null; a cancel stops the run at once */
     const NntpTrust *trust;   /* may be null: a certificate that fails its checks is refused */
+    int decode_charsets;      /* DecodeCharsets: every charset and MIME form decoded; 0: ISO-2022-JP only */
 };
 
 /* Words `outcome` through the events into `result`, with its severity. */

@@ -70,7 +70,8 @@ void Patrol(BackgroundJob *job, void *context)
     DownloadRun *run = (DownloadRun *)context;
     DownloadEvents events = {run, OnGroupStarted, OnArticleStored, Describe, OnStatusNotStored};
     NntpTrust trust = JobTrust(job);
-    SessionParams params = {&run->server, run->data_path, run->limit, &run->cursor, &events, &job->cancel, &trust};
+    SessionParams params = {&run->server, run->data_path, run->limit, &run->cursor, &events, &job->cancel, &trust,
+                            run->decode_charsets};
     RunSession(&params, &run->result);
     /* The password is not needed any more. */
     NntpServerForget(&run->server);
@@ -149,6 +150,7 @@ DownloadRun *MakeRun(const Settings *settings, wchar_t *group_names)
     RunResultClear(&run->result);
     CopyWideText(run->data_path, settings->DataPath, MAX_PATH);
     run->limit = settings->Limit;
+    run->decode_charsets = settings->DecodeCharsets != 0;
     return run;
 }
 

@@ -21,6 +21,7 @@ struct DownloadRun {
     NntpServer server;
     wchar_t data_path[MAX_PATH];
     DWORD limit;
+    int decode_charsets;  /* DecodeCharsets when the run was made */
     wchar_t *group_names; /* owned: the group view's names, in its order */
     GroupCursor cursor;   /* over group_names */
     RunResult result;     /* what the user is told at the end */

@@ -97,6 +97,9 @@ TEST_F(InnTest, KilledMidRunThenRestartedStoresEveryArticleOnce)
     /* One article at a time: at the stock server's pace the run is still
      * going when the first saved header shows up. */
     SetPelnorDword(L"PipelineDepth", 1, L"Download");
+    /* The corpus's files are those of the plain ISO-2022-JP rules (a folded
+     * header joined without its blank). */
+    SetPelnorDword(L"DecodeCharsets", 0);
     ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.test.pelnor\r\n"));
     const std::wstring index_path = data_.file(group + L".idx");
 
@@ -139,3 +142,72 @@ TEST_F(InnTest, KilledMidRunThenRestartedStoresEveryArticleOnce)
 }
 
 } // namespace
+
+namespace {
+
+/* What a reader must see of each article of fj.test.charsets
+ * (tools/inn/charset_corpus.py), in posting order: its subject and the
+ * start of its body. */
+struct CharsetArticle {
+    const wchar_t *subject;
+    const wchar_t *body; /* the body begins with this */
+    const wchar_t *also; /* ...and holds this, or null */
+};
+
+const CharsetArticle kCharsetArticles[] = {
+    {L"UTF-8 8bit 😀", L"UTF-8の本文です。絵文字😀も。\r\n二行目: café\r\n", nullptr},
+    {L"UTF-8 base64", L"UTF-8の本文です。絵文字😀も。\r\n二行目: café\r\n", nullptr},
+    {L"UTF-8 quoted-printable",
+     L"とても長い行をquoted-printableで送ると、ソフト改行で分けられます。"
+     L"とても長い行をquoted-printableで送ると、ソフト改行で分けられます。\r\n",
+     nullptr},
+    {L"Qの件名 café", L"Q語の件名\r\n", nullptr},
+    {L"漢字の件名", L"語の途中で分かれた件名\r\n", nullptr},
+    {L"Shift_JIS 8bit", L"シフトJISの本文。ﾊﾝｶｸ\r\n", nullptr},
+    {L"EUC-JP 8bit", L"EUC-JPの本文。\r\n", nullptr},
+    {L"ISO-8859-1", L"Café déjà vu, naïve.\r\n", nullptr},
+    {L"multipart/mixed", L"添付があります。\r\n", L"data.bin"},
+    {L"multipart/alternative", L"テキスト版\r\n", L"text/html"},
+    {L"format=flowed", L"流れる行は \r\n続きます。\r\n", nullptr},
+    {L"malformed base64", L"日本語", nullptr},
+    {L"unknown charset", L"plain ASCII in an unknown charset\r\n", nullptr},
+    {L"literal reference", L"&#x1F600; is written, not an emoji\r\n", nullptr},
+};
+
+} // namespace
+
+/* Articles as today's posters send them, downloaded with I and read one
+ * after another with Tab: each shows what its sender wrote. */
+TEST_F(InnTest, EveryCharsetIsShownAsItsSenderWroteIt)
+{
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.test.charsets\r\n"));
+    ASSERT_NE(CreateMainFrame(&frame_, SW_SHOWNORMAL), nullptr);
+    Command(IDM_GET_ARTICLES);
+    ASSERT_TRUE(PumpUntil([&] { return !watcher_.boxes().empty() && !frame_.runInProgress; }, 120000,
+                          frame_.mainWindow, frame_.accelerators));
+    SetForegroundWindow(frame_.mainWindow);
+    DoubleClickListRow(frame_.groupView->list, 0);
+    ASSERT_EQ(frame_.currentView, kSubjectView);
+    SaveScreenshot(frame_.mainWindow, L"subject-view-charsets");
+    auto key = [&](WORD vk) {
+        PressKey(vk);
+        ASSERT_TRUE(PumpUntil([&] { return GetAsyncKeyState(vk) == 0 && GetQueueStatus(QS_INPUT) == 0; }, 5000));
+        PumpPending(frame_.mainWindow, frame_.accelerators);
+    };
+    key(VK_RETURN);
+    for (const CharsetArticle &a : kCharsetArticles) {
+        SCOPED_TRACE(a.subject);
+        ASSERT_EQ(frame_.currentView, kArticleView);
+        std::wstring text = frame_.articleText.text ? frame_.articleText.text : L"";
+        size_t body = text.find(L"\r\n\r\n");
+        ASSERT_NE(body, std::wstring::npos);
+        EXPECT_NE(text.find(std::wstring(L"Subject: ") + a.subject + L"\r\n"), std::wstring::npos) << text;
+        EXPECT_EQ(text.compare(body + 4, wcslen(a.body), a.body), 0) << text;
+        if (a.also) {
+            EXPECT_NE(text.find(a.also, body), std::wstring::npos) << text;
+        }
+        if (&a == kCharsetArticles)
+            SaveScreenshot(frame_.mainWindow, L"article-view-utf8");
+        key(VK_TAB);
+    }
+}

@@ -6,6 +6,8 @@
 # each for implicit TLS and STARTTLS that take the same login only once
 # encrypted, and one with implicit TLS for each certificate a client must
 # question (self-signed, another host's, expired, and a second good one).
+# The group fj.test.charsets holds one article of each charset and MIME form
+# posters use (tools/inn/charset_corpus.py).
 #   e2e.sh start DIR    DIR/ports holds "OPEN_PORT AUTH_PORT";
 #                       DIR/tls-ports "NAME PORT" lines (implicit, starttls,
 #                       selfsigned, wronghost, expired, good2);
@@ -29,6 +31,8 @@ start)
   open_port=$("$here/inn.sh" start "$dir" 0)
   auth_port=$("$here/inn.sh" reader "$dir" 0 pelnor:e2e-secret)
   python3 "$here/corpus.py" e2e "$dir" "$here/inn.sh" fj.test.pelnor,fj.comp.pelnor.misc,japan.test.pelnor 80
+  "$here/inn.sh" newgroup "$dir" fj.test.charsets
+  python3 "$here/charset_corpus.py" "$dir" | xargs "$here/inn.sh" post "$dir"
   {
     echo "implicit $("$here/inn.sh" reader "$dir" 0 pelnor:e2e-secret --tls implicit --require-tls-login)"
     echo "starttls $("$here/inn.sh" reader "$dir" 0 pelnor:e2e-secret --tls starttls --require-tls-login)"
