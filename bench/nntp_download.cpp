@@ -8,7 +8,8 @@
  * The link, from the environment (each optional): PELNOR_BENCH_HOST (default
  * 127.0.0.1), PELNOR_BENCH_TLS (0 none, 1 implicit, 2 STARTTLS),
  * PELNOR_BENCH_CA (a PEM file of extra trusted roots, a Windows path) and
- * PELNOR_BENCH_COMPRESS (1: COMPRESS DEFLATE when offered).
+ * PELNOR_BENCH_COMPRESS (1: COMPRESS DEFLATE when offered); and
+ * PELNOR_BENCH_DECODE (1: every charset decoded, as DecodeCharsets 1).
  */
 #include <windows.h>
 #include <winsock.h>
@@ -72,7 +73,9 @@ int wmain(int argc, wchar_t **argv)
     DownloadEvents events = {&server, nullptr, nullptr, [](void *server, const NntpOutcome *outcome, RunResult *r) {
                                  DescribeDownloadOutcome((const NntpServer *)server, outcome, r);
                              }};
-    SessionParams params = {&server, argv[2], 100000, &cursor, &events, nullptr};
+    const char *decode = getenv("PELNOR_BENCH_DECODE");
+    SessionParams params = {&server, argv[2], 100000, &cursor, &events, nullptr, nullptr,
+                            decode && atoi(decode) != 0};
 
     LARGE_INTEGER frequency, start, end;
     QueryPerformanceFrequency(&frequency);

@@ -17,7 +17,7 @@ wchar_t *ToWide(const char *text)
         return nullptr;
     }
     /* Stored text never needs more UTF-16 units than it has bytes. */
-    wide[StoredToUtf16(text, length, (char16_t *)wide)] = L'\0';
+    StoredToWide(text, length, wide);
     return wide;
 }
 
@@ -53,4 +53,11 @@ char *ToStored(const wchar_t *text)
         return nullptr;
     }
     return stored.data; /* the buffer's memory is the caller's now */
+}
+
+size_t StoredToWide(const char *bytes, size_t length, wchar_t *out)
+{
+    size_t units = StoredToUtf16(bytes, length, (char16_t *)out);
+    out[units] = L'\0';
+    return units;
 }

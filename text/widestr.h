@@ -15,6 +15,9 @@
 enum { kStoredCodePage = 932 };
 
 wchar_t *ToWide(const char *text);
+/* The same into `out`, which holds `length` + 1 units: the units written
+ * (NUL added; a NUL in the bytes ends them early). */
+size_t StoredToWide(const char *bytes, size_t length, wchar_t *out);
 
 /* Copies at most capacity - 1 units and always terminates. */
 void CopyWideText(wchar_t *dst, const wchar_t *src, size_t capacity);

@@ -8,6 +8,7 @@
 #include "base/scoped_win.h"
 #include "resources/resource.h"
 #include "settings/settings.h"
+#include "text/stored_text.h"
 #include "text/widestr.h"
 
 namespace {
@@ -660,9 +661,10 @@ int SubjectViewCellText(const SubjectView *view, DWORD row, int column, wchar_t 
     default:
         return 1;
     }
-    int length = (int)strnlen(field, (size_t)size);
-    int units = MultiByteToWideChar(kStoredCodePage, 0, field, length, out, out_chars - 1);
-    out[units > 0 ? units : 0] = L'\0';
+    size_t length = strnlen(field, (size_t)size);
+    if (length >= (size_t)out_chars)
+        length = StoredCutLength(field, (size_t)out_chars - 1);
+    StoredToWide(field, length, out);
     return 1;
 }
 

@@ -181,6 +181,7 @@ const CharsetArticle kCharsetArticles[] = {
 TEST_F(InnTest, EveryCharsetIsShownAsItsSenderWroteIt)
 {
     ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.test.charsets\r\n"));
+    SetPelnorDword(L"fromWidth", 48, L"SubjectView"); /* room for the subjects in the picture */
     ASSERT_NE(CreateMainFrame(&frame_, SW_SHOWNORMAL), nullptr);
     Command(IDM_GET_ARTICLES);
     ASSERT_TRUE(PumpUntil([&] { return !watcher_.boxes().empty() && !frame_.runInProgress; }, 120000,
@@ -188,6 +189,8 @@ TEST_F(InnTest, EveryCharsetIsShownAsItsSenderWroteIt)
     SetForegroundWindow(frame_.mainWindow);
     DoubleClickListRow(frame_.groupView->list, 0);
     ASSERT_EQ(frame_.currentView, kSubjectView);
+    PumpPending(frame_.mainWindow, frame_.accelerators);
+    UpdateWindow(frame_.mainWindow);
     SaveScreenshot(frame_.mainWindow, L"subject-view-charsets");
     auto key = [&](WORD vk) {
         PressKey(vk);
@@ -206,8 +209,11 @@ TEST_F(InnTest, EveryCharsetIsShownAsItsSenderWroteIt)
         if (a.also) {
             EXPECT_NE(text.find(a.also, body), std::wstring::npos) << text;
         }
-        if (&a == kCharsetArticles)
+        if (&a == kCharsetArticles) {
+            PumpPending(frame_.mainWindow, frame_.accelerators);
+            UpdateWindow(frame_.mainWindow);
             SaveScreenshot(frame_.mainWindow, L"article-view-utf8");
+        }
         key(VK_TAB);
     }
 }
