@@ -68,6 +68,7 @@ void Report(GroupDownload *d, NntpOutcome *outcome)
 {
     DWORD error = GetLastError();
     outcome->group = d->group;
+    outcome->decode_reply = d->params->decode_charsets;
     TellOutcome(d->params->events, outcome, d->result);
     SetLastError(error);
 }

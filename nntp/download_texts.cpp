@@ -1,19 +1,36 @@
 #include "download_texts.h"
 
 #include <stdlib.h>
+#include <string.h>
 #include <wchar.h>
 
 #include "base/res_text.h"
 #include "resources/resource.h"
+#include "text/article_decoder.h"
 #include "text/widestr.h"
 
 namespace {
 
+/* The server's line as stored text: decoded as a header's text is when
+ * `decode`, else as it came; null when memory runs out. The caller frees. */
+wchar_t *ReplyWide(const char *reply, bool decode)
+{
+    if (!decode)
+        return ToWide(reply);
+    ArticleDecoder decoder;
+    ArticleDecoderInit(&decoder);
+    wchar_t *wide = ArticleDecoderText(&decoder, reply, strlen(reply)) ? ToWide(decoder.out.data ? decoder.out.data : "")
+                                                                       : nullptr;
+    ArticleDecoderRelease(&decoder);
+    return wide;
+}
+
 /* The server's line as 16-bit text: `fallback` when it cannot be
  * converted; without its line end unless `keep_line_end`. */
-void ReplyText(const char *reply, const wchar_t *fallback, bool keep_line_end, wchar_t *out, int out_chars)
+void ReplyText(const char *reply, bool decode, const wchar_t *fallback, bool keep_line_end, wchar_t *out,
+               int out_chars)
 {
-    wchar_t *wide = reply ? ToWide(reply) : nullptr;
+    wchar_t *wide = reply ? ReplyWide(reply, decode) : nullptr;
     CopyWideText(out, wide ? wide : fallback, out_chars);
     free(wide);
     if (keep_line_end)
@@ -88,7 +105,7 @@ void DescribeDownloadOutcome(const NntpServer *server, const NntpOutcome *o, Run
         if (o->step == kOutcomeAtGroup) {
             /* The reply goes in with its line end, which is then cut off the
              * whole text. */
-            ReplyText(o->reply, L"??\r\n", true, line, kRunResultChars);
+            ReplyText(o->reply, o->decode_reply != 0, L"??\r\n", true, line, kRunResultChars);
             FormatResText(IDS_GROUP_FAILED, line, text, kRunResultChars);
             size_t length = wcslen(text);
             text[length >= 2 ? length - 2 : 0] = L'\0';
@@ -98,7 +115,7 @@ void DescribeDownloadOutcome(const NntpServer *server, const NntpOutcome *o, Run
                         : o->step == kOutcomeAtPassword ? IDS_BAD_PASSWORD
                                                         : IDS_CONNECTION_REFUSED,
                         title, kRunResultChars);
-            ReplyText(o->reply, L"", true, text, kRunResultChars);
+            ReplyText(o->reply, o->decode_reply != 0, L"", true, text, kRunResultChars);
         }
         break;
     case kOutcomeTlsFailed:
@@ -114,12 +131,12 @@ void DescribeDownloadOutcome(const NntpServer *server, const NntpOutcome *o, Run
     case kOutcomeStartTlsRefused:
     case kOutcomeEncryptionRequired:
         CopyWideText(title, server->name, kRunResultChars);
-        ReplyText(o->reply, L"", false, line, kRunResultChars);
+        ReplyText(o->reply, o->decode_reply != 0, L"", false, line, kRunResultChars);
         FormatResText(o->kind == kOutcomeStartTlsRefused ? IDS_TLS_STARTTLS_REFUSED : IDS_TLS_REQUIRED, line, text,
                       kRunResultChars);
         break;
     case kOutcomeUnexpectedReply:
-        ReplyText(o->reply, L"", false, line, kRunResultChars);
+        ReplyText(o->reply, o->decode_reply != 0, L"", false, line, kRunResultChars);
         FormatResText(IDS_UNEXPECTED_REPLY, line, text, kRunResultChars);
         CopyWideText(title, group, kRunResultChars);
         break;

@@ -55,6 +55,7 @@ struct NntpOutcome {
     DWORD limit;          /* ...and the per-run limit, */
     int limited;          /* reached */
     const char *reply;    /* the server's line, line end included, or null */
+    int decode_reply;     /* DecodeCharsets: the line is read as any header text is */
     const wchar_t *group; /* null before the first group */
 };
 

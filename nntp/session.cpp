@@ -20,6 +20,7 @@ void Report(const SessionParams *params, NntpOutcomeKind kind, NntpOutcomeStep s
 {
     NntpOutcome outcome = MakeOutcome(kind, step, kSeverityError, error);
     outcome.reply = reply;
+    outcome.decode_reply = params->decode_charsets;
     TellOutcome(params->events, &outcome, result);
 }
 

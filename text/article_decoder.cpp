@@ -1339,3 +1339,11 @@ void ArticleDecoderTake(ArticleDecoder *decoder)
         decoder->state->last_taken = decoder->out.data[decoder->out.used - 1];
     StoredBufferClear(&decoder->out);
 }
+
+int ArticleDecoderText(ArticleDecoder *decoder, const char *text, size_t length)
+{
+    if (!ArticleDecoderReset(decoder))
+        return 0;
+    StoredWriter *w = &decoder->state->writer;
+    return DecodeHeaderText(decoder->state, (const unsigned char *)text, length, w) && StoredWriterFlush(w);
+}

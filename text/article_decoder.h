@@ -73,4 +73,9 @@ int ArticleDecoderFinish(ArticleDecoder *decoder);
 /* Empties `out` (after the caller has written it). */
 void ArticleDecoderTake(ArticleDecoder *decoder);
 
+/* A line of free text, as a server's reply or a header's value: encoded
+ * words and undeclared 8-bit or ISO-2022-JP text decoded into `out` (after
+ * a reset, so not inside an article). */
+int ArticleDecoderText(ArticleDecoder *decoder, const char *text, size_t length);
+
 #endif

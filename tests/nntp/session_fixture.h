@@ -35,7 +35,7 @@ enum StopWay { kNoStop, kStopAtFirst, kStopFromThreadAtSecond };
 /* Runs a session on the calling thread against `server` over `groups`. */
 inline SessionRun RunScriptedSession(const NntpServer &server, const std::vector<std::wstring> &groups,
                                      const std::wstring &data_path = L"", DWORD limit = 100, StopWay stop = kNoStop,
-                                     const NntpTrust *trust = nullptr)
+                                     const NntpTrust *trust = nullptr, int decode_charsets = 0)
 {
     SessionRun result_run;
     SessionRun *run = &result_run;
@@ -78,7 +78,7 @@ inline SessionRun RunScriptedSession(const NntpServer &server, const std::vector
         [](void *context, const wchar_t *group, const wchar_t *status) {
             ((SessionRun *)context)->unstored.push_back(std::wstring(group) + L": " + status);
         }};
-    SessionParams params = {&server, data_path.c_str(), limit, &cursor, &events, &cancel, trust};
+    SessionParams params = {&server, data_path.c_str(), limit, &cursor, &events, &cancel, trust, decode_charsets};
     SetLastError(0);
     run->ok = RunSession(&params, &run->result);
     run->error = GetLastError();

@@ -40,3 +40,26 @@ TEST(Session, TimeOuts)
     EXPECT_EQ(waiting.error, (DWORD)WSAETIMEDOUT);
     EXPECT_STREQ(waiting.result.text, L"サーバに接続できませんでした");
 }
+
+/* A server's refusal in Japanese is shown as it reads with DecodeCharsets,
+ * and as it came without. */
+TEST(Session, ServerTextIsDecodedWithDecodeCharsets)
+{
+    const std::string jis = "502 \x1b$B@\\B3$G$-$^$;$s\x1b(B\r\n"; /* "接続できません" */
+    const struct {
+        int decode;
+        const wchar_t *text;
+    } rows[] = {
+        {1, L"502 接続できません\r\n"},
+        {0, L"502 \x1b$B@\\B3$G$-$^$;$s\x1b(B\r\n"},
+    };
+    for (const auto &row : rows) {
+        NntpScript script;
+        script.Send(jis);
+        SessionRun run = RunScriptedSession(TestServer(script.Start()), {L"fj.test"}, L"", 100, kNoStop, nullptr,
+                                            row.decode);
+        EXPECT_EQ(run.ok, 0);
+        EXPECT_STREQ(run.result.title, L"接続を拒否されました");
+        EXPECT_STREQ(run.result.text, row.text) << row.decode;
+    }
+}
