@@ -8,6 +8,7 @@
 #include "byte_error.h"
 #include "charset_tables.h"
 #include "codeconv.h"
+#include "mime.h"
 
 namespace {
 
@@ -500,21 +501,6 @@ int DecodeText(const unsigned char *s, size_t length, Charset charset, JisState 
 }
 
 /* ---- Transfer encodings ---- */
-
-unsigned Base64Value(unsigned char c)
-{
-    if (c >= 'A' && c <= 'Z')
-        return c - 'A';
-    if (c >= 'a' && c <= 'z')
-        return c - 'a' + 26;
-    if (c >= '0' && c <= '9')
-        return c - '0' + 52;
-    if (c == '+')
-        return 62;
-    if (c == '/')
-        return 63;
-    return 64;
-}
 
 unsigned HexDigit(unsigned char c)
 {

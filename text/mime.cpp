@@ -32,20 +32,6 @@ static_assert(sizeof(kWordOpening) - 1 + Base64EncodedSize(kPieceLimit - 1) - 1 
                   kEncodedWordSize,
               "the longest word fits its buffer");
 
-unsigned Base64Value(unsigned char c)
-{
-    if (c >= 'A' && c <= 'Z')
-        return c - 'A';
-    if (c >= 'a' && c <= 'z')
-        return c - 'a' + 26;
-    if (c >= '0' && c <= '9')
-        return c - '0' + 52;
-    if (c == '+')
-        return 62;
-    if (c == '/')
-        return 63;
-    return kNotBase64;
-}
 
 /* Compares byte by byte and stops at the first difference, so it never
  * reads past a NUL in `s`. */
@@ -164,6 +150,21 @@ size_t CutPiece(const unsigned char **text, bool *two_byte, unsigned char piece[
 }
 
 } // namespace
+
+unsigned Base64Value(unsigned char c)
+{
+    if (c >= 'A' && c <= 'Z')
+        return c - 'A';
+    if (c >= 'a' && c <= 'z')
+        return c - 'a' + 26;
+    if (c >= '0' && c <= '9')
+        return c - '0' + 52;
+    if (c == '+')
+        return 62;
+    if (c == '/')
+        return 63;
+    return kNotBase64;
+}
 
 void DecodeEncodedWords(char *dst, const char *src)
 {

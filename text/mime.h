@@ -38,6 +38,9 @@ int EncodeAsWords(EncodedWord **list, const char *text);
 /* Frees every word of the list (null is allowed). */
 void ReleaseWordList(EncodedWord *list);
 
+/* The 6-bit value of a base64 character, or 64 for any other byte. */
+unsigned Base64Value(unsigned char c);
+
 /* Writes the base64 encoding of the NUL-terminated `src`, padded with "=",
  * and a NUL to `dst`, which must hold Base64EncodedSize(strlen(src)) bytes. */
 void Base64Encode(const char *src, char *dst);
