@@ -6,31 +6,16 @@
 
 #include "base/res_text.h"
 #include "resources/resource.h"
-#include "text/article_decoder.h"
 #include "text/widestr.h"
 
 namespace {
-
-/* The server's line as stored text: decoded as a header's text is when
- * `decode`, else as it came; null when memory runs out. The caller frees. */
-wchar_t *ReplyWide(const char *reply, bool decode)
-{
-    if (!decode)
-        return ToWide(reply);
-    ArticleDecoder decoder;
-    ArticleDecoderInit(&decoder);
-    wchar_t *wide = ArticleDecoderText(&decoder, reply, strlen(reply)) ? ToWide(decoder.out.data ? decoder.out.data : "")
-                                                                       : nullptr;
-    ArticleDecoderRelease(&decoder);
-    return wide;
-}
 
 /* The server's line as 16-bit text: `fallback` when it cannot be
  * converted; without its line end unless `keep_line_end`. */
 void ReplyText(const char *reply, bool decode, const wchar_t *fallback, bool keep_line_end, wchar_t *out,
                int out_chars)
 {
-    wchar_t *wide = reply ? ReplyWide(reply, decode) : nullptr;
+    wchar_t *wide = reply ? ServerTextToWide(reply, decode) : nullptr;
     CopyWideText(out, wide ? wide : fallback, out_chars);
     free(wide);
     if (keep_line_end)

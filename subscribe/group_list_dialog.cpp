@@ -20,6 +20,7 @@ const UINT kCounterPeriodMs = 100;
 
 struct GroupListDialogState {
     HINSTANCE instance;
+    int decode_charsets;
     const wchar_t *active_path;
     const wchar_t *category_path;
     const NntpServer *server;
@@ -115,7 +116,7 @@ const FailureWords kFailureWords[] = {
 };
 
 /* The run's failure in words; false when it did not fail. */
-bool FailureText(const GroupListJob *list, wchar_t *text, int chars)
+bool FailureText(const GroupListJob *list, bool decode, wchar_t *text, int chars)
 {
     for (const FailureWords &words : kFailureWords) {
         if (words.failure != list->failure)
@@ -126,7 +127,7 @@ bool FailureText(const GroupListJob *list, wchar_t *text, int chars)
             FormatResFailure(words.id, list->last_error, text, chars);
         } else {
             /* The server's line as received, line end included. */
-            wchar_t *reply = ToWide(list->line);
+            wchar_t *reply = ServerTextToWide(list->line, decode);
             if (!reply)
                 LoadResText(words.no_memory_id, text, chars);
             else if (words.form == kFormReply)
@@ -164,7 +165,7 @@ INT_PTR GroupListHandler(HWND dialog, UINT message, WPARAM wp, LPARAM lp, GroupL
         case IDC_GROUP_LIST_DONE: {
             ShowCount(dialog, state);
             wchar_t text[1024];
-            if (FailureText((GroupListJob *)state->job->context, text, 1024))
+            if (FailureText((GroupListJob *)state->job->context, state->decode_charsets != 0, text, 1024))
                 ShowTextBox(text, IDS_CAPTION_PELNOR, MB_ICONEXCLAMATION);
             PostMessageW(dialog, WM_COMMAND, IDOK, 0);
             break;
@@ -184,9 +185,9 @@ INT_PTR GroupListHandler(HWND dialog, UINT message, WPARAM wp, LPARAM lp, GroupL
 } // namespace
 
 int RunGroupListDownload(HINSTANCE instance, HWND parent, const wchar_t *active_path, const wchar_t *category_path,
-                         const NntpServer *server)
+                         const NntpServer *server, int decode_charsets)
 {
-    GroupListDialogState state = {instance, active_path, category_path, server, nullptr, 0};
+    GroupListDialogState state = {instance, decode_charsets, active_path, category_path, server, nullptr, 0};
     RunDialog<GroupListHandler>(instance, IDD_GROUP_LIST, parent, &state);
     if (state.job) {
         /* Closed early, the worker is stopped at once; its notice then finds

@@ -11,9 +11,10 @@
 #include "nntp/server.h"
 
 /* Shows the dialog until the download has ended and its failure, if any,
- * has been shown ("PELNOR", exclamation icon); closed early, it stops the
+ * has been shown ("PELNOR", exclamation icon; a server's line in it read
+ * as any header text with `decode_charsets`); closed early, it stops the
  * download. Always 0. */
 int RunGroupListDownload(HINSTANCE instance, HWND parent, const wchar_t *active_path, const wchar_t *category_path,
-                         const NntpServer *server);
+                         const NntpServer *server, int decode_charsets);
 
 #endif

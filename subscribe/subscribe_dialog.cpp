@@ -238,7 +238,8 @@ void OnDownload(SubscribeState *state)
         ShowResBox(nullptr, IDS_NO_MEMORY, IDS_CAPTION_PELNOR, MB_ICONHAND);
     if (ready != kServerReady)
         return;
-    RunGroupListDownload(state->instance, state->dialog, state->active_path, state->category_path, &server);
+    RunGroupListDownload(state->instance, state->dialog, state->active_path, state->category_path, &server,
+                         (int)state->settings->DecodeCharsets);
     NntpServerForget(&server);
     ShowCategories(state);
 }

@@ -4,6 +4,7 @@
 #include <string.h>
 #include <wchar.h>
 
+#include "text/article_decoder.h"
 #include "text/stored_text.h"
 
 static_assert(sizeof(wchar_t) == sizeof(char16_t), "UTF-16 units");
@@ -60,4 +61,17 @@ size_t StoredToWide(const char *bytes, size_t length, wchar_t *out)
     size_t units = StoredToUtf16(bytes, length, (char16_t *)out);
     out[units] = L'\0';
     return units;
+}
+
+wchar_t *ServerTextToWide(const char *line, bool decode)
+{
+    if (!decode)
+        return ToWide(line);
+    ArticleDecoder decoder;
+    ArticleDecoderInit(&decoder);
+    wchar_t *wide = nullptr;
+    if (ArticleDecoderText(&decoder, line, strlen(line)))
+        wide = ToWide(decoder.out.data ? decoder.out.data : "");
+    ArticleDecoderRelease(&decoder);
+    return wide;
 }

@@ -24,4 +24,8 @@ void CopyWideText(wchar_t *dst, const wchar_t *src, size_t capacity);
 char *ToNarrow(const wchar_t *text);
 char *ToStored(const wchar_t *text);
 
+/* A server's line for the user: read as a header's text is (encoded words,
+ * undeclared 8-bit or ISO-2022-JP text) when `decode`, else as stored text. */
+wchar_t *ServerTextToWide(const char *line, bool decode);
+
 #endif

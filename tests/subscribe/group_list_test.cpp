@@ -25,9 +25,10 @@ struct DialogRun {
         NntpServer server = TestServer(port, user, password);
         Run(server);
     }
-    void Run(const NntpServer &server)
+    void Run(const NntpServer &server, int decode_charsets = 0)
     {
-        RunGroupListDownload(GetModuleHandleW(nullptr), nullptr, active.c_str(), category.c_str(), &server);
+        RunGroupListDownload(GetModuleHandleW(nullptr), nullptr, active.c_str(), category.c_str(), &server,
+                             decode_charsets);
     }
     /* The one box the run showed: caption "PELNOR", exclamation icon. */
     std::wstring OnlyBox()
@@ -110,6 +111,7 @@ TEST(GroupList, FailureTexts)
         NntpScript script;
         std::wstring text;
         const char *active;
+        int decode_charsets = 0;
     };
     const std::string long_line = "fj.long " + std::string(1020, '9') + "\r\n";
     Case cases[] = {
@@ -120,10 +122,12 @@ TEST(GroupList, FailureTexts)
          L"正常に受信できませんでした(234)", "fj.test\r\nalt.test\r\n"},
         {NntpScript().Send(kGreeting).Reply("215 list\r\nfj.test 3 1 y\r\nfj.te").Close(),
          L"正常に受信できませんでした(38)", "fj.test\r\n"},
+        /* A refusal in Japanese reads as sent with DecodeCharsets. */
+        {NntpScript().Send("502 \x1b$B@\\B3$G$-$^$;$s\x1b(B\r\n"), L"Connection refused : 502 接続できません\r\n", "", 1},
     };
     for (Case &c : cases) {
         DialogRun run;
-        run.Run(c.script.Start());
+        run.Run(TestServer(c.script.Start()), c.decode_charsets);
         EXPECT_EQ(run.OnlyBox(), c.text);
         EXPECT_EQ(FileBytes(run.active), c.active) << c.text;
     }
