@@ -38,8 +38,10 @@ const char *const kWords[] = {"\x8B\x9E\x93\x73", "\x93\x56\x8B\x43", "\x89\xEF\
                               "\x93\x64\x8E\xD4", "\x8A\x6D\x94\x46", "\x98\x41\x97\x8D", "\x8E\xBF\x96\xE2"};
 
 /* `count` articles as the download stores them, Japanese subjects and
- * senders; one body of `body_lines` lines for all, every fifth line quoted. */
-void WriteLog(const std::wstring &path, int count, int body_lines)
+ * senders; one body of `body_lines` lines for all, every fifth line quoted.
+ * With `emoji`, every subject also holds a character Shift_JIS lacks, kept
+ * as a reference, as UTF-8 subjects are stored. */
+void WriteLog(const std::wstring &path, int count, int body_lines, bool emoji = false)
 {
     Output log(path);
     std::string body;
@@ -52,10 +54,10 @@ void WriteLog(const std::wstring &path, int count, int body_lines)
     char line[256];
     for (int n = 1; n <= count; n++) {
         snprintf(line, sizeof line,
-                 "From: %s%s <user%d@example.jp>\r\nSubject: Re: %s%s %d\r\nNewsgroups: fj.bench\r\n"
+                 "From: %s%s <user%d@example.jp>\r\nSubject: Re: %s%s%s %d\r\nNewsgroups: fj.bench\r\n"
                  "Date: Tue, %d Mar 2002 10:00:00 +0900\r\nX-Local-Seq: %d\r\n\r\n",
-                 kWords[n % 8], kWords[(n / 8) % 8], n % 97, kWords[(n / 3) % 8], kWords[n % 5], n % 1000, n % 28 + 1,
-                 n);
+                 kWords[n % 8], kWords[(n / 8) % 8], n % 97, kWords[(n / 3) % 8], emoji ? "&#x1F600;" : "",
+                 kWords[n % 5], n % 1000, n % 28 + 1, n);
         log.Put(line, strlen(line));
         log.Put(body);
         log.Put("================\r\n");
@@ -101,6 +103,11 @@ int wmain(int argc, wchar_t **argv)
     const std::wstring group = L"fj.bench", big = L"fj.big";
     WriteLog(folder + group + L".log", articles, 12);
     WriteLog(folder + big + L".log", 1, 1024 * 1024 / 40);
+    const std::wstring emoji = L"fj.emoji";
+    WriteLog(folder + emoji + L".log", 2000, 12, true);
+    WriteLog(folder + group + L"2k.log", 2000, 12);
+    MakeIndex(folder, emoji.c_str());
+    MakeIndex(folder, (group + L"2k").c_str());
     MakeIndex(folder, group.c_str());
     MakeIndex(folder, big.c_str());
     std::wstring index = folder + group + L".idx";
@@ -145,6 +152,21 @@ int wmain(int argc, wchar_t **argv)
         DWORD unread;
         subjects.list.open = 0; /* leave the header as it is */
         SubjectViewCloseGroup(&subjects, &unread);
+    }
+
+    /* 2,000 subjects as UTF-8 ones are stored, against 2,000 in Shift_JIS. */
+    Best open_sjis, open_emoji;
+    for (int run = 0; run < kRuns; run++) {
+        for (int which = 0; which < 2; which++) {
+            double start = Now();
+            if (!SubjectViewOpenGroup(&subjects, folder.c_str(), which ? emoji.c_str() : (group + L"2k").c_str()))
+                Fail("open group");
+            UpdateWindow(subjects.window);
+            (which ? open_emoji : open_sjis).Take(start);
+            DWORD unread;
+            subjects.list.open = 0;
+            SubjectViewCloseGroup(&subjects, &unread);
+        }
     }
 
     ArticleText text = {};
@@ -198,6 +220,7 @@ int wmain(int argc, wchar_t **argv)
            (double)ReadWhole(index) / 1048576.0, (double)record.log_length / 1048576.0, kRuns);
     Row("open group, subject view painted", open_group.ms, "read index once", read_index.ms);
     Row("page to the last page", paging.ms, "read index once", read_index.ms);
+    Row("open 2,000 subjects with references", open_emoji.ms, "2,000 in Shift_JIS", open_sjis.ms);
     printf("  %d pages of %lu rows: %.2f ms a page\n", pages, subjects.list.page_size, paging.ms / pages);
     Row("lay out and paint the article", layout.ms, "read it from the log", read_article.ms);
     printf("  %lu display lines: %.2f us a line\n", lines, layout.ms * 1000.0 / lines);
