@@ -120,11 +120,6 @@ Charset CharsetFromName(const unsigned char *name, size_t length)
 
 /* ---- Byte checks ---- */
 
-bool IsTrailByte(unsigned char c)
-{
-    return c >= 0x40 && c <= 0xFC && c != 0x7F;
-}
-
 bool IsJisByte(unsigned char c)
 {
     return c >= 0x21 && c <= 0x7E;
@@ -133,12 +128,6 @@ bool IsJisByte(unsigned char c)
 bool IsEucByte(unsigned char c)
 {
     return c >= 0xA1 && c <= 0xFE;
-}
-
-uint16_t Cp932Pair(unsigned char lead, unsigned char trail)
-{
-    unsigned row = lead <= 0x9F ? lead - 0x81u : lead - 0xE0u + 31;
-    return kCp932Pairs[row * kCp932TrailCount + (trail - 0x40u)];
 }
 
 /* The length of the UTF-8 sequence at s (strict: no overlong forms, no
@@ -197,7 +186,7 @@ bool IsValidSjis(const unsigned char *s, size_t length, size_t *kana)
             (*kana)++;
             continue;
         }
-        if (!IsSjisLeadByte(c) || at + 1 >= length || !IsTrailByte(s[at + 1]) || !Cp932Pair(c, s[at + 1]))
+        if (!IsSjisLeadByte(c) || at + 1 >= length || !IsCp932TrailByte(s[at + 1]) || !Cp932Pair(c, s[at + 1]))
             return false;
         at++;
     }
@@ -252,15 +241,7 @@ int PutX0208(StoredWriter *w, unsigned char j1, unsigned char j2)
 
 uint32_t FindX0213(unsigned key)
 {
-    size_t low = 0, high = kJisX0213Count;
-    while (low < high) {
-        size_t middle = (low + high) / 2;
-        if (kJisX0213Keys[middle] < key)
-            low = middle + 1;
-        else
-            high = middle;
-    }
-    return low < kJisX0213Count && kJisX0213Keys[low] == key ? kJisX0213Values[low] : 0;
+    return FindSorted(kJisX0213Keys, kJisX0213Values, kJisX0213Count, key);
 }
 
 int PutJisPair(StoredWriter *w, JisSet set, unsigned char j1, unsigned char j2)
@@ -388,7 +369,7 @@ int DecodeSjis(const unsigned char *s, size_t length, StoredWriter *w)
         if (c < 0x80) {
             done = StoredWriterPut(w, c);
             at++;
-        } else if (IsSjisLeadByte(c) && at + 1 < length && IsTrailByte(s[at + 1])) {
+        } else if (IsSjisLeadByte(c) && at + 1 < length && IsCp932TrailByte(s[at + 1])) {
             uint16_t u = Cp932Pair(c, s[at + 1]);
             done = StoredWriterPut(w, u ? u : kReplacement);
             at += 2;

@@ -35,4 +35,33 @@ extern const size_t kJisX0213Count;
 extern const uint16_t kJisX0213Keys[];
 extern const uint32_t kJisX0213Values[];
 
+/* The readers of the tables, for the decoder and for stored text alike. */
+
+inline bool IsCp932TrailByte(unsigned char c)
+{
+    return c >= 0x40 && c <= 0xFC && c != 0x7F;
+}
+
+/* The character of a CP932 pair (the caller has checked both bytes), or 0. */
+inline uint16_t Cp932Pair(unsigned char lead, unsigned char trail)
+{
+    unsigned row = lead <= 0x9F ? lead - 0x81u : lead - 0xE0u + 31;
+    return kCp932Pairs[row * kCp932TrailCount + (trail - 0x40u)];
+}
+
+/* The value of `key` in `count` sorted keys, or 0. */
+template <typename Value>
+Value FindSorted(const uint16_t *keys, const Value *values, size_t count, unsigned long key)
+{
+    size_t low = 0, high = count;
+    while (low < high) {
+        size_t middle = (low + high) / 2;
+        if (keys[middle] < key)
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    return low < count && keys[low] == key ? values[low] : 0;
+}
+
 #endif

@@ -19,28 +19,11 @@ bool IsSurrogate(unsigned long c)
     return c >= 0xD800 && c <= 0xDFFF;
 }
 
-bool IsTrailByte(unsigned char c)
-{
-    return c >= 0x40 && c <= 0xFC && c != 0x7F;
-}
-
 /* CP932 bytes of a code point above 0x7F: one byte (below 0x100), a pair
  * (lead << 8 | trail), or 0 when CP932 has no such character. */
 unsigned Cp932Encode(unsigned long c)
 {
-    if (c > 0xFFFF)
-        return 0;
-    size_t low = 0, high = kCp932EncodeCount;
-    while (low < high) {
-        size_t middle = (low + high) / 2;
-        if (kCp932EncodeKeys[middle] < c)
-            low = middle + 1;
-        else
-            high = middle;
-    }
-    if (low < kCp932EncodeCount && kCp932EncodeKeys[low] == c)
-        return kCp932EncodeValues[low];
-    return 0;
+    return c > 0xFFFF ? 0 : FindSorted(kCp932EncodeKeys, kCp932EncodeValues, kCp932EncodeCount, c);
 }
 
 int PutByte(StoredBuffer *out, char c)
@@ -246,9 +229,8 @@ size_t StoredToUtf16(const char *stored, size_t length, char16_t *dst)
         } else if (c < 0x80) {
             dst[units++] = c;
             at++;
-        } else if (IsSjisLeadByte(c) && at + 1 < length && IsTrailByte(s[at + 1])) {
-            unsigned lead = c <= 0x9F ? c - 0x81u : c - 0xE0u + 31;
-            uint16_t u = kCp932Pairs[lead * kCp932TrailCount + (s[at + 1] - 0x40u)];
+        } else if (IsSjisLeadByte(c) && at + 1 < length && IsCp932TrailByte(s[at + 1])) {
+            uint16_t u = Cp932Pair(c, s[at + 1]);
             dst[units++] = u ? u : (char16_t)kReplacement;
             at += 2;
         } else {
@@ -299,7 +281,7 @@ bool IsWellFormedStoredText(const char *text, size_t length)
         if (s[at] == 0)
             return false;
         if (IsSjisLeadByte(s[at])) {
-            if (at + 1 >= length || !IsTrailByte(s[at + 1]))
+            if (at + 1 >= length || !IsCp932TrailByte(s[at + 1]))
                 return false;
             at += 2;
         } else if (s[at] == '&' && length - at >= 3 && s[at + 1] == '#' && s[at + 2] == 'x') {
