@@ -102,15 +102,6 @@ int ReadDraftHeader(const wchar_t *path, DraftHeader *header)
     return ok;
 }
 
-DraftRoot DraftRootOf(const wchar_t *file_name)
-{
-    if (file_name[0] == L'o')
-        return kDraftsWaiting;
-    if (file_name[0] == L's')
-        return kDraftsSent;
-    return kDraftsDrafts;
-}
-
 HTREEITEM InsertItem(HWND tree, HTREEITEM parent, HTREEITEM after, const wchar_t *text, int image)
 {
     TVINSERTSTRUCTW insert = {};

@@ -9,7 +9,8 @@
 #include <windows.h>
 #include <commctrl.h>
 
-enum DraftRoot { kDraftsWaiting = 0, kDraftsDrafts = 1, kDraftsSent = 2, kDraftRootCount = 3 };
+#include "store/draft_file.h"
+
 
 /* Images of bitmap 116 the tree uses. */
 enum { kDraftFolderImage = 0, kDraftFileImage = 2 };

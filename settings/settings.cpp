@@ -217,6 +217,7 @@ int LoadSettings(Settings *s, int *SettingsComplete)
         return 0;
     LoadNumber(k, L"Compress", &s->Compress, 1);
     LoadNumber(k, L"DecodeCharsets", &s->DecodeCharsets, 1);
+    LoadNumber(k, L"Posting", &s->Posting, 0);
 
     LoadNumber(k, L"HeaderColor", &s->HeaderColor, 0);
     LoadNumber(k, L"ReferenceLine", &s->ReferenceLine, 0);
@@ -298,7 +299,7 @@ int SaveSettings(Settings *s)
         return 0;
 
     if (!WriteRegDword(k, L"TlsMode", s->TlsMode) || !WriteRegDword(k, L"Compress", s->Compress) ||
-        !WriteRegDword(k, L"DecodeCharsets", s->DecodeCharsets))
+        !WriteRegDword(k, L"DecodeCharsets", s->DecodeCharsets) || !WriteRegDword(k, L"Posting", s->Posting))
         return 0;
     if (s->CaFile[0] ? !WriteRegText(k, L"CaFile", s->CaFile) : !DeleteRegValue(k, L"CaFile"))
         return 0;

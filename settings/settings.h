@@ -39,6 +39,7 @@ struct Settings {
     wchar_t CaFile[260];       /* a PEM file of roots trusted besides the system's; "" none */
     DWORD Compress;            /* 1: COMPRESS DEFLATE when the server offers it */
     DWORD DecodeCharsets;      /* 1: articles of any charset; the views wrap and match by character */
+    DWORD Posting;             /* 1: drafts are edited and sent; 0: the drafts pane only lists them */
 };
 
 /* How the link to the server is encrypted. */

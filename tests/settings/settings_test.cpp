@@ -72,6 +72,7 @@ TEST_F(SettingsTest, DefaultsAndFullRoundTripInEachValuesType)
         {L"CaFile", {}, TextValue(L"\\Storage\\社内CA.pem")},
         {L"Compress", DwordValue(1), DwordValue(0)},
         {L"DecodeCharsets", DwordValue(1), DwordValue(0)},
+        {L"Posting", DwordValue(0), DwordValue(1)},
     };
     auto expect_saved = [&](bool full) {
         for (const auto &v : values)
