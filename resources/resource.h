@@ -153,6 +153,7 @@
 #define IDM_DRAFTS_VIEW         40019
 #define IDM_DRAFTS_GROUPS       40020
 #define IDM_COMPOSE             40021
+#define IDM_SEND_ONLY           40120
 #define IDM_CHOOSE_EXE          40022
 #define IDM_SUBJECT_BACK        40077
 #define IDM_ARTICLE_BACK        40082
