@@ -5,6 +5,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "base/ascii_case.h"
 #include "byte_error.h"
 #include "charset_tables.h"
 #include "codeconv.h"
@@ -40,29 +41,6 @@ struct Charset {
     CharsetKind kind;
     int table; /* kSingleByteSets index for kCharsetSingle */
 };
-
-unsigned char Lower(unsigned char c)
-{
-    return c >= 'A' && c <= 'Z' ? (unsigned char)(c + 32) : c;
-}
-
-bool EqualsNoCase(const unsigned char *s, size_t length, const char *word)
-{
-    size_t i = 0;
-    for (; i < length && word[i]; i++)
-        if (Lower(s[i]) != (unsigned char)word[i])
-            return false;
-    return i == length && word[i] == '\0';
-}
-
-bool StartsNoCase(const unsigned char *s, size_t length, const char *word)
-{
-    size_t i = 0;
-    for (; word[i]; i++)
-        if (i >= length || Lower(s[i]) != (unsigned char)word[i])
-            return false;
-    return true;
-}
 
 /* The number after `prefix` (1-99) or -1. */
 int NumberAfter(const unsigned char *s, size_t length, const char *prefix)
@@ -487,7 +465,7 @@ unsigned HexDigit(unsigned char c)
 {
     if (c >= '0' && c <= '9')
         return c - '0';
-    c = Lower(c);
+    c = AsciiLower(c);
     if (c >= 'a' && c <= 'f')
         return c - 'a' + 10;
     return 16;
@@ -576,7 +554,7 @@ bool MatchEncodedWord(const unsigned char *s, size_t length, EncodedWordView *wo
         at++;
     if (at == 2 || at + 2 >= length || s[at] != '?' || s[at + 2] != '?')
         return false;
-    unsigned char encoding = Lower(s[at + 1]);
+    unsigned char encoding = AsciiLower(s[at + 1]);
     if (encoding != 'b' && encoding != 'q')
         return false;
     word->charset = s + 2;
@@ -700,7 +678,7 @@ int DecodeHeaderText(ArticleDecoderState *st, const unsigned char *s, size_t len
         bool adjacent = in_group && only_blanks && known;
         bool same = adjacent && word.charset_length == group_name_length;
         for (size_t i = 0; same && i < group_name_length; i++)
-            same = Lower(word.charset[i]) == Lower(group_name[i]);
+            same = AsciiLower(word.charset[i]) == AsciiLower(group_name[i]);
         if (!same) {
             if (in_group && !FlushWords(st, group, w))
                 return 0;
@@ -754,7 +732,7 @@ void CopyLower(char *dst, size_t size, const unsigned char *s, size_t length)
 {
     size_t n = length < size - 1 ? length : size - 1;
     for (size_t i = 0; i < n; i++)
-        dst[i] = (char)Lower(s[i]);
+        dst[i] = (char)AsciiLower(s[i]);
     dst[n] = '\0';
 }
 
