@@ -30,6 +30,19 @@ struct DownloadEvents {
     /* A group's status could not be kept in its index (a name the data
      * folder refuses): the status as the run leaves it. May be null. */
     void (*status_not_stored)(void *context, const wchar_t *group, const wchar_t *status);
+    /* Draft `index` of `count` waiting ones is being sent. May be null. */
+    void (*draft_posting)(void *context, const wchar_t *subject, DWORD index, DWORD count);
+    /* A draft stays waiting: `outcome` says why (its `draft` names it).
+     * May be null. */
+    void (*draft_kept)(void *context, const NntpOutcome *outcome);
+};
+
+/* Who posts, for sending the waiting drafts. */
+struct PostingParams {
+    const wchar_t *draft_path; /* `DraftPath`, ending in a backslash */
+    const char *user_name;     /* stored text, or null */
+    const char *mail_address;
+    const char *organization;
 };
 
 /* What a download run is given. */
@@ -42,6 +55,8 @@ struct SessionParams {
     JobCancel *cancel;        /* may be null; a cancel stops the run at once */
     const NntpTrust *trust;   /* may be null: a certificate that fails its checks is refused */
     int decode_charsets;      /* DecodeCharsets: every charset and MIME form decoded; 0: ISO-2022-JP only */
+    const PostingParams *posting; /* null: nothing is sent; else the waiting drafts go first */
+    int send_only;            /* 1: no group is downloaded */
 };
 
 /* Words `outcome` through the events into `result`, with its severity. */

@@ -39,39 +39,67 @@ void Describe(void *context, const NntpOutcome *outcome, RunResult *result)
     DescribeDownloadOutcome(&((DownloadRun *)context)->server, outcome, result);
 }
 
-/* Appends `text` and its NUL to the run's list of unstored statuses. */
-bool AppendUnstored(DownloadRun *run, const wchar_t *text)
+/* Appends `text` and its NUL to a list of texts ended by an empty one. */
+bool AppendText(wchar_t **list, size_t *used, const wchar_t *text)
 {
     size_t length = wcslen(text) + 1;
     /* Room for the text and the list's closing empty name. */
-    wchar_t *larger = (wchar_t *)realloc(run->unstored, (run->unstored_used + length + 1) * sizeof(wchar_t));
+    wchar_t *larger = (wchar_t *)realloc(*list, (*used + length + 1) * sizeof(wchar_t));
     if (!larger)
         return false;
-    run->unstored = larger;
-    memcpy(run->unstored + run->unstored_used, text, length * sizeof(wchar_t));
-    run->unstored_used += length;
-    run->unstored[run->unstored_used] = L'\0';
+    *list = larger;
+    memcpy(*list + *used, text, length * sizeof(wchar_t));
+    *used += length;
+    (*list)[*used] = L'\0';
     return true;
+}
+
+/* Appends a pair of texts, or neither when memory runs out. */
+void AppendPair(wchar_t **list, size_t *used, const wchar_t *first, const wchar_t *second)
+{
+    size_t before = *used;
+    if (!AppendText(list, used, first) || !AppendText(list, used, second))
+        *used = before; /* the pair is lost with the memory, nothing else */
+    if (*list)
+        (*list)[*used] = L'\0';
 }
 
 void OnStatusNotStored(void *context, const wchar_t *group, const wchar_t *status)
 {
     DownloadRun *run = (DownloadRun *)context;
-    size_t used = run->unstored_used;
-    if (!AppendUnstored(run, group) || !AppendUnstored(run, status))
-        run->unstored_used = used; /* the status is lost with the memory, nothing else */
-    if (run->unstored)
-        run->unstored[run->unstored_used] = L'\0';
+    AppendPair(&run->unstored, &run->unstored_used, group, status);
+}
+
+void OnDraftPosting(void *context, const wchar_t *subject, DWORD index, DWORD count)
+{
+    DownloadRun *run = (DownloadRun *)context;
+    wchar_t label[kRunResultChars];
+    FormatResText(IDS_POSTING_LABEL, subject, label, kRunResultChars);
+    BackgroundJobBeginStage(run->job, label, count);
+    for (DWORD i = 0; i < index; i++)
+        BackgroundJobStep(run->job);
+}
+
+void OnDraftKept(void *context, const NntpOutcome *outcome)
+{
+    DownloadRun *run = (DownloadRun *)context;
+    RunResult *why = (RunResult *)malloc(sizeof(RunResult));
+    if (!why)
+        return;
+    DescribeDownloadOutcome(&run->server, outcome, why);
+    AppendPair(&run->kept, &run->kept_used, why->title, why->text);
+    free(why);
 }
 
 /* The patrol thread's work. */
 void Patrol(BackgroundJob *job, void *context)
 {
     DownloadRun *run = (DownloadRun *)context;
-    DownloadEvents events = {run, OnGroupStarted, OnArticleStored, Describe, OnStatusNotStored};
+    DownloadEvents events = {run, OnGroupStarted, OnArticleStored, Describe, OnStatusNotStored, OnDraftPosting,
+                             OnDraftKept};
     NntpTrust trust = JobTrust(job);
     SessionParams params = {&run->server, run->data_path, run->limit, &run->cursor, &events, &job->cancel, &trust,
-                            run->decode_charsets};
+                            run->decode_charsets, run->post ? &run->posting : nullptr, run->send_only};
     RunSession(&params, &run->result);
     /* The password is not needed any more. */
     NntpServerForget(&run->server);
@@ -83,6 +111,10 @@ void FreeRunContext(void *context)
     NntpServerForget(&run->server);
     free(run->group_names);
     free(run->unstored);
+    free(run->kept);
+    free(run->user_name);
+    free(run->mail_address);
+    free(run->organization);
     free(run);
 }
 
@@ -138,7 +170,12 @@ INT_PTR ProgressHandler(HWND dialog, UINT msg, WPARAM wp, LPARAM lp, ProgressSta
     return FALSE;
 }
 
-DownloadRun *MakeRun(const Settings *settings, wchar_t *group_names)
+char *CopyText(const char *text)
+{
+    return text ? _strdup(text) : nullptr;
+}
+
+DownloadRun *MakeRun(const Settings *settings, wchar_t *group_names, DownloadMode mode)
 {
     DownloadRun *run = (DownloadRun *)calloc(1, sizeof(DownloadRun));
     if (!run) {
@@ -151,6 +188,15 @@ DownloadRun *MakeRun(const Settings *settings, wchar_t *group_names)
     CopyWideText(run->data_path, settings->DataPath, MAX_PATH);
     run->limit = settings->Limit;
     run->decode_charsets = settings->DecodeCharsets != 0;
+    run->post = settings->Posting != 0 && settings->DraftPath;
+    run->send_only = mode == kDownloadSendOnly;
+    if (run->post) {
+        CopyWideText(run->draft_path, settings->DraftPath, MAX_PATH);
+        run->user_name = CopyText(settings->UserName);
+        run->mail_address = CopyText(settings->MailAddress);
+        run->organization = CopyText(settings->Organization);
+        run->posting = {run->draft_path, run->user_name, run->mail_address, run->organization};
+    }
     return run;
 }
 
@@ -169,7 +215,8 @@ bool DownloadStopped(DownloadRun *run)
     return JobCancelRequested(&run->job->cancel);
 }
 
-DownloadStart RunDownload(HINSTANCE instance, HWND main_window, const Settings *settings, wchar_t *group_names)
+DownloadStart RunDownload(HINSTANCE instance, HWND main_window, const Settings *settings, wchar_t *group_names,
+                          DownloadMode mode)
 {
     if (!group_names) {
         ShowResBox(nullptr, IDS_NO_MEMORY, IDS_CAPTION_PELNOR, MB_OK);
@@ -184,7 +231,7 @@ DownloadStart RunDownload(HINSTANCE instance, HWND main_window, const Settings *
         ShowResBox(nullptr, IDS_NO_MEMORY, IDS_CAPTION_PELNOR, MB_OK);
         return kDownloadFailed;
     }
-    DownloadRun *run = MakeRun(settings, group_names);
+    DownloadRun *run = MakeRun(settings, group_names, mode);
     if (!run) {
         NntpServerForget(&server);
         ShowResBox(nullptr, IDS_NO_MEMORY, IDS_CAPTION_PELNOR, MB_OK);

@@ -11,6 +11,7 @@
 #include <windows.h>
 
 #include "base/background_job.h"
+#include "nntp/download_events.h"
 #include "nntp/group_cursor.h"
 #include "nntp/run_result.h"
 #include "nntp/server.h"
@@ -29,6 +30,21 @@ struct DownloadRun {
      * NUL, the list by an empty group. Owned, or null for none. */
     wchar_t *unstored;
     size_t unstored_used;
+    /* Sending the waiting drafts first (Posting on): who posts, and the
+     * drafts that stayed waiting, title and text each ended by a NUL, the
+     * list by an empty title. Owned, or null. */
+    int post;
+    int send_only;
+    PostingParams posting;
+    wchar_t draft_path[MAX_PATH];
+    char *user_name, *mail_address, *organization;
+    wchar_t *kept;
+    size_t kept_used;
+};
+
+enum DownloadMode {
+    kDownloadGetArticles, /* send what waits (when posting is on), then download */
+    kDownloadSendOnly,    /* send what waits, nothing else */
 };
 
 enum DownloadStart {
@@ -42,7 +58,8 @@ enum DownloadStart {
  * session ends; then sends the main window WM_PELNOR_RUN_FINISHED with the
  * run. `group_names` (each name ended by a NUL, the list by an empty name)
  * is taken over in every case. */
-DownloadStart RunDownload(HINSTANCE instance, HWND main_window, const Settings *settings, wchar_t *group_names);
+DownloadStart RunDownload(HINSTANCE instance, HWND main_window, const Settings *settings, wchar_t *group_names,
+                          DownloadMode mode = kDownloadGetArticles);
 
 /* Whether the user stopped the run. */
 bool DownloadStopped(DownloadRun *run);

@@ -33,6 +33,7 @@ void ExchangeCaption(const NntpOutcome *o, wchar_t *caption, int chars)
               : o->step == kOutcomeAtPassword                                   ? IDS_CAPTION_SOCKET
               : o->step == kOutcomeAtGroup && o->kind == kOutcomeReceiveFailed ? IDS_CAPTION_SOCKET_UC
               : o->step == kOutcomeAtGroup                                      ? IDS_CAPTION_SOCKET
+              : o->step == kOutcomeAtPost                                       ? IDS_CAPTION_POSTING
                                                                                 : 0;
     if (id)
         LoadResText(id, caption, chars);
@@ -119,6 +120,19 @@ void DescribeDownloadOutcome(const NntpServer *server, const NntpOutcome *o, Run
         ReplyText(o->reply, o->decode_reply != 0, L"", false, line, kRunResultChars);
         FormatResText(o->kind == kOutcomeStartTlsRefused ? IDS_TLS_STARTTLS_REFUSED : IDS_TLS_REQUIRED, line, text,
                       kRunResultChars);
+        break;
+    case kOutcomePostRefused:
+        CopyWideText(title, o->draft ? o->draft : L"", kRunResultChars);
+        ReplyText(o->reply, o->decode_reply != 0, L"", false, line, kRunResultChars);
+        FormatResText(IDS_POST_REFUSED, line, text, kRunResultChars);
+        break;
+    case kOutcomeDraftIncomplete:
+        CopyWideText(title, o->draft ? o->draft : L"", kRunResultChars);
+        LoadResText(IDS_DRAFT_INCOMPLETE, text, kRunResultChars);
+        break;
+    case kOutcomeDraftUnreadable:
+        CopyWideText(title, o->draft ? o->draft : L"", kRunResultChars);
+        FormatResFailure(IDS_DRAFT_UNREADABLE, o->error, text, kRunResultChars);
         break;
     case kOutcomeUnexpectedReply:
         ReplyText(o->reply, o->decode_reply != 0, L"", false, line, kRunResultChars);

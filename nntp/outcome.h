@@ -29,6 +29,9 @@ enum NntpOutcomeKind {
     kOutcomeCertificateRefused, /* the user did not trust the server's certificate */
     kOutcomeStartTlsRefused,    /* `reply` */
     kOutcomeEncryptionRequired, /* a 483 to the login: `reply` */
+    kOutcomePostRefused,        /* the server refused a draft: `reply` */
+    kOutcomeDraftIncomplete,    /* a draft without Newsgroups or Subject */
+    kOutcomeDraftUnreadable,    /* a draft could not be read or given its Message-ID: `error` */
 };
 
 /* Where it happened. */
@@ -38,6 +41,7 @@ enum NntpOutcomeStep {
     kOutcomeAtPassword,
     kOutcomeAtGroup,   /* the GROUP exchange */
     kOutcomeAtArticle, /* anything after it, the store's failures too */
+    kOutcomeAtPost,    /* sending the waiting drafts */
 };
 
 enum {
@@ -57,6 +61,7 @@ struct NntpOutcome {
     const char *reply;    /* the server's line, line end included, or null */
     int decode_reply;     /* DecodeCharsets: the line is read as any header text is */
     const wchar_t *group; /* null before the first group */
+    const wchar_t *draft; /* kOutcomeAtPost: the draft's subject, or its file name */
 };
 
 /* An outcome of `kind` at `step`, nothing else said yet. */

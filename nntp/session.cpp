@@ -5,6 +5,7 @@
 #include "nntp/article_download.h"
 #include "nntp/connection.h"
 #include "nntp/conversation.h"
+#include "nntp/post.h"
 #include "text/byte_error.h"
 
 namespace {
@@ -85,7 +86,9 @@ int RunSession(const SessionParams *params, RunResult *result)
     NntpOpenFailure failed;
     if (!NntpOpen(c, "", reply, &failed)) {
         error = ReportOpenFailure(params, &failed, reply, result);
-    } else {
+    } else if (params->posting && !PostWaitingDrafts(c, params, result)) {
+        error = GetLastError();
+    } else if (!params->send_only) {
         GroupCursorReset(params->cursor);
         while (!JobCancelRequested(params->cancel) && GroupCursorFetch(params->cursor)) {
             result->severity = kSeverityInformation;

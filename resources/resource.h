@@ -340,4 +340,14 @@
 #define IDS_TLS_MODE_IMPLICIT   485
 #define IDS_TLS_MODE_STARTTLS   486
 
+/* Sending the waiting drafts. */
+#define IDS_CAPTION_POSTING     650
+#define IDS_POSTING_LABEL       651
+#define IDS_POST_REFUSED        652
+#define IDS_DRAFT_INCOMPLETE    653
+#define IDS_DRAFT_UNREADABLE    654
+#define IDS_DRAFTS_KEPT         655
+#define IDS_NOTHING_TO_SEND     656
+#define IDS_SEND_DONE           657
+
 #endif

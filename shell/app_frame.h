@@ -42,6 +42,7 @@ struct AppFrame {
     DWORD priorityLevel;     /* PriorityViewLevel: 0 normal, 1 low, 2 high */
     DWORD dialled;           /* 1 when this program dialled the line */
     DWORD runInProgress;     /* 1 from a download worker's start to its end */
+    DWORD runSendOnly;       /* the run asked for (or dialling for) only sends the waiting drafts */
     HRASCONN rasConnection;
 };
 

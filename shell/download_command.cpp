@@ -2,7 +2,11 @@
 
 #include <wchar.h>
 
+#include <stdlib.h>
+
 #include "dialup/dialup.h"
+#include "nntp/post.h"
+#include "shell/drafts_pane.h"
 #include "resources/resource.h"
 #include "base/message_box.h"
 #include "base/res_text.h"
@@ -15,14 +19,54 @@ void StartRun(AppFrame *frame)
     /* Set before the run: its end can arrive while the progress dialog is
      * still closing, before RunDownload returns. */
     frame->runInProgress = 1;
-    DownloadStart started =
-        RunDownload(frame->instance, frame->mainWindow, &frame->settings, GroupViewNames(frame->groupView));
+    DownloadStart started = RunDownload(frame->instance, frame->mainWindow, &frame->settings,
+                                        GroupViewNames(frame->groupView),
+                                        frame->runSendOnly ? kDownloadSendOnly : kDownloadGetArticles);
     /* A left password prompt keeps the frame busy, as it always has; the run
      * itself clears it when its end arrives. */
     if (started != kDownloadStarted)
         frame->runInProgress = 0;
     if (started == kDownloadFailed)
         frame->busy = 0;
+}
+
+/* Dials first when configured, then runs. */
+void ConnectAndRun(AppFrame *frame)
+{
+    switch (DialBeforeRun(frame->mainWindow, frame->instance, &frame->settings, &frame->rasConnection)) {
+    case kDialupRunNow:
+        StartRun(frame);
+        break;
+    case kDialupDialling:
+    case kDialupFailed:
+        break;
+    }
+}
+
+/* The drafts that stayed waiting, each with why, in one box. */
+void ShowKeptDrafts(AppFrame *frame, const DownloadRun *run)
+{
+    if (!run->kept || !*run->kept)
+        return;
+    size_t chars = wcslen(LoadResString(IDS_DRAFTS_KEPT)) + run->kept_used + 8;
+    for (const wchar_t *p = run->kept; *p; p += wcslen(p) + 1)
+        chars += 4;
+    wchar_t *text = (wchar_t *)malloc(chars * sizeof(wchar_t));
+    if (!text)
+        return;
+    wcscpy(text, LoadResString(IDS_DRAFTS_KEPT));
+    for (const wchar_t *title = run->kept; *title;) {
+        const wchar_t *why = title + wcslen(title) + 1;
+        wcscat(text, L"\r\n\r\n");
+        wcscat(text, title);
+        wcscat(text, L"\r\n");
+        wcscat(text, why);
+        title = why + wcslen(why) + 1;
+    }
+    wchar_t caption[64];
+    LoadResText(IDS_CAPTION_POSTING, caption, 64);
+    ShowBox(frame->mainWindow, text, caption, MB_OK | MB_ICONWARNING);
+    free(text);
 }
 
 } // namespace
@@ -32,14 +76,21 @@ void GetArticlesCommand(AppFrame *frame)
     /* One run at a time: a second would write the same files. */
     if (frame->runInProgress)
         return;
-    switch (DialBeforeRun(frame->mainWindow, frame->instance, &frame->settings, &frame->rasConnection)) {
-    case kDialupRunNow:
-        StartRun(frame);
-        break;
-    case kDialupDialling:
-    case kDialupFailed:
-        break;
+    frame->runSendOnly = 0;
+    ConnectAndRun(frame);
+}
+
+void SendOnlyCommand(AppFrame *frame)
+{
+    if (frame->runInProgress || !frame->settings.Posting)
+        return;
+    /* Nothing to send is said at once, without a connection. */
+    if (!frame->settings.DraftPath || CountWaitingDrafts(frame->settings.DraftPath) == 0) {
+        ShowResBox(frame->mainWindow, IDS_NOTHING_TO_SEND, IDS_CAPTION_POSTING, MB_OK | MB_ICONINFORMATION);
+        return;
     }
+    frame->runSendOnly = 1;
+    ConnectAndRun(frame);
 }
 
 void OnDialledLineUp(AppFrame *frame)
@@ -62,7 +113,7 @@ void OnRunFinished(AppFrame *frame, DownloadRun *run)
     frame->dialled = 0;
 
     if (run->result.severity != kSeverityError) {
-        UINT done = DownloadStopped(run) ? IDS_RUN_STOPPED : IDS_DOWNLOAD_DONE;
+        UINT done = DownloadStopped(run) ? IDS_RUN_STOPPED : run->send_only ? IDS_SEND_DONE : IDS_DOWNLOAD_DONE;
         ShowResBox(frame->mainWindow, done, IDS_CAPTION_DISCONNECT, MB_OK);
         ReloadData(frame);
         /* Groups whose index could not keep their status show it still. */
@@ -74,6 +125,9 @@ void OnRunFinished(AppFrame *frame, DownloadRun *run)
     } else {
         ShowBox(nullptr, run->result.text, run->result.title, MB_ICONERROR);
     }
+    ShowKeptDrafts(frame, run);
+    if (run->post)
+        RefreshDraftsPane(frame);
     frame->busy = 0;
     frame->runInProgress = 0;
     FreeDownloadRun(run);

@@ -11,6 +11,10 @@
 /* Command 40003: dials first when configured, else starts the run. */
 void GetArticlesCommand(AppFrame *frame);
 
+/* "送信のみ" (send only): with posting on, sends the waiting drafts and
+ * downloads nothing; says so at once when nothing waits. */
+void SendOnlyCommand(AppFrame *frame);
+
 /* WM_PELNOR_START_RUN: the line this program dialled is up. */
 void OnDialledLineUp(AppFrame *frame);
 

@@ -69,3 +69,9 @@ bool DraftsCommand(AppFrame *frame, UINT id)
     }
     return false;
 }
+
+void RefreshDraftsPane(AppFrame *frame)
+{
+    if (frame->currentView == kDraftsView && frame->draftTree)
+        FillDraftTree(frame->draftTree, frame->settings.DraftPath);
+}

@@ -13,6 +13,9 @@ HWND DraftsPaneWindow(const AppFrame *frame);
 void ShowDraftsPane(AppFrame *frame, int show);
 int EnterDraftsPane(AppFrame *frame, const PaneSwitch *how);
 
+/* Refills the tree when the pane shows: the drafts a run sent have moved. */
+void RefreshDraftsPane(AppFrame *frame);
+
 /* Commands 40019, 40021 and 40022; false for any other id. */
 bool DraftsCommand(AppFrame *frame, UINT id);
 

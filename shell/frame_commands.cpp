@@ -99,6 +99,9 @@ void FrameCommand(AppFrame *frame, UINT id, UINT code)
     case IDM_GET_ARTICLES:
         GetArticlesCommand(frame);
         break;
+    case IDM_SEND_ONLY:
+        SendOnlyCommand(frame);
+        break;
     case IDM_DELETE_READ:
         DeleteReadCommand(frame);
         break;

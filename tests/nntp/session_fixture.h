@@ -23,6 +23,8 @@ struct SessionRun {
     std::vector<DWORD> range_counts;
     DWORD stored = 0;
     std::vector<std::wstring> unstored;
+    /* Drafts being sent ("subject i/n") and those kept waiting ("title: text"). */
+    std::vector<std::wstring> posting, kept;
     JobCancel *stop = nullptr; /* during the run: asked for as article `stop_after` is stored */
     DWORD stop_after = 0;
     bool stop_from_thread = false; /* ...by another thread, as a user's Escape */
@@ -35,7 +37,8 @@ enum StopWay { kNoStop, kStopAtFirst, kStopFromThreadAtSecond };
 /* Runs a session on the calling thread against `server` over `groups`. */
 inline SessionRun RunScriptedSession(const NntpServer &server, const std::vector<std::wstring> &groups,
                                      const std::wstring &data_path = L"", DWORD limit = 100, StopWay stop = kNoStop,
-                                     const NntpTrust *trust = nullptr, int decode_charsets = 0)
+                                     const NntpTrust *trust = nullptr, int decode_charsets = 0,
+                                     const PostingParams *posting = nullptr, int send_only = 0)
 {
     SessionRun result_run;
     SessionRun *run = &result_run;
@@ -77,8 +80,19 @@ inline SessionRun RunScriptedSession(const NntpServer &server, const std::vector
         },
         [](void *context, const wchar_t *group, const wchar_t *status) {
             ((SessionRun *)context)->unstored.push_back(std::wstring(group) + L": " + status);
+        },
+        [](void *context, const wchar_t *subject, DWORD index, DWORD count) {
+            ((SessionRun *)context)->posting.push_back(std::wstring(subject) + L" " + std::to_wstring(index + 1) + L"/" +
+                                                       std::to_wstring(count));
+        },
+        [](void *context, const NntpOutcome *outcome) {
+            SessionRun *r = (SessionRun *)context;
+            RunResult why;
+            DescribeDownloadOutcome(r->server, outcome, &why);
+            r->kept.push_back(std::wstring(why.title) + L": " + why.text);
         }};
-    SessionParams params = {&server, data_path.c_str(), limit, &cursor, &events, &cancel, trust, decode_charsets};
+    SessionParams params = {&server, data_path.c_str(), limit,          &cursor,  &events,
+                            &cancel, trust,             decode_charsets, posting, send_only};
     SetLastError(0);
     run->ok = RunSession(&params, &run->result);
     run->error = GetLastError();

@@ -20,6 +20,8 @@ public:
     NntpScript &Send(const std::string &bytes) { return Step("send", &bytes); }
     NntpScript &Recv(int lines = 1);
     NntpScript &Reply(const std::string &bytes) { return Recv().Send(bytes); }
+    /* Reads lines through a "." line alone: an article being posted. */
+    NntpScript &RecvArticle() { return Step("recvdot"); }
     NntpScript &Close() { return Step("close"); }
     NntpScript &Stall() { return Step("stall"); }
     /* Bytes straight onto the link, past any TLS: a corrupt record. */

@@ -39,6 +39,8 @@ A request that fails is answered ERROR <reason>.
 Steps, each a JSON list:
     ["send", text]   send text; each character is one byte (code point < 256)
     ["recv"]         read one line (through its LF) from the client
+    ["recvdot"]      read lines up to and including a line of "." alone
+                     (an article the client posts)
     ["close"]        close the connection (the client sees end of stream);
                      inside TLS, a close_notify alert comes first
     ["close", "abrupt"]
@@ -223,15 +225,19 @@ class Session:
                 channel.send(step[1].encode("latin-1"))
             elif kind == "sendraw":
                 channel.send_raw(step[1].encode("latin-1"))
-            elif kind == "recv":
-                while b"\n" not in pending:
-                    data = channel.recv()
-                    if not data:
-                        return
-                    self.record(data)
-                    pending += data
-                cut = pending.index(b"\n") + 1
-                del pending[:cut]
+            elif kind in ("recv", "recvdot"):
+                while True:
+                    while b"\n" not in pending:
+                        data = channel.recv()
+                        if not data:
+                            return
+                        self.record(data)
+                        pending += data
+                    cut = pending.index(b"\n") + 1
+                    line = bytes(pending[:cut])
+                    del pending[:cut]
+                    if kind == "recv" or line == b".\r\n":
+                        break
             elif kind == "close":
                 channel.close(notify=step[1:] != ["abrupt"])
                 self.drain(channel)
