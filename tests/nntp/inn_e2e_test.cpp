@@ -227,3 +227,63 @@ TEST(InnEndToEnd, SecureLinks)
         EXPECT_TRUE(fresh.Files(false) == before);
     }
 }
+
+namespace {
+
+/* The value of the first line of `log` naming `header` (line end cut). */
+std::string LogHeader(const std::string &log, size_t from, const std::string &header)
+{
+    size_t at = log.find("\r\n" + header + ": ", from);
+    if (at == std::string::npos)
+        return "";
+    at += header.size() + 4;
+    return log.substr(at, log.find("\r\n", at) - at);
+}
+
+} // namespace
+
+/* Drafts posted to INN (compressed, as INN offers it) come back through the
+ * download as they were typed: Japanese as ISO-2022-JP words, what that
+ * lacks as UTF-8, a line starting with "." whole; a follow-up carries its
+ * parent's Message-ID in References. */
+TEST(InnEndToEnd, PostedDraftsComeBackAsTyped)
+{
+    InnServer inn;
+    ASSERT_NE(inn.open_port, 0) << "INN fixture (tools/inn/e2e.sh) not running";
+    TempFolder drafts;
+    const std::string kanji_subject = "\x8a\xbf\x8e\x9a\x82\xcc\x83\x65\x83\x58\x83\x67"; /* 漢字のテスト */
+    const std::string name = "\x8e\x52\x93\x63\x91\xbe\x98\x59";                         /* 山田太郎 */
+    ASSERT_TRUE(WriteFileBytes(drafts.file(L"o1.txt"), "Newsgroups: fj.test.post\r\nSubject: " + kanji_subject +
+                                                           "\r\n\r\n.dot first\r\n" + kanji_subject + "\r\n"));
+    ASSERT_TRUE(WriteFileBytes(drafts.file(L"o2.txt"), "Newsgroups: fj.test.post\r\nSubject: \xc3\xbd\xc4 &#x1F600;\r\n"
+                                                       "\r\nhalf-width \xc3\xbd\xc4\r\n"));
+    PostingParams posting = {drafts.path().c_str(), name.c_str(), "yamada@example.jp", nullptr};
+    WriteFileBytes(inn.data.file(L"fj.test.post.idx"), std::string(100, '\0').replace(0, 1, 1, '\5'));
+    NntpServer server = TestServer(inn.open_port);
+    server.compress = 1;
+    SessionRun run =
+        RunScriptedSession(server, {L"fj.test.post"}, inn.data.path(), 100, kNoStop, nullptr, 1, &posting);
+    ASSERT_EQ(run.ok, 1) << run.error;
+    EXPECT_TRUE(run.kept.empty());
+    EXPECT_TRUE(FileExists(drafts.file(L"s1.txt")) && FileExists(drafts.file(L"s2.txt")));
+    std::string log = FileBytes(inn.data.file(L"fj.test.post.log"));
+    ASSERT_NE(log.find("X-Local-Seq: 2"), std::string::npos) << log;
+    size_t second = log.find("X-Local-Seq: 1"); /* the second article's head follows */
+    EXPECT_EQ(LogHeader("\r\n" + log, 0, "Subject"), kanji_subject);
+    EXPECT_EQ(LogHeader("\r\n" + log, 0, "From"), name + " <yamada@example.jp>");
+    EXPECT_NE(log.find("\r\n\r\n.dot first\r\n" + kanji_subject + "\r\n"), std::string::npos);
+    EXPECT_EQ(LogHeader(log, second, "Subject"), "\xc3\xbd\xc4 &#x1F600;");
+    EXPECT_NE(log.find("\r\n\r\nhalf-width \xc3\xbd\xc4\r\n", second), std::string::npos);
+
+    /* The follow-up, in a later run: References names the first post. */
+    std::string parent = LogHeader("\r\n" + log, 0, "Message-ID");
+    ASSERT_FALSE(parent.empty());
+    ASSERT_TRUE(WriteFileBytes(drafts.file(L"o3.txt"), "Newsgroups: fj.test.post\r\nSubject: Re: " + kanji_subject +
+                                                           "\r\nReferences: " + parent + "\r\n\r\n> quoted\r\n"));
+    run = RunScriptedSession(server, {L"fj.test.post"}, inn.data.path(), 100, kNoStop, nullptr, 1, &posting);
+    ASSERT_EQ(run.ok, 1) << run.error;
+    log = FileBytes(inn.data.file(L"fj.test.post.log"));
+    ASSERT_NE(log.find("X-Local-Seq: 3"), std::string::npos);
+    EXPECT_EQ(LogHeader(log, log.rfind("X-Local-Seq: 2"), "References"), parent);
+    EXPECT_EQ(LogHeader(log, log.rfind("X-Local-Seq: 2"), "Subject"), "Re: " + kanji_subject);
+}

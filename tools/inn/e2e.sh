@@ -31,7 +31,7 @@ start)
   open_port=$("$here/inn.sh" start "$dir" 0)
   auth_port=$("$here/inn.sh" reader "$dir" 0 pelnor:e2e-secret)
   python3 "$here/corpus.py" e2e "$dir" "$here/inn.sh" fj.test.pelnor,fj.comp.pelnor.misc,japan.test.pelnor 80
-  "$here/inn.sh" newgroup "$dir" fj.test.charsets
+  "$here/inn.sh" newgroup "$dir" fj.test.charsets fj.test.post
   python3 "$here/charset_corpus.py" "$dir" | xargs "$here/inn.sh" post "$dir"
   {
     echo "implicit $("$here/inn.sh" reader "$dir" 0 pelnor:e2e-secret --tls implicit --require-tls-login)"
