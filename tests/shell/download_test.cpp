@@ -228,4 +228,86 @@ TEST_F(DownloadTest, DialsRunsAndHangsUpTheLineItMade)
     EXPECT_EQ(script.Transcript(), "QUIT\r\n");
 }
 
+/* With posting on, a run sends the waiting drafts first, from whichever
+ * command started it; what the server refused is told after the run and
+ * stays waiting; the drafts pane shows where each draft went. With posting
+ * off nothing is sent. */
+TEST_F(DownloadTest, WaitingDraftsGoOutWithTheRun)
+{
+    struct Row {
+        const char *name;
+        DWORD posting;
+        UINT command; /* from the drafts pane for send-only, else the group view's I */
+        std::vector<const char *> replies; /* to POST, then to the article; then GROUP's */
+        const char *transcript;            /* the article as "<article>" */
+        std::vector<SeenBox> boxes;
+        std::vector<std::wstring> sent, waiting; /* subjects under each folder's fj.test */
+    } rows[] = {
+        {"I sends, then downloads", 1, IDM_GET_ARTICLES, {"340 go\r\n", "240 ok\r\n", "211 0 1 0 fj.test\r\n"},
+         "POST\r\n<article>GROUP fj.test\r\nQUIT\r\n",
+         {{L"Disconnect", L"ダウンロードが終了しました。", 0}}, {L"hello"}, {}},
+        {"send only downloads nothing", 1, IDM_SEND_ONLY, {"340 go\r\n", "240 ok\r\n"}, "POST\r\n<article>QUIT\r\n",
+         {{L"Disconnect", L"送信待ちの記事を送信しました。", 0}}, {L"hello"}, {}},
+        {"a refusal is told and the draft stays", 1, IDM_SEND_ONLY, {"440 posting not permitted\r\n"},
+         "POST\r\nQUIT\r\n",
+         {{L"Disconnect", L"送信待ちの記事を送信しました。", 0},
+          {L"投稿",
+           L"次の記事は送信できなかったので送信待ちに残しました。\r\n\r\nhello\r\n"
+           L"サーバが受け付けませんでした: 440 posting not permitted",
+           MB_ICONEXCLAMATION}},
+         {}, {L"hello"}},
+        {"posting off: nothing is sent", 0, IDM_GET_ARTICLES, {"211 0 1 0 fj.test\r\n"}, "GROUP fj.test\r\nQUIT\r\n",
+         {{L"Disconnect", L"ダウンロードが終了しました。", 0}}, {}, {L"hello"}},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        NntpScript script;
+        script.Send("200 ready\r\n");
+        for (const char *reply : row.replies) {
+            if (strncmp(reply, "240", 3) == 0 || strncmp(reply, "441", 3) == 0)
+                script.RecvArticle().Send(reply);
+            else
+                script.Reply(reply);
+        }
+        SetPelnorDword(L"Posting", row.posting);
+        SetPelnorString(L"UserName", L"Taro");
+        SetPelnorString(L"MailAddress", L"taro@example.jp");
+        StartWith("fj.test\r\n", script.Start());
+        ASSERT_TRUE(WriteFileBytes(data_.file(L"fj.test.idx"), HeaderBytes(HeaderFields())));
+        DeleteFileW(data_.file(L"draft\\s1.txt").c_str());
+        ASSERT_TRUE(WriteFileBytes(data_.file(L"draft\\o1.txt"), "Newsgroups: fj.test\r\nSubject: hello\r\n\r\nbody\r\n"));
+        watcher_.Clear();
+        if (row.command == IDM_SEND_ONLY) {
+            Command(IDM_DRAFTS_VIEW);
+            Command(IDM_SEND_ONLY);
+            ASSERT_TRUE(Pump([&] { return !watcher_.boxes().empty() && !frame_.runInProgress; }));
+        } else {
+            PressGetArticles();
+            Command(IDM_DRAFTS_VIEW);
+        }
+        std::string transcript = script.Transcript();
+        size_t post = transcript.find("POST\r\n"), end = transcript.find("\r\n.\r\n");
+        if (post != std::string::npos && end != std::string::npos)
+            transcript.replace(post + 6, end + 5 - (post + 6), "<article>");
+        EXPECT_EQ(transcript, row.transcript);
+        EXPECT_EQ(watcher_.seen(), row.boxes);
+        HWND tree = frame_.draftTree->tree;
+        HTREEITEM waiting = TreeView_GetRoot(tree);
+        HTREEITEM sent = TreeView_GetNextSibling(tree, TreeView_GetNextSibling(tree, waiting));
+        for (auto folder : {std::make_pair(sent, row.sent), std::make_pair(waiting, row.waiting)}) {
+            HTREEITEM group = TreeChild(tree, folder.first, L"fj.test");
+            EXPECT_EQ(group ? TreeChildren(tree, group) : std::vector<std::wstring>{}, folder.second);
+        }
+        TearDown();
+        SetUp();
+    }
+    /* Nothing waiting: said at once, without a connection. */
+    SetPelnorDword(L"Posting", 1);
+    StartWith("", FreeLoopbackPort());
+    DeleteFileW(data_.file(L"draft\\o1.txt").c_str());
+    watcher_.Clear();
+    Command(IDM_SEND_ONLY);
+    EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{L"投稿", L"送信待ちの記事はありません。", MB_ICONINFORMATION}}));
+}
+
 } // namespace
