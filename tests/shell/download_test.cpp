@@ -297,6 +297,16 @@ TEST_F(DownloadTest, WaitingDraftsGoOutWithTheRun)
         for (auto folder : {std::make_pair(sent, row.sent), std::make_pair(waiting, row.waiting)}) {
             HTREEITEM group = TreeChild(tree, folder.first, L"fj.test");
             EXPECT_EQ(group ? TreeChildren(tree, group) : std::vector<std::wstring>{}, folder.second);
+            if (group) {
+                TreeView_Expand(tree, folder.first, TVE_EXPAND);
+                TreeView_Expand(tree, group, TVE_EXPAND);
+            }
+        }
+        if (row.command == IDM_SEND_ONLY && !row.sent.empty()) {
+            TreeView_SelectItem(tree, TreeView_GetChild(tree, TreeView_GetChild(tree, sent)));
+            for (MSG msg; PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE);)
+                DispatchMessageW(&msg);
+            SaveScreenshot(frame_.mainWindow, L"drafts-pane-sent");
         }
         TearDown();
         SetUp();
