@@ -43,6 +43,28 @@ bool MarkedForCorrection(HWND page, int control)
     return GetFocus() == field && start == 0 && end == (DWORD)GetWindowTextLengthW(field);
 }
 
+/* The controls of the sheet's current page that the user cannot see whole:
+ * outside the page, or under the sheet's buttons. */
+std::vector<int> ControlsOutOfSight(HWND sheet)
+{
+    HWND page = CurrentPage(sheet);
+    RECT shown, button;
+    GetWindowRect(page, &shown);
+    GetWindowRect(GetDlgItem(sheet, IDOK), &button);
+    if (shown.bottom > button.top)
+        shown.bottom = button.top;
+    std::vector<int> hidden;
+    for (HWND child = GetWindow(page, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
+        RECT rc;
+        GetWindowRect(child, &rc);
+        if (ClassNameOf(child) == L"ComboBox") /* its list drops over the rest */
+            rc.bottom = rc.top + (int)SendMessageW(child, CB_GETITEMHEIGHT, (WPARAM)-1, 0) + 6;
+        if (rc.left < shown.left || rc.top < shown.top || rc.right > shown.right || rc.bottom > shown.bottom)
+            hidden.push_back(GetDlgCtrlID(child));
+    }
+    return hidden;
+}
+
 class SettingsSheetTest : public ::testing::Test {
 protected:
     void SetUp() override
@@ -361,6 +383,7 @@ TEST_F(SettingsSheetTest, EveryPageShowsItsWholeTextsAndIsPictured)
                       GoTo(sheet, page);
                       UpdateWindow(sheet);
                       EXPECT_EQ(CutTexts(sheet), std::vector<std::wstring>{}) << page;
+                      EXPECT_EQ(ControlsOutOfSight(sheet), std::vector<int>{}) << page;
                       SaveScreenshot(sheet, names[page]);
                       if (page == kMain)
                           FillMain(CurrentPage(sheet));
