@@ -123,6 +123,7 @@
 #define IDC_USER_MAIL           1055
 #define IDC_USER_ORGANIZATION   1056
 #define IDC_POSTING_EDITOR      1055
+#define IDC_MAIN_POSTING        1310
 #define PELNOR_COLOUR_SAMPLE_CLASS_A "PelnorColourSample" /* window class of the sample */
 
 /* ---- children of the subject and article views ---- */
