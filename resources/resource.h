@@ -124,6 +124,9 @@
 #define IDC_USER_ORGANIZATION   1056
 #define IDC_POSTING_EDITOR      1055
 #define IDC_MAIN_POSTING        1310
+
+/* ---- the drafts pane's tree ---- */
+#define IDC_DRAFT_TREE          1320
 #define PELNOR_COLOUR_SAMPLE_CLASS_A "PelnorColourSample" /* window class of the sample */
 
 /* ---- children of the subject and article views ---- */

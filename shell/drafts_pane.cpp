@@ -50,7 +50,7 @@ void ShowDraftsPane(AppFrame *frame, int show)
 int EnterDraftsPane(AppFrame *frame, const PaneSwitch *)
 {
     /* A tree cut short by a failed insert still shows what it holds. */
-    FillDraftTree(frame->draftTree, frame->settings.DraftPath);
+    FillDraftTree(frame->draftTree, frame->settings.DraftPath, (int)frame->settings.Posting);
     return 1;
 }
 

@@ -120,7 +120,7 @@ bool OnCreate(AppFrame *frame)
     if (!SubjectViewCreate(frame->subjectView, frame->instance, frame->mainWindow, IDC_SUBJECT_VIEW, &panes,
                            (int)frame->viewReadArticle, frame->priorityLevel))
         return false;
-    if (!CreateDraftTree(frame->draftTree, frame->mainWindow, &panes, frame->instance))
+    if (!CreateDraftTree(frame->draftTree, frame->mainWindow, &panes, frame->instance, IDC_DRAFT_TREE))
         return false;
     UpdateCheckMarks(frame);
     SetFrameIcon(frame);
