@@ -65,14 +65,15 @@ void PutReferences(Bytes *out, const char *references, const char *message_id)
             }
         }
     }
+    const char *first_end = all.data ? strchr(all.data, ' ') : nullptr;
     if (all.failed) {
         out->failed = true;
-    } else if (all.length <= kReferencesLimit) {
+    } else if (all.length <= kReferencesLimit || !first_end) {
+        /* Short enough, or one id alone: nothing to drop. */
         Put(out, all.data ? all.data : "", all.length);
     } else {
         /* The first id, then the last ids from the first one after it that
          * leaves the whole short enough (at least the last id). */
-        const char *first_end = strchr(all.data, ' ');
         size_t first_length = (size_t)(first_end - all.data);
         const char *last = strrchr(all.data, ' ') + 1;
         const char *from = first_end + 1;
@@ -128,17 +129,18 @@ int ArticleAsDraft(const char *article, size_t length, Draft *source)
         p = next;
     }
     DraftInit(source);
-    Bytes head = {};
-    Put(&head, article, (size_t)(head_end - article));
-    Put(&head, "");
-    if (head.failed || !DraftSetBody(source, body, (size_t)(end - body))) {
-        free(head.data);
+    size_t head_length = (size_t)(head_end - article);
+    char *head = (char *)malloc(head_length + 1);
+    if (!head || !DraftSetBody(source, body, (size_t)(end - body))) {
+        free(head);
         DraftFree(source);
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return 0;
     }
-    source->head = head.data;
-    source->head_length = head.length;
+    memcpy(head, article, head_length);
+    head[head_length] = '\0';
+    source->head = head;
+    source->head_length = head_length;
     return 1;
 }
 

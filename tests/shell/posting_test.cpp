@@ -235,6 +235,11 @@ TEST_F(PostingTest, FollowUpQuotesTheArticleUnderTheCursorOrShown)
          {"line\r\n"},
          "Newsgroups: fj.test\r\nSubject: re:lower\r\nReferences: <0000@example.jp> " + Ids(7, 54) +
              " <0099@example.jp>\r\n\r\n> line\r\n"},
+        /* One id past the limit has nothing to drop. */
+        {false,
+         {"Subject: s\r\n", "Newsgroups: fj.test\r\n", "Message-ID: <" + std::string(940, 'x') + "@x>\r\n"},
+         {"b\r\n"},
+         "Newsgroups: fj.test\r\nSubject: Re: s\r\nReferences: <" + std::string(940, 'x') + "@x>\r\n\r\n> b\r\n"},
     };
     for (const auto &c : cases) {
         ASSERT_NE(StartWith(1, {{c.head, c.body}}), nullptr);
