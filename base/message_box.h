@@ -21,6 +21,12 @@ int ShowLastErrorBox(UINT text_id, const wchar_t *caption, UINT type);
 /* The same with string `caption_id` as the caption. */
 int ShowLastErrorBoxRes(UINT text_id, UINT caption_id, UINT type);
 
+/* String `text_id` with its one %s filled with `argument`, then on a line
+ * of its own the system's wording of `error` and its number, under string
+ * `caption_id`: for failures whose cause the user can act on (a program
+ * not found, a folder not writable). */
+int ShowReasonBox(HWND owner, UINT text_id, const wchar_t *argument, DWORD error, UINT caption_id, UINT type);
+
 /* No owner; `text` under string `caption_id`. */
 int ShowTextBox(const wchar_t *text, UINT caption_id, UINT type);
 

@@ -67,7 +67,7 @@ wchar_t *HeaderValue(const HeaderBlock *block, const char *name)
 /* Reads the header of the draft at `path`: its lines up to the first empty
  * one (or the end of the file), continuations joined as in the group logs.
  * 0 when the file cannot be opened or read, or a line is too long. */
-int ReadDraftHeader(const wchar_t *path, DraftHeader *header)
+int ReadDraftHeader(const wchar_t *path, int standard_header, DraftHeader *header)
 {
     header->newsgroups = nullptr;
     header->subject = nullptr;
@@ -94,24 +94,56 @@ int ReadDraftHeader(const wchar_t *path, DraftHeader *header)
     }
     LineReaderFree(&reader);
     if (ok) {
-        /* The names are the ones the group logs keep. */
-        header->newsgroups = HeaderValue(&block, "Newsgroups: ");
+        /* The names are the ones the group logs keep; posting writes the
+         * standard one. */
+        if (standard_header)
+            header->newsgroups = HeaderValue(&block, "Newsgroups: ");
+        if (!header->newsgroups)
+            header->newsgroups = HeaderValue(&block, "Newsgroup: ");
         header->subject = HeaderValue(&block, "Subject: ");
     }
     HeaderBlockFree(&block);
     return ok;
 }
 
-HTREEITEM InsertItem(HWND tree, HTREEITEM parent, HTREEITEM after, const wchar_t *text, int image)
+HTREEITEM InsertItem(HWND tree, HTREEITEM parent, HTREEITEM after, const wchar_t *text, int image,
+                     LPARAM file = 0)
 {
     TVINSERTSTRUCTW insert = {};
     insert.hParent = parent;
     insert.hInsertAfter = after;
-    insert.item.mask = TVIF_TEXT | TVIF_IMAGE | TVIF_SELECTEDIMAGE;
+    insert.item.mask = TVIF_TEXT | TVIF_IMAGE | TVIF_SELECTEDIMAGE | TVIF_PARAM;
     insert.item.pszText = (wchar_t *)text;
     insert.item.iImage = image;
     insert.item.iSelectedImage = image;
+    insert.item.lParam = file;
     return (HTREEITEM)SendMessageW(tree, TVM_INSERTITEMW, 0, (LPARAM)&insert);
+}
+
+void FreeFileNames(DraftTree *tree)
+{
+    for (DWORD i = 0; i < tree->file_count; i++)
+        free(tree->files[i]);
+    tree->file_count = 0;
+}
+
+/* Keeps a copy of the name; its item parameter (its place plus one), or 0
+ * when memory ran out. */
+LPARAM KeepFileName(DraftTree *tree, const wchar_t *name)
+{
+    if (tree->file_count == tree->file_capacity) {
+        DWORD capacity = tree->file_capacity ? tree->file_capacity * 2 : 16;
+        wchar_t **grown = (wchar_t **)realloc(tree->files, capacity * sizeof *grown);
+        if (!grown)
+            return 0;
+        tree->files = grown;
+        tree->file_capacity = capacity;
+    }
+    wchar_t *copy = JoinPath(L"", name);
+    if (!copy)
+        return 0;
+    tree->files[tree->file_count++] = copy;
+    return (LPARAM)tree->file_count;
 }
 
 /* The child of `root` named `name`, or a new one in its sorted place. */
@@ -144,7 +176,7 @@ void DraftTreeInit(DraftTree *tree)
     ZeroMemory(tree, sizeof *tree);
 }
 
-int CreateDraftTree(DraftTree *tree, HWND parent, const RECT *rect, HINSTANCE instance)
+int CreateDraftTree(DraftTree *tree, HWND parent, const RECT *rect, HINSTANCE instance, UINT id)
 {
     tree->images = ImageList_LoadImageW(instance, MAKEINTRESOURCEW(IDB_FILE_IMAGES), kImageSize, 0, CLR_DEFAULT,
                                         IMAGE_BITMAP, LR_CREATEDIBSECTION);
@@ -152,7 +184,7 @@ int CreateDraftTree(DraftTree *tree, HWND parent, const RECT *rect, HINSTANCE in
         return 0;
     tree->tree = CreateWindowExW(0, WC_TREEVIEWW, L"", WS_CHILD | WS_VISIBLE | TVS_HASLINES | TVS_HASBUTTONS |
                                  TVS_LINESATROOT, rect->left, rect->top, rect->right - rect->left,
-                                 rect->bottom - rect->top, parent, nullptr, instance, nullptr);
+                                 rect->bottom - rect->top, parent, (HMENU)(UINT_PTR)id, instance, nullptr);
     if (!tree->tree) {
         DWORD error = GetLastError();
         ImageList_Destroy(tree->images);
@@ -164,9 +196,10 @@ int CreateDraftTree(DraftTree *tree, HWND parent, const RECT *rect, HINSTANCE in
     return 1;
 }
 
-int FillDraftTree(DraftTree *tree, const wchar_t *draft_path)
+int FillDraftTree(DraftTree *tree, const wchar_t *draft_path, int standard_header)
 {
     TreeView_DeleteAllItems(tree->tree);
+    FreeFileNames(tree);
     static const UINT kRootNames[kDraftRootCount] = {IDS_DRAFTS_WAITING, IDS_DRAFTS_DRAFTS, IDS_DRAFTS_SENT};
     wchar_t text[kItemTextChars];
     for (int i = 0; i < kDraftRootCount; i++) {
@@ -192,19 +225,48 @@ int FillDraftTree(DraftTree *tree, const wchar_t *draft_path)
             continue;
         wchar_t *path = JoinPath(draft_path, entry.cFileName);
         DraftHeader header;
-        int read = path && ReadDraftHeader(path, &header);
+        int read = path && ReadDraftHeader(path, standard_header, &header);
         free(path);
         if (!read)
             continue;
         HTREEITEM root = tree->roots[DraftRootOf(entry.cFileName)];
         HTREEITEM node = NewsgroupsNode(tree->tree, root, header.newsgroups ? header.newsgroups : none);
-        if (!node)
+        LPARAM file = KeepFileName(tree, entry.cFileName);
+        if (!node || !file)
             result = 0;
         else
-            InsertItem(tree->tree, node, TVI_LAST, header.subject ? header.subject : none, kDraftFileImage);
+            InsertItem(tree->tree, node, TVI_LAST, header.subject ? header.subject : none, kDraftFileImage, file);
         FreeDraftHeader(&header);
     } while (result && FindNextFileW(find.get(), &entry));
     return result;
+}
+
+const wchar_t *DraftTreeFileOf(const DraftTree *tree, HTREEITEM item)
+{
+    if (!item)
+        return nullptr;
+    TVITEMW query = {};
+    query.mask = TVIF_PARAM;
+    query.hItem = item;
+    if (!SendMessageW(tree->tree, TVM_GETITEMW, 0, (LPARAM)&query))
+        return nullptr;
+    DWORD place = (DWORD)query.lParam;
+    return place >= 1 && place <= tree->file_count ? tree->files[place - 1] : nullptr;
+}
+
+HTREEITEM DraftTreeFindFile(const DraftTree *tree, const wchar_t *file_name)
+{
+    /* Leaves are two levels down: root folder, newsgroups node, draft. */
+    for (HTREEITEM root = TreeView_GetRoot(tree->tree); root; root = TreeView_GetNextSibling(tree->tree, root))
+        for (HTREEITEM node = TreeView_GetChild(tree->tree, root); node;
+             node = TreeView_GetNextSibling(tree->tree, node))
+            for (HTREEITEM leaf = TreeView_GetChild(tree->tree, node); leaf;
+                 leaf = TreeView_GetNextSibling(tree->tree, leaf)) {
+                const wchar_t *name = DraftTreeFileOf(tree, leaf);
+                if (name && _wcsicmp(name, file_name) == 0)
+                    return leaf;
+            }
+    return nullptr;
 }
 
 void DraftTreeRelease(DraftTree *tree)
@@ -212,4 +274,8 @@ void DraftTreeRelease(DraftTree *tree)
     if (tree->images)
         ImageList_Destroy(tree->images);
     tree->images = nullptr;
+    FreeFileNames(tree);
+    free(tree->files);
+    tree->files = nullptr;
+    tree->file_capacity = 0;
 }

@@ -87,10 +87,34 @@ void MainPage::Init(HWND dialog)
     SendDlgItemMessageW(dialog, IDC_MAIN_COMPRESS, BM_SETCHECK, settings->Compress ? BST_CHECKED : BST_UNCHECKED, 0);
     SendDlgItemMessageW(dialog, IDC_MAIN_CHARSETS, BM_SETCHECK, settings->DecodeCharsets ? BST_CHECKED : BST_UNCHECKED,
                         0);
+    SendDlgItemMessageW(dialog, IDC_MAIN_POSTING, BM_SETCHECK, postingPagesShown ? BST_CHECKED : BST_UNCHECKED, 0);
+}
+
+void MainPage::ShowPostingPages(HWND sheet, bool show)
+{
+    if (show == postingPagesShown)
+        return;
+    if (show) {
+        for (SettingsPage *page : postingPages) {
+            PROPSHEETPAGEW description = DescribeSettingsPage(page);
+            HPROPSHEETPAGE added = CreatePropertySheetPageW(&description);
+            if (added && !PropSheet_AddPage(sheet, added))
+                DestroyPropertySheetPage(added);
+        }
+    } else {
+        /* They are the last two: the last goes first so the index stays. */
+        for (int i = SettingsSheet::kPageCount - 1; i >= SettingsSheet::kPostingOffPageCount; i--)
+            PropSheet_RemovePage(sheet, i, nullptr);
+    }
+    postingPagesShown = show;
 }
 
 INT_PTR MainPage::Command(HWND dialog, WORD id, WORD code, HWND)
 {
+    if (id == IDC_MAIN_POSTING && code == BN_CLICKED) {
+        ShowPostingPages(GetParent(dialog), IsButtonChecked(dialog, IDC_MAIN_POSTING));
+        return 1;
+    }
     if (id == IDC_MAIN_TLS && code == CBN_SELCHANGE) {
         /* The port follows the mode while it is the old mode's usual one;
          * a port the user typed stays. */
@@ -145,6 +169,7 @@ int MainPage::Apply(HWND dialog)
     settings->TlsMode = shown_tls_mode;
     settings->Compress = IsButtonChecked(dialog, IDC_MAIN_COMPRESS) ? 1 : 0;
     settings->DecodeCharsets = IsButtonChecked(dialog, IDC_MAIN_CHARSETS) ? 1 : 0;
+    settings->Posting = IsButtonChecked(dialog, IDC_MAIN_POSTING) ? 1 : 0;
     return 1;
 }
 

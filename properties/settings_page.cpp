@@ -140,6 +140,21 @@ SettingsSheet::SettingsSheet(Settings *settings, HINSTANCE instance)
       posting(settings, instance),
       pages{&main, &auth, &keys, &connection, &characters, &colour, &user, &posting}
 {
+    main.postingPages[0] = &user;
+    main.postingPages[1] = &posting;
+}
+
+PROPSHEETPAGEW DescribeSettingsPage(SettingsPage *page)
+{
+    PROPSHEETPAGEW description = {};
+    description.dwSize = sizeof(description);
+    description.dwFlags = PSP_USETITLE;
+    description.hInstance = page->instance;
+    description.pszTemplate = MAKEINTRESOURCEW(page->dialogId);
+    description.pszTitle = page->title;
+    description.pfnDlgProc = page->dialogProcedure;
+    description.lParam = (LPARAM)page;
+    return description;
 }
 
 int RunSettingsSheet(Settings *settings, HINSTANCE instance, HWND owner)
@@ -149,19 +164,13 @@ int RunSettingsSheet(Settings *settings, HINSTANCE instance, HWND owner)
     int complete;
     LoadSettings(settings, &complete);
 
-    /* All eight pages are shown: the user and posting pages are the only
-     * place to set the poster's name and the editor. */
+    /* The user and posting pages set who posts and with what editor:
+     * they are shown only while posting is on. */
+    sheet.main.postingPagesShown = settings->Posting != 0;
+    int shown = sheet.main.postingPagesShown ? SettingsSheet::kPageCount : SettingsSheet::kPostingOffPageCount;
     PROPSHEETPAGEW pages[SettingsSheet::kPageCount] = {};
-    for (int i = 0; i < SettingsSheet::kPageCount; i++) {
-        SettingsPage *page = sheet.pages[i];
-        pages[i].dwSize = sizeof(pages[i]);
-        pages[i].dwFlags = PSP_USETITLE;
-        pages[i].hInstance = instance;
-        pages[i].pszTemplate = MAKEINTRESOURCEW(page->dialogId);
-        pages[i].pszTitle = page->title;
-        pages[i].pfnDlgProc = page->dialogProcedure;
-        pages[i].lParam = (LPARAM)page;
-    }
+    for (int i = 0; i < shown; i++)
+        pages[i] = DescribeSettingsPage(sheet.pages[i]);
     wchar_t caption[64];
     LoadResText(IDS_PROPERTIES, caption, 64);
     PROPSHEETHEADERW header = {};
@@ -172,7 +181,7 @@ int RunSettingsSheet(Settings *settings, HINSTANCE instance, HWND owner)
     header.hInstance = instance;
     header.pszIcon = MAKEINTRESOURCEW(IDI_PELNOR);
     header.pszCaption = caption;
-    header.nPages = SettingsSheet::kPageCount;
+    header.nPages = (UINT)shown;
     header.nStartPage = 0;
     header.ppsp = pages;
     if (PropertySheetW(&header) <= 0)

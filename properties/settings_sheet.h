@@ -9,6 +9,7 @@
 #define PELNOR_SETTINGS_SHEET_H
 
 #include <windows.h>
+#include <prsht.h>
 
 #include "settings/settings.h"
 
@@ -43,7 +44,16 @@ public:
     INT_PTR Command(HWND dialog, WORD id, WORD code, HWND control) override;
     int Apply(HWND dialog) override;
 
+    /* The pages shown only while posting is on (user, posting), and
+     * whether the sheet holds them now: the posting box adds and removes
+     * them as it is ticked. */
+    SettingsPage *postingPages[2] = {};
+    bool postingPagesShown = false;
+
 private:
+    /* Adds or removes the posting pages at the end of the open sheet. */
+    void ShowPostingPages(HWND sheet, bool show);
+
     DWORD shown_tls_mode = kTlsNone; /* the mode whose port the port field may hold */
 };
 
@@ -107,7 +117,12 @@ public:
     int Apply(HWND dialog) override;
 };
 
-/* The eight pages of one run, in the order the sheet shows them. */
+/* The page's description for the sheet: its template, tab title and
+ * procedure, with the page object as its parameter. */
+PROPSHEETPAGEW DescribeSettingsPage(SettingsPage *page);
+
+/* The eight pages of one run, in the order the sheet shows them; the last
+ * two only while Posting is on. */
 struct SettingsSheet {
     SettingsSheet(Settings *settings, HINSTANCE instance);
     MainPage main;
@@ -118,7 +133,7 @@ struct SettingsSheet {
     ColourPage colour;
     UserPage user;
     PostingPage posting;
-    enum { kPageCount = 8 };
+    enum { kPageCount = 8, kPostingOffPageCount = 6 };
     SettingsPage *pages[kPageCount];
 };
 

@@ -10,6 +10,7 @@
 #define IDA_MAIN                131 /* the only table loaded */
 #define IDA_EXIT_ONLY           132
 #define IDA_COPY_EXIT           133
+#define IDA_POSTING             161 /* keys of posting, used only while it is on */
 
 /* ---- menus and menu bars (RCDATA of the same id) ---- */
 #define IDR_ARTICLE_BAR         145
@@ -50,6 +51,7 @@
 #define IDD_PAGE_COLOUR         142
 #define IDD_PAGE_USER           144
 #define IDD_CERTIFICATE         150
+#define IDD_DRAFT_EDITOR        160
 
 /* ---- controls of the About box ---- */
 #define IDC_ABOUT_ICON          1200
@@ -123,6 +125,19 @@
 #define IDC_USER_MAIL           1055
 #define IDC_USER_ORGANIZATION   1056
 #define IDC_POSTING_EDITOR      1055
+#define IDC_MAIN_POSTING        1310
+
+/* ---- controls of the draft editor (Cancel is IDCANCEL) ---- */
+#define IDC_EDITOR_NEWSGROUPS_LABEL 1300
+#define IDC_EDITOR_NEWSGROUPS   1301
+#define IDC_EDITOR_SUBJECT_LABEL 1302
+#define IDC_EDITOR_SUBJECT      1303
+#define IDC_EDITOR_BODY         1304
+#define IDC_EDITOR_QUEUE        1305
+#define IDC_EDITOR_SAVE         1306
+
+/* ---- the drafts pane's tree ---- */
+#define IDC_DRAFT_TREE          1320
 #define PELNOR_COLOUR_SAMPLE_CLASS_A "PelnorColourSample" /* window class of the sample */
 
 /* ---- children of the subject and article views ---- */
@@ -154,6 +169,11 @@
 #define IDM_DRAFTS_GROUPS       40020
 #define IDM_COMPOSE             40021
 #define IDM_SEND_ONLY           40120
+#define IDM_FOLLOW_UP           40100
+#define IDM_DRAFT_EDIT          40101
+#define IDM_DRAFT_DELETE        40102
+#define IDM_DRAFT_TO_WAITING    40103
+#define IDM_DRAFT_TO_DRAFTS     40104
 #define IDM_CHOOSE_EXE          40022
 #define IDM_SUBJECT_BACK        40077
 #define IDM_ARTICLE_BACK        40082
@@ -349,5 +369,26 @@
 #define IDS_DRAFTS_KEPT         655
 #define IDS_NOTHING_TO_SEND     656
 #define IDS_SEND_DONE           657
+#define IDS_ITEM_SEND_ONLY      658
+
+/* ---- posting: menu items added while it is on, the editor, the pane ---- */
+#define IDS_ITEM_FOLLOW_UP      600
+#define IDS_ITEM_COMPOSE        601
+#define IDS_ITEM_DRAFTS         602
+#define IDS_ITEM_DRAFT_EDIT     603
+#define IDS_ITEM_DRAFT_DELETE   604
+#define IDS_ITEM_TO_WAITING     605
+#define IDS_ITEM_TO_DRAFTS      606
+#define IDS_NEED_NEWSGROUPS     610
+#define IDS_NEED_SUBJECT        611
+#define IDS_ASK_DELETE_DRAFT    612
+#define IDS_DRAFT_WRITE_FAILED  613
+#define IDS_DRAFT_READ_FAILED   614
+#define IDS_DRAFT_DELETE_FAILED 615
+#define IDS_DRAFT_MOVE_FAILED   616
+#define IDS_EDITOR_START_FAILED 617
+#define IDS_ERROR_NUMBER        618
+#define IDS_ATTRIBUTION         619
+#define IDS_ARTICLE_READ_FAILED 620
 
 #endif

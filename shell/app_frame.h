@@ -29,6 +29,7 @@ struct AppFrame {
     HMENU subjectPopup;   /* drop-down of subject bar button 40087 */
     HMENU articlePopup;   /* drop-down of article bar button 40088 */
     HACCEL accelerators;  /* table 131 */
+    HACCEL postingAccelerators; /* keys read after table 131 while Posting is on */
     DWORD busy;           /* 1 while a modal operation or a run is under way */
     ArticleView *articleView; /* owned, as the three below; made before the window */
     SubjectView *subjectView;
@@ -37,6 +38,7 @@ struct AppFrame {
     ArticleText articleText;  /* the article shown */
     ViewKind currentView;
     DWORD currentGroupRow;
+    wchar_t openGroup[kGroupViewNameChars]; /* the group the subject view shows, "" before any */
     DWORD viewReadArticle;   /* ViewReadArticle */
     DWORD showArticleHeader; /* ShowArticleHeader */
     DWORD priorityLevel;     /* PriorityViewLevel: 0 normal, 1 low, 2 high */
@@ -59,8 +61,10 @@ int RegisterFrameClass(HINSTANCE instance);
  * WM_QUIT, e.g. when the settings are missing). */
 HWND CreateMainFrame(AppFrame *frame, int show);
 
-/* Translates one message with table 131 against the frame; true when it was
- * an accelerator. The message loop and the tests share it. */
+/* Translates one message with table 131 against the frame, then, while
+ * posting is on and the subjects or an article show, with the posting
+ * keys; true when it was an accelerator. The message loop and the tests
+ * share it. */
 bool TranslateFrameAccelerator(AppFrame *frame, MSG *msg);
 
 /* Runs the loop until WM_QUIT; returns its exit code. */

@@ -127,7 +127,7 @@ void OnRunFinished(AppFrame *frame, DownloadRun *run)
     }
     ShowKeptDrafts(frame, run);
     if (run->post)
-        RefreshDraftsPane(frame);
+        RefreshDraftsPane(frame, nullptr);
     frame->busy = 0;
     frame->runInProgress = 0;
     FreeDownloadRun(run);

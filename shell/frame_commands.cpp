@@ -15,6 +15,7 @@
 #include "shell/drafts_pane.h"
 #include "shell/panes.h"
 #include "shell/reading.h"
+#include "platform/menubar.h"
 #include "properties/settings_sheet.h"
 #include "subscribe/subscribe_dialog.h"
 
@@ -29,6 +30,47 @@ void UpdateCheckMarks(AppFrame *frame)
     check(frame->subjectPopup, IDM_PRIORITY_NORMAL, frame->priorityLevel == 0);
     check(frame->subjectPopup, IDM_PRIORITY_LOW, frame->priorityLevel == 1);
     check(frame->articlePopup, IDM_SHOW_HEADER, frame->showArticleHeader == 1);
+}
+
+namespace {
+
+/* Each posting item: the bar and drop-down button whose menu holds it, its
+ * command and its text; appended in this order. */
+const struct PostingItem {
+    HWND AppFrame::*bar;
+    UINT button;
+    UINT command;
+    UINT text;
+} kPostingItems[] = {
+    {&AppFrame::groupMenuBar, IDM_GROUP_POPUP, IDM_DRAFTS_VIEW, IDS_ITEM_DRAFTS},
+    {&AppFrame::groupMenuBar, IDM_GROUP_POPUP, IDM_SEND_ONLY, IDS_ITEM_SEND_ONLY},
+    {&AppFrame::subjectMenuBar, IDM_SUBJECT_POPUP, IDM_COMPOSE, IDS_ITEM_COMPOSE},
+    {&AppFrame::subjectMenuBar, IDM_SUBJECT_POPUP, IDM_FOLLOW_UP, IDS_ITEM_FOLLOW_UP},
+    {&AppFrame::articleMenuBar, IDM_ARTICLE_POPUP, IDM_COMPOSE, IDS_ITEM_COMPOSE},
+    {&AppFrame::articleMenuBar, IDM_ARTICLE_POPUP, IDM_FOLLOW_UP, IDS_ITEM_FOLLOW_UP},
+    {&AppFrame::draftsMenuBar, IDM_DRAFTS_POPUP, IDM_DRAFT_EDIT, IDS_ITEM_DRAFT_EDIT},
+    {&AppFrame::draftsMenuBar, IDM_DRAFTS_POPUP, IDM_DRAFT_TO_WAITING, IDS_ITEM_TO_WAITING},
+    {&AppFrame::draftsMenuBar, IDM_DRAFTS_POPUP, IDM_DRAFT_TO_DRAFTS, IDS_ITEM_TO_DRAFTS},
+    {&AppFrame::draftsMenuBar, IDM_DRAFTS_POPUP, IDM_DRAFT_DELETE, IDS_ITEM_DRAFT_DELETE},
+    {&AppFrame::draftsMenuBar, IDM_DRAFTS_POPUP, IDM_SEND_ONLY, IDS_ITEM_SEND_ONLY},
+};
+
+} // namespace
+
+void UpdatePostingMenus(AppFrame *frame)
+{
+    for (const PostingItem &item : kPostingItems) {
+        HWND bar = frame->*item.bar;
+        HMENU menu = bar ? (HMENU)SendMessageW(bar, SHCMBM_GETSUBMENU, 0, item.button) : nullptr;
+        if (!menu)
+            continue;
+        DeleteMenu(menu, item.command, MF_BYCOMMAND); /* not there yet: nothing to do */
+        if (frame->settings.Posting) {
+            wchar_t text[64];
+            LoadResText(item.text, text, 64);
+            AppendMenuW(menu, MF_STRING, item.command, text);
+        }
+    }
 }
 
 namespace {
@@ -68,6 +110,7 @@ void PropertiesCommand(AppFrame *frame)
     if (RunSettingsSheet(&edited, frame->instance, frame->mainWindow) == 1) {
         int complete;
         LoadSettings(&frame->settings, &complete);
+        UpdatePostingMenus(frame);
         ReloadData(frame);
     }
     if (edited.ArticleFont)

@@ -120,9 +120,10 @@ bool OnCreate(AppFrame *frame)
     if (!SubjectViewCreate(frame->subjectView, frame->instance, frame->mainWindow, IDC_SUBJECT_VIEW, &panes,
                            (int)frame->viewReadArticle, frame->priorityLevel))
         return false;
-    if (!CreateDraftTree(frame->draftTree, frame->mainWindow, &panes, frame->instance))
+    if (!CreateDraftTree(frame->draftTree, frame->mainWindow, &panes, frame->instance, IDC_DRAFT_TREE))
         return false;
     UpdateCheckMarks(frame);
+    UpdatePostingMenus(frame);
     SetFrameIcon(frame);
 
     PaneSwitch start = {true, nullptr, 0};
@@ -226,6 +227,7 @@ HWND CreateMainFrame(AppFrame *frame, int show)
     }
     SetDeviceFrameSize(window);
     frame->accelerators = LoadAcceleratorsW(frame->instance, MAKEINTRESOURCEW(IDA_MAIN));
+    frame->postingAccelerators = LoadAcceleratorsW(frame->instance, MAKEINTRESOURCEW(IDA_POSTING));
     ShowWindow(window, show);
     UpdateWindow(window);
     /* The data folder comes up with the frame already on the screen: a
@@ -237,8 +239,14 @@ HWND CreateMainFrame(AppFrame *frame, int show)
 
 bool TranslateFrameAccelerator(AppFrame *frame, MSG *msg)
 {
-    return frame->mainWindow && frame->accelerators &&
-           TranslateAcceleratorW(frame->mainWindow, frame->accelerators, msg);
+    if (!frame->mainWindow)
+        return false;
+    if (frame->accelerators && TranslateAcceleratorW(frame->mainWindow, frame->accelerators, msg))
+        return true;
+    /* The posting keys are plain letters: elsewhere they stay the panes'. */
+    bool reading = frame->currentView == kSubjectView || frame->currentView == kArticleView;
+    return frame->settings.Posting && reading && frame->postingAccelerators &&
+           TranslateAcceleratorW(frame->mainWindow, frame->postingAccelerators, msg);
 }
 
 int RunMessageLoop(AppFrame *frame)

@@ -25,8 +25,8 @@ const FramePane kPanes[] = {
      ShowSubjectPane, EnterSubjectPane, nullptr, SubjectPaneCommand},
     {kArticleView, IDC_ARTICLE_VIEW, &AppFrame::articleMenuBar, ArticlePaneWindow, ArticlePaneWindow,
      ShowArticlePane, EnterArticlePane, nullptr, ArticlePaneCommand},
-    {kDraftsView, 0, &AppFrame::draftsMenuBar, DraftsPaneWindow, DraftsPaneWindow, ShowDraftsPane, EnterDraftsPane,
-     nullptr, nullptr},
+    {kDraftsView, IDC_DRAFT_TREE, &AppFrame::draftsMenuBar, DraftsPaneWindow, DraftsPaneWindow, ShowDraftsPane,
+     EnterDraftsPane, DraftsPaneNotify, nullptr},
 };
 
 HWND WindowOf(const AppFrame *frame, const FramePane &pane)

@@ -7,6 +7,7 @@
 #include "resources/resource.h"
 #include "shell/frame_commands.h"
 #include "store/article_reader.h"
+#include "text/widestr.h"
 #include "views/keyword_dialog.h"
 
 namespace {
@@ -120,6 +121,7 @@ int EnterSubjectPane(AppFrame *frame, const PaneSwitch *how)
             ShowFailure(IDS_INDEX_INIT_FAILED);
             return 0;
         }
+        CopyWideText(frame->openGroup, how->group, ARRAYSIZE(frame->openGroup));
     }
     SubjectViewSetLook(frame->subjectView, ViewFont(frame->settings.SubjectFont), (int)frame->settings.KeyMode);
     return 1;

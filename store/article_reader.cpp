@@ -8,12 +8,15 @@
 
 namespace {
 
-wchar_t *ReadLogText(GroupStore *store, DWORD offset, DWORD length, int whole)
+char *ReadStoredBytes(GroupStore *store, DWORD offset, DWORD length, int whole)
 {
     ScopedFile log(OpenForReading(store->log_path));
-    if (!log.valid())
-        return nullptr;
-    char *bytes = ReadLogBytes(log.get(), offset, length, whole);
+    return log.valid() ? ReadLogBytes(log.get(), offset, length, whole) : nullptr;
+}
+
+wchar_t *ReadLogText(GroupStore *store, DWORD offset, DWORD length, int whole)
+{
+    char *bytes = ReadStoredBytes(store, offset, length, whole);
     if (!bytes)
         return nullptr;
     wchar_t *text = ToWide(bytes);
@@ -55,6 +58,11 @@ char *ReadLogBytes(HANDLE log, DWORD offset, DWORD length, int whole)
 wchar_t *ReadArticle(GroupStore *store, DWORD offset, DWORD length)
 {
     return ReadLogText(store, offset, length, 1);
+}
+
+char *ReadArticleBytes(GroupStore *store, DWORD offset, DWORD length)
+{
+    return ReadStoredBytes(store, offset, length, 1);
 }
 
 wchar_t *ReadSubjectText(GroupStore *store, const IndexRecord *record)

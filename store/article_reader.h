@@ -15,6 +15,10 @@
  * the log ends before the article does, or the file's error. */
 wchar_t *ReadArticle(GroupStore *store, DWORD offset, DWORD length);
 
+/* The same article as the stored bytes (NUL-terminated); caller must
+ * free. */
+char *ReadArticleBytes(GroupStore *store, DWORD offset, DWORD length);
+
 /* The record's subject text range (whatever the log holds there, which may
  * be shorter at the log's end) as 16-bit text; caller must free. */
 wchar_t *ReadSubjectText(GroupStore *store, const IndexRecord *record);

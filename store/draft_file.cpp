@@ -294,10 +294,11 @@ wchar_t *NewDraftPath(const wchar_t *draft_path, DraftRoot root)
 {
     /* Names from the clock, so that drafts list in the order they were
      * begun; a name in use by a draft of any folder is passed over. */
-    SYSTEMTIME time;
-    GetSystemTime(&time);
+    /* Windows CE has no GetSystemTimeAsFileTime. */
+    SYSTEMTIME clock;
+    GetSystemTime(&clock);
     FILETIME now;
-    SystemTimeToFileTime(&time, &now);
+    SystemTimeToFileTime(&clock, &now);
     unsigned long long seconds = (((unsigned long long)now.dwHighDateTime << 32) | now.dwLowDateTime) / 10000000ull;
     for (unsigned long stem = (unsigned long)seconds;; stem++) {
         wchar_t names[kDraftRootCount][16];

@@ -43,6 +43,28 @@ bool MarkedForCorrection(HWND page, int control)
     return GetFocus() == field && start == 0 && end == (DWORD)GetWindowTextLengthW(field);
 }
 
+/* The controls of the sheet's current page that the user cannot see whole:
+ * outside the page, or under the sheet's buttons. */
+std::vector<int> ControlsOutOfSight(HWND sheet)
+{
+    HWND page = CurrentPage(sheet);
+    RECT shown, button;
+    GetWindowRect(page, &shown);
+    GetWindowRect(GetDlgItem(sheet, IDOK), &button);
+    if (shown.bottom > button.top)
+        shown.bottom = button.top;
+    std::vector<int> hidden;
+    for (HWND child = GetWindow(page, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
+        RECT rc;
+        GetWindowRect(child, &rc);
+        if (ClassNameOf(child) == L"ComboBox") /* its list drops over the rest */
+            rc.bottom = rc.top + (int)SendMessageW(child, CB_GETITEMHEIGHT, (WPARAM)-1, 0) + 6;
+        if (rc.left < shown.left || rc.top < shown.top || rc.right > shown.right || rc.bottom > shown.bottom)
+            hidden.push_back(GetDlgCtrlID(child));
+    }
+    return hidden;
+}
+
 class SettingsSheetTest : public ::testing::Test {
 protected:
     void SetUp() override
@@ -319,6 +341,7 @@ TEST_F(SettingsSheetTest, CharactersAndColoursAreSavedAsChosen)
 TEST_F(SettingsSheetTest, BrowseFillsTheFolderAndTheEditorAndTheUserPageIsSaved)
 {
     SeedCompleteSettings(data_.path());
+    SetPelnorDword(L"Posting", 1);
     SetPelnorString(L"UserName", L"山田");
     SetPelnorString(L"MailAddress", L"taro@example.jp");
     ASSERT_TRUE(CreateDirectoryW(data_.file(L"news").c_str(), nullptr));
@@ -348,8 +371,62 @@ TEST_F(SettingsSheetTest, BrowseFillsTheFolderAndTheEditorAndTheUserPageIsSaved)
     EXPECT_EQ(PelnorValue(L"Organization"), TextValue(L"京都大学"));
 }
 
+/* The user and posting pages are in the sheet only while posting is on;
+ * the main page's box adds and removes them at once, and OK saves it. */
+TEST_F(SettingsSheetTest, PostingBoxShowsTheUserAndPostingPages)
+{
+    const struct {
+        DWORD stored;
+        int clicks;
+        int tabs_before, tabs_after;
+        DWORD saved;
+    } cases[] = {
+        {0, 0, 6, 6, 0}, {1, 0, 8, 8, 1}, {0, 1, 6, 8, 1}, {1, 1, 8, 6, 0}, {0, 2, 6, 6, 0},
+    };
+    for (const auto &c : cases) {
+        SeedCompleteSettings(data_.path());
+        SetPelnorDword(L"Posting", c.stored);
+        SetPelnorString(L"MailAddress", L"old@example.jp");
+        int before = 0, after = 0;
+        LRESULT shown = 0;
+        std::wstring title;
+        std::vector<int> hidden;
+        EXPECT_EQ(Run([&](HWND sheet) {
+                      HWND tabs = PropSheet_GetTabControl(sheet);
+                      before = TabCtrl_GetItemCount(tabs);
+                      shown = SendDlgItemMessageW(CurrentPage(sheet), IDC_MAIN_POSTING, BM_GETCHECK, 0, 0);
+                      for (int i = 0; i < c.clicks; i++)
+                          ClickButton(CurrentPage(sheet), IDC_MAIN_POSTING);
+                      after = TabCtrl_GetItemCount(tabs);
+                      if (after == 8) {
+                          HWND user = GoTo(sheet, kUser);
+                          hidden = ControlsOutOfSight(sheet);
+                          SetDlgItemTextW(user, IDC_USER_MAIL, L"new@example.jp");
+                          wchar_t text[32] = L"";
+                          TCITEMW item = {};
+                          item.mask = TCIF_TEXT;
+                          item.pszText = text;
+                          item.cchTextMax = 32;
+                          TabCtrl_GetItem(tabs, kPosting, &item);
+                          title = text;
+                      }
+                      ClickButton(sheet, IDOK);
+                  }),
+                  1);
+        EXPECT_EQ(before, c.tabs_before) << c.stored << c.clicks;
+        EXPECT_EQ(shown, c.stored ? BST_CHECKED : BST_UNCHECKED) << c.stored << c.clicks;
+        EXPECT_EQ(after, c.tabs_after) << c.stored << c.clicks;
+        EXPECT_EQ(PelnorValue(L"Posting"), DwordValue(c.saved)) << c.stored << c.clicks;
+        EXPECT_EQ(hidden, std::vector<int>{});
+        EXPECT_EQ(title, c.tabs_after == 8 ? L"投稿" : L"");
+        EXPECT_EQ(PelnorValue(L"MailAddress"), TextValue(c.tabs_after == 8 ? L"new@example.jp" : L"old@example.jp"))
+            << c.stored << c.clicks;
+    }
+}
+
 TEST_F(SettingsSheetTest, EveryPageShowsItsWholeTextsAndIsPictured)
 {
+    SetPelnorDword(L"Posting", 1);
     static const wchar_t *const names[] = {L"properties-main",       L"properties-auth",  L"properties-keys",
                                            L"properties-connection", L"properties-chars", L"properties-colour",
                                            L"properties-user",       L"properties-posting"};
@@ -361,6 +438,7 @@ TEST_F(SettingsSheetTest, EveryPageShowsItsWholeTextsAndIsPictured)
                       GoTo(sheet, page);
                       UpdateWindow(sheet);
                       EXPECT_EQ(CutTexts(sheet), std::vector<std::wstring>{}) << page;
+                      EXPECT_EQ(ControlsOutOfSight(sheet), std::vector<int>{}) << page;
                       SaveScreenshot(sheet, names[page]);
                       if (page == kMain)
                           FillMain(CurrentPage(sheet));
