@@ -14,6 +14,7 @@
 
 #include "resources/resource.h"
 #include "support/frame_fixture.h"
+#include "support/group_bytes.h"
 #include "support/pelnor_process.h"
 #include "support/registry_fixture.h"
 #include "support/store_bytes.h"
@@ -216,4 +217,89 @@ TEST_F(InnTest, EveryCharsetIsShownAsItsSenderWroteIt)
         }
         key(VK_TAB);
     }
+}
+
+/* Posting as a person does it: write an article offline, queue it, press I;
+ * it is on the server and then in the group. A follow-up to it from the
+ * subject view goes out with the next run and names it in References. */
+TEST_F(InnTest, ComposedArticleAndItsFollowUpReachTheGroupThroughARun)
+{
+    ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.test.post\r\n"));
+    SetPelnorDword(L"Posting", 1);
+    SetPelnorString(L"UserName", L"山田太郎");
+    SetPelnorString(L"MailAddress", L"yamada@example.jp");
+    ASSERT_NE(CreateMainFrame(&frame_, SW_SHOWNORMAL), nullptr);
+    /* A subject of this run alone: other tests post to the group too. */
+    const std::wstring subject = L"投稿の試験 " + std::to_wstring(GetTickCount());
+    auto queue = [&](const wchar_t *newsgroups, const wchar_t *title, const wchar_t *body) {
+        watcher_.WorkDialogs([=](HWND editor) {
+            if (newsgroups)
+                SetDlgItemTextW(editor, IDC_EDITOR_NEWSGROUPS, newsgroups);
+            if (title)
+                SetDlgItemTextW(editor, IDC_EDITOR_SUBJECT, title);
+            SetDlgItemTextW(editor, IDC_EDITOR_BODY, body);
+            ClickButton(editor, IDC_EDITOR_QUEUE);
+        });
+    };
+    auto run = [&] {
+        watcher_.SetDialogHandler([](HWND) {}); /* the progress dialog is left alone */
+        watcher_.Clear();
+        Command(IDM_GET_ARTICLES);
+        ASSERT_TRUE(PumpUntil([&] { return !watcher_.boxes().empty() && !frame_.runInProgress; }, 120000,
+                              frame_.mainWindow, frame_.accelerators));
+        EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{L"Disconnect", L"ダウンロードが終了しました。", 0}}));
+    };
+    queue(L"fj.test.post", subject.c_str(), L"本文です。\r\n.で始まる行");
+    Command(IDM_COMPOSE);
+    run();
+
+    /* In the group: open it and put the cursor on the new article. */
+    SetForegroundWindow(frame_.mainWindow);
+    DoubleClickListRow(frame_.groupView->list, 0);
+    ASSERT_EQ(frame_.currentView, kSubjectView);
+    auto cursor_subject = [&] {
+        wchar_t text[64];
+        SubjectViewCellText(frame_.subjectView, frame_.subjectView->cursor, kColumnSubject, text, 64);
+        return std::wstring(text);
+    };
+    for (int row = 0; row < 1000 && cursor_subject() != subject; row++)
+        SendMessageW(frame_.subjectView->window, WM_KEYDOWN, VK_DOWN, 0);
+    ASSERT_EQ(cursor_subject(), subject);
+    SendMessageW(frame_.subjectView->window, WM_KEYDOWN, VK_RETURN, 0);
+    ASSERT_EQ(frame_.currentView, kArticleView);
+    std::wstring text = frame_.articleText.text;
+    EXPECT_NE(text.find(L"From: 山田太郎 <yamada@example.jp>\r\n"), std::wstring::npos) << text;
+    EXPECT_NE(text.find(L"\r\n\r\n本文です。\r\n.で始まる行\r\n"), std::wstring::npos) << text;
+
+    /* The follow-up, queued as the editor fills it in. */
+    queue(nullptr, nullptr, L"> 本文です。\r\n返信です。");
+    Command(IDM_FOLLOW_UP);
+    run();
+    std::string log = FileBytes(data_.file(L"fj.test.post.log"));
+    std::string parent = Sjis(L"Subject: " + subject + L"\r\n"), reply = Sjis(L"Subject: Re: " + subject + L"\r\n");
+    size_t parent_at = log.find(parent), reply_at = log.find(reply);
+    ASSERT_NE(parent_at, std::string::npos);
+    ASSERT_NE(reply_at, std::string::npos);
+    /* A header of the article whose head holds `at`: its head runs from
+     * the article before's sequence line to the empty line. */
+    auto header = [&](size_t at, const char *name) {
+        size_t start = log.rfind("X-Local-Seq: ", at), end = log.find("\r\n\r\n", at);
+        std::string key = std::string("\r\n") + name + ": ";
+        size_t found = log.find(key, start == std::string::npos ? 0 : start);
+        if (found == std::string::npos || found > end)
+            return std::string();
+        found += key.size();
+        return log.substr(found, log.find("\r\n", found) - found);
+    };
+    std::string id = header(parent_at, "Message-ID");
+    ASSERT_FALSE(id.empty());
+    EXPECT_EQ(header(reply_at, "References"), id);
+
+    /* Both drafts are filed as sent. */
+    Command(IDM_DRAFTS_VIEW);
+    HWND tree = frame_.draftTree->tree;
+    HTREEITEM sent = TreeView_GetNextSibling(tree, TreeView_GetNextSibling(tree, TreeView_GetRoot(tree)));
+    HTREEITEM group = TreeChild(tree, sent, L"fj.test.post");
+    ASSERT_NE(group, nullptr);
+    EXPECT_EQ(TreeChildren(tree, group).size(), 2u);
 }
