@@ -214,17 +214,15 @@ int wmain(int argc, wchar_t **argv)
         if (ReadRecordByRecord(index) != (unsigned long)articles)
             Fail("record by record");
         read_records.Take(start);
-        ArticleList list;
-        ArticleListInit(&list);
-        ArticleListSetOptions(&list, 1, 1);
+        ArticleList *list = ArticleListCreate();
         start = Now();
-        if (!ArticleListOpen(&list, folder.c_str(), group.c_str()) || !ArticleListBuild(&list, 20))
+        if (!list || !ArticleListOpen(list, folder.c_str(), group.c_str()) ||
+            !ArticleListBuild(list, ListFilter{1, 1}, PriorityRunsOrder, 20))
             Fail("article list");
         row_map.Take(start);
-        if (list.visible_count != (DWORD)articles)
+        if (ArticleListRowCount(list) != (DWORD)articles)
             Fail("visible rows");
-        list.open = 0; /* leave the header as it is */
-        ArticleListClose(&list);
+        ArticleListDestroy(list); /* the header is left as it is */
     }
 
     /* Deleting the read half against copying both files. */

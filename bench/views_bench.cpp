@@ -125,7 +125,7 @@ int wmain(int argc, wchar_t **argv)
     RECT pane = {0, 0, 240, 294};
     SubjectView subjects;
     SubjectViewInit(&subjects);
-    if (!SubjectViewCreate(&subjects, instance, parent, 106, &pane, 1, 1))
+    if (!SubjectViewCreate(&subjects, instance, parent, 106, &pane, ViewOptions{1, 1, 0, 0}))
         Fail("subject view");
     SubjectViewSetLook(&subjects, font, 0);
     SubjectViewShow(&subjects, SW_SHOW);
@@ -150,7 +150,6 @@ int wmain(int argc, wchar_t **argv)
         }
         paging.Take(start);
         DWORD unread;
-        subjects.list.open = 0; /* leave the header as it is */
         SubjectViewCloseGroup(&subjects, &unread);
     }
 
@@ -164,7 +163,6 @@ int wmain(int argc, wchar_t **argv)
             UpdateWindow(subjects.window);
             (which ? open_emoji : open_sjis).Take(start);
             DWORD unread;
-            subjects.list.open = 0;
             SubjectViewCloseGroup(&subjects, &unread);
         }
     }
@@ -221,7 +219,7 @@ int wmain(int argc, wchar_t **argv)
     Row("open group, subject view painted", open_group.ms, "read index once", read_index.ms);
     Row("page to the last page", paging.ms, "read index once", read_index.ms);
     Row("open 2,000 subjects with references", open_emoji.ms, "2,000 in Shift_JIS", open_sjis.ms);
-    printf("  %d pages of %lu rows: %.2f ms a page\n", pages, subjects.list.page_size, paging.ms / pages);
+    printf("  %d pages of %lu rows: %.2f ms a page\n", pages, subjects.page_size, paging.ms / pages);
     Row("lay out and paint the article", layout.ms, "read it from the log", read_article.ms);
     printf("  %lu display lines: %.2f us a line\n", lines, layout.ms * 1000.0 / lines);
     Row("lay out and paint, text clusters", cluster_layout.ms, "Shift_JIS pairs", layout.ms);

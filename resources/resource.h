@@ -350,4 +350,10 @@
 #define IDS_NOTHING_TO_SEND     656
 #define IDS_SEND_DONE           657
 
+/* Threads in the subject view. */
+#define IDM_THREAD_VIEW         40160
+#define IDM_NEXT_THREAD         40161
+#define IDM_PREVIOUS_THREAD     40162
+#define IDM_THREAD_READ         40163
+
 #endif

@@ -68,11 +68,11 @@ TEST_F(ReadingTest, TabGoesOnPastTheLastArticleBackToTheListWhichFollowsTheViewO
     EXPECT_EQ(Flags(2), 0u);
     Command(IDM_TOGGLE_READ);
     Command(IDM_PRIORITY_HIGH); /* nothing is high */
-    EXPECT_EQ(frame_.subjectView->list.visible_count, 0u);
+    EXPECT_EQ(SubjectViewRowCount(frame_.subjectView), 0u);
     Command(IDM_PRIORITY_LOW); /* the read articles are left out */
-    EXPECT_EQ(frame_.subjectView->list.visible_count, 1u);
+    EXPECT_EQ(SubjectViewRowCount(frame_.subjectView), 1u);
     Command(IDM_VIEW_READ);
-    EXPECT_EQ(frame_.subjectView->list.visible_count, 3u);
+    EXPECT_EQ(SubjectViewRowCount(frame_.subjectView), 3u);
     Command(IDM_SUBJECT_BACK);
     EXPECT_EQ(ListViewText(frame_.groupView->list, 0, 1), L"1");
     EXPECT_TRUE(watcher_.boxes().empty());
