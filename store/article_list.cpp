@@ -23,6 +23,10 @@ struct ArticleList {
 
 namespace {
 
+/* Records read at once while the row map is made: the index is read in
+ * few large pieces. */
+const DWORD kBuildBatch = 4096;
+
 const unsigned char kHidden = 3, kHigh = kRunHigh, kNormal = kRunNormal, kLow = kRunLow;
 
 unsigned char RunOf(ListFilter filter, const IndexRecord *record)
@@ -164,20 +168,22 @@ int ArticleListBuild(ArticleList *list, ListFilter filter, RowOrder order, DWORD
     DWORD count = list->store.record_count;
     DWORD *numbers = (DWORD *)Bytes((SIZE_T)count * sizeof(DWORD));
     unsigned char *runs = (unsigned char *)Bytes(count);
-    IndexRecord *block = (IndexRecord *)Bytes(kIndexRecordBatch * sizeof(IndexRecord));
+    IndexRecord *block = (IndexRecord *)Bytes(kBuildBatch * sizeof(IndexRecord));
     DWORD visible = 0;
+    unsigned long long mark = 0;
     int ok = numbers && runs && block;
     if (ok) {
         ScopedFile index(OpenForReading(list->store.index_path));
         ok = index.valid() && SeekFile(index.get(), IndexRecordOffset(0));
         for (DWORD done = 0; ok && done < count;) {
-            DWORD wanted = count - done < kIndexRecordBatch ? count - done : kIndexRecordBatch, got = 0;
+            DWORD wanted = count - done < kBuildBatch ? count - done : kBuildBatch, got = 0;
             ok = ReadBytes(index.get(), block, wanted * kIndexRecordSize, &got);
             if (ok && got < wanted * kIndexRecordSize) {
                 SetLastError(ERROR_HANDLE_EOF);
                 ok = 0;
             }
             for (DWORD i = 0; ok && i < wanted; i++) {
+                mark += IndexRecordMark(done + i, &block[i]);
                 unsigned char run = RunOf(filter, &block[i]);
                 if (run != kHidden) {
                     numbers[visible] = done + i;
@@ -195,7 +201,7 @@ int ArticleListBuild(ArticleList *list, ListFilter filter, RowOrder order, DWORD
         ok = list->row_map && list->depths && list->page;
     }
     if (ok) {
-        RowOrderInput input = {&list->store, numbers, runs, visible};
+        RowOrderInput input = {&list->store, numbers, runs, visible, mark};
         ok = order(&input, list->row_map, list->depths);
     }
     DWORD error = GetLastError();

@@ -33,6 +33,7 @@ struct RowOrderInput {
     const DWORD *numbers;      /* record numbers */
     const unsigned char *runs; /* kRunHigh, kRunNormal or kRunLow */
     DWORD count;
+    unsigned long long index_mark; /* IndexRecordMark summed over every record of the index */
 };
 
 /* Puts the `count` records in the order the rows show them: rows[i] a

@@ -13,6 +13,7 @@ const char kMagic[4] = {'P', 'T', 'H', 'R'};
 enum : DWORD {
     kThreadFileVersion = 1,
     kRecordBatch = 512,
+    kKeyBatch = 4096,       /* records read at once when the keys are taken */
     kLogWindow = 1u << 20,  /* the log is read a megabyte at a time */
     kMostHeadBytes = 16384, /* of one article's head, for its three lines */
 };
@@ -73,30 +74,52 @@ void HeadKeys(const char *head, DWORD length, ThreadKeys *keys)
                    lines[2].value_length, keys);
 }
 
-/* How many leading thread records name the same articles as the index. */
-int AgreeingRecords(HANDLE thread_file, HANDLE index, DWORD count, DWORD *agreeing)
+/* What a pass over the held records found. */
+struct Agreement {
+    DWORD agreeing;                /* leading records that name the index's articles */
+    unsigned long long held_sum;   /* ThreadRecordSum of every held record */
+    unsigned long long prefix_sum; /* ...of the agreeing ones */
+    unsigned long long index_mark; /* IndexRecordMark of the agreeing index records */
+};
+
+/* Reads the `held` records of the thread file and the index's first
+ * `count` beside them. */
+int Agree(HANDLE thread_file, HANDLE index, DWORD held, DWORD count, Agreement *agreement)
 {
-    *agreeing = 0;
+    *agreement = {0, 0, 0, 0};
     IndexRecord *records = (IndexRecord *)malloc(kRecordBatch * sizeof(IndexRecord));
     ThreadFileRecord *threads = (ThreadFileRecord *)malloc(kRecordBatch * sizeof(ThreadFileRecord));
     int ok = records && threads;
     if (!ok)
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    for (DWORD done = 0; ok && done < count;) {
-        DWORD wanted = count - done < kRecordBatch ? count - done : kRecordBatch, got_index = 0, got_threads = 0;
-        ok = ReadBytesAt(index, IndexRecordOffset(done), records, wanted * kIndexRecordSize, &got_index) &&
-             ReadBytesAt(thread_file, RecordOffset(done), threads, wanted * (DWORD)sizeof(ThreadFileRecord),
-                         &got_threads);
-        DWORD whole = got_index / kIndexRecordSize;
-        if (got_threads / sizeof(ThreadFileRecord) < whole)
-            whole = got_threads / (DWORD)sizeof(ThreadFileRecord);
-        DWORD i = 0;
-        while (ok && i < whole && records[i].article_number == threads[i].article_number &&
-               records[i].log_offset == threads[i].log_offset)
-            i++;
-        *agreeing = done + i;
-        if (i < wanted)
-            break;
+    bool agreeing = true;
+    for (DWORD done = 0; ok && done < held;) {
+        DWORD wanted = held - done < kRecordBatch ? held - done : kRecordBatch, got = 0;
+        ok = ReadBytesAt(thread_file, RecordOffset(done), threads, wanted * (DWORD)sizeof(ThreadFileRecord), &got);
+        if (ok && got < wanted * sizeof(ThreadFileRecord)) {
+            SetLastError(ERROR_HANDLE_EOF);
+            ok = 0;
+        }
+        DWORD compared = 0;
+        if (ok && agreeing && done < count) {
+            compared = count - done < wanted ? count - done : wanted;
+            ok = ReadBytesAt(index, IndexRecordOffset(done), records, compared * kIndexRecordSize, &got);
+            if (ok && got < compared * kIndexRecordSize) {
+                SetLastError(ERROR_HANDLE_EOF);
+                ok = 0;
+            }
+        }
+        for (DWORD i = 0; ok && i < wanted; i++) {
+            unsigned long long sum = ThreadRecordSum(done + i, &threads[i]);
+            agreement->held_sum += sum;
+            agreeing = agreeing && i < compared && records[i].article_number == threads[i].article_number &&
+                       records[i].log_offset == threads[i].log_offset;
+            if (agreeing) {
+                agreement->agreeing++;
+                agreement->prefix_sum += sum;
+                agreement->index_mark += IndexRecordMark(done + i, &records[i]);
+            }
+        }
         done += wanted;
     }
     free(records);
@@ -106,7 +129,8 @@ int AgreeingRecords(HANDLE thread_file, HANDLE index, DWORD count, DWORD *agreei
 
 /* Makes the thread records of index records [from, count) from the log
  * and writes them in place. */
-int MakeRecords(const GroupStore *store, HANDLE thread_file, HANDLE index, DWORD from, DWORD count)
+int MakeRecords(const GroupStore *store, HANDLE thread_file, HANDLE index, DWORD from, DWORD count,
+                unsigned long long *records_sum, unsigned long long *index_mark)
 {
     ScopedFile log(OpenForReading(store->log_path));
     if (!log.valid())
@@ -133,6 +157,8 @@ int MakeRecords(const GroupStore *store, HANDLE thread_file, HANDLE index, DWORD
             if (ok)
                 HeadKeys(head, head_length, &keys);
             threads[i] = {record.article_number, record.log_offset, keys.id, keys.parent, keys.root, keys.date, 0};
+            *records_sum += ThreadRecordSum(done + i, &threads[i]);
+            *index_mark += IndexRecordMark(done + i, &record);
         }
         ok = ok && SeekFile(thread_file, RecordOffset(done)) &&
              WriteBytes(thread_file, threads, wanted * (DWORD)sizeof(ThreadFileRecord));
@@ -144,10 +170,20 @@ int MakeRecords(const GroupStore *store, HANDLE thread_file, HANDLE index, DWORD
     return ok;
 }
 
-int WriteHeader(HANDLE file, DWORD count)
+int WriteHeader(HANDLE file, DWORD count, unsigned long long index_mark, unsigned long long records_sum)
 {
-    ThreadFileHeader header = {{kMagic[0], kMagic[1], kMagic[2], kMagic[3]}, kThreadFileVersion, count, 0};
+    ThreadFileHeader header = {{kMagic[0], kMagic[1], kMagic[2], kMagic[3]}, kThreadFileVersion, count, 0,
+                               index_mark, records_sum};
     return SeekFile(file, 0) && WriteBytes(file, &header, sizeof header);
+}
+
+/* The header when it is one of ours and the file's size is what it says. */
+bool ReadHeader(HANDLE file, ThreadFileHeader *header)
+{
+    DWORD got = 0;
+    return ReadBytesAt(file, 0, header, sizeof *header, &got) && got == sizeof *header &&
+           memcmp(header->magic, kMagic, 4) == 0 && header->version == kThreadFileVersion &&
+           GetFileSize(file, nullptr) == RecordOffset(header->record_count);
 }
 
 } // namespace
@@ -166,6 +202,18 @@ wchar_t *ThreadFilePath(const GroupStore *store)
     return path;
 }
 
+unsigned long long ThreadRecordSum(DWORD number, const ThreadFileRecord *record)
+{
+    unsigned long long words[5];
+    memcpy(words, record, sizeof words);
+    unsigned long long x = number * 0x9E3779B97F4A7C15ull;
+    for (unsigned long long word : words) {
+        x = (x ^ word) * 0xBF58476D1CE4E5B9ull;
+        x ^= x >> 31;
+    }
+    return x;
+}
+
 int RefreshThreadFile(const GroupStore *store, DWORD *made)
 {
     if (made)
@@ -180,68 +228,91 @@ int RefreshThreadFile(const GroupStore *store, DWORD *made)
     if (!file.valid() || !index.valid())
         return 0;
     DWORD count = store->record_count;
-    /* A file of another kind, or whose size does not match its count, is
-     * made again from the start. */
-    ThreadFileHeader header = {};
-    DWORD got = 0, size = GetFileSize(file.get(), nullptr);
-    if (!ReadBytesAt(file.get(), 0, &header, sizeof header, &got))
+    ThreadFileHeader header;
+    DWORD held = ReadHeader(file.get(), &header) ? header.record_count : 0;
+    Agreement agreement;
+    if (!Agree(file.get(), index.get(), held, count, &agreement))
         return 0;
-    DWORD held = 0;
-    if (got == sizeof header && memcmp(header.magic, kMagic, 4) == 0 && header.version == kThreadFileVersion &&
-        size == RecordOffset(header.record_count))
-        held = header.record_count;
-    DWORD agreeing = 0;
-    if (!AgreeingRecords(file.get(), index.get(), held < count ? held : count, &agreeing))
-        return 0;
-    if (agreeing == count && held == count)
+    /* Records that do not add up to the header's sum were damaged: none of
+     * them is kept. */
+    if (held > 0 && agreement.held_sum != header.records_sum)
+        agreement = {0, 0, 0, 0};
+    if (agreement.agreeing == count && held == count && header.index_mark == agreement.index_mark)
         return 1;
     /* The header first counts only what is known good, so that a write cut
      * short leaves nothing to be trusted past it. */
-    int ok = WriteHeader(file.get(), agreeing) && MakeRecords(store, file.get(), index.get(), agreeing, count) &&
-             SeekFile(file.get(), RecordOffset(count)) && SetEndOfFile(file.get()) && WriteHeader(file.get(), count);
+    DWORD from = agreement.agreeing;
+    unsigned long long sum = agreement.prefix_sum, mark = agreement.index_mark;
+    int ok = WriteHeader(file.get(), from, mark, sum) &&
+             MakeRecords(store, file.get(), index.get(), from, count, &sum, &mark) &&
+             SeekFile(file.get(), RecordOffset(count)) && SetEndOfFile(file.get()) &&
+             WriteHeader(file.get(), count, mark, sum);
     if (ok && made)
-        *made = count - agreeing;
+        *made = count - from;
     return ok;
 }
 
-int ThreadOrder(const RowOrderInput *input, DWORD *rows, unsigned char *depths)
+namespace {
+
+/* Reads the thread file once: the keys of the input's records into `keys`.
+ * 1 with *trusted when the file was made for this index and its records
+ * add up; 0 on a failure to read. */
+int ReadKeys(const RowOrderInput *input, ThreadKeys *keys, bool *trusted)
 {
-    if (!RefreshThreadFile(input->store, nullptr))
-        return 0;
+    *trusted = false;
     wchar_t *path = ThreadFilePath(input->store);
     if (!path)
         return 0;
     ScopedFile file(OpenForReading(path));
     free(path);
-    if (!file.valid())
+    ThreadFileHeader header;
+    if (!file.valid() || !ReadHeader(file.get(), &header) || header.record_count != input->store->record_count ||
+        header.index_mark != input->index_mark)
+        return 1;
+    ThreadFileRecord *batch = (ThreadFileRecord *)malloc(kKeyBatch * sizeof(ThreadFileRecord));
+    if (!batch) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return 0;
+    }
+    unsigned long long sum = 0;
+    DWORD next = 0; /* the next of the input's records */
+    int ok = SeekFile(file.get(), RecordOffset(0));
+    for (DWORD done = 0; ok && done < header.record_count;) {
+        DWORD wanted = header.record_count - done < kKeyBatch ? header.record_count - done : kKeyBatch, got = 0;
+        ok = ReadBytes(file.get(), batch, wanted * (DWORD)sizeof(ThreadFileRecord), &got);
+        if (ok && got < wanted * sizeof(ThreadFileRecord))
+            break; /* short: not trusted */
+        for (DWORD i = 0; ok && i < wanted; i++)
+            sum += ThreadRecordSum(done + i, &batch[i]);
+        /* The numbers come in index order. */
+        while (next < input->count && input->numbers[next] < done + wanted) {
+            const ThreadFileRecord &record = batch[input->numbers[next] - done];
+            keys[next++] = {record.id, record.parent, record.root, record.date};
+        }
+        done += wanted;
+    }
+    free(batch);
+    *trusted = ok && next == input->count && sum == header.records_sum;
+    return ok;
+}
+
+} // namespace
+
+int ThreadOrder(const RowOrderInput *input, DWORD *rows, unsigned char *depths)
+{
     DWORD count = input->count;
     ThreadKeys *keys = (ThreadKeys *)malloc(((size_t)count + 1) * sizeof(ThreadKeys));
     uint32_t *order = (uint32_t *)malloc(((size_t)count + 1) * sizeof(uint32_t));
-    ThreadFileRecord *batch = (ThreadFileRecord *)malloc(kRecordBatch * sizeof(ThreadFileRecord));
-    int ok = keys && order && batch;
+    int ok = keys && order;
     if (!ok)
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    /* The numbers come in index order: the file is read once, a batch at a
-     * time, and each visible record's keys picked from it. */
-    DWORD batch_first = 0, batch_count = 0;
-    for (DWORD i = 0; ok && i < count; i++) {
-        DWORD number = input->numbers[i];
-        if (number < batch_first || number >= batch_first + batch_count) {
-            DWORD got = 0;
-            batch_first = number;
-            ok = ReadBytesAt(file.get(), RecordOffset(number), batch, kRecordBatch * (DWORD)sizeof(ThreadFileRecord),
-                             &got);
-            batch_count = got / (DWORD)sizeof(ThreadFileRecord);
-            if (ok && batch_count == 0) {
-                SetLastError(ERROR_HANDLE_EOF);
-                ok = 0;
-            }
-        }
-        if (ok) {
-            const ThreadFileRecord &record = batch[number - batch_first];
-            keys[i] = {record.id, record.parent, record.root, record.date};
-        }
+    bool trusted = false;
+    ok = ok && ReadKeys(input, keys, &trusted);
+    if (ok && !trusted)
+        ok = RefreshThreadFile(input->store, nullptr) && ReadKeys(input, keys, &trusted);
+    if (ok && !trusted) {
+        SetLastError(ERROR_FILE_CORRUPT);
+        ok = 0;
     }
     if (ok)
         ok = OrderThreads(keys, input->runs, count, order, depths, kMostRowDepth, kRowStartsThread);
@@ -249,6 +320,5 @@ int ThreadOrder(const RowOrderInput *input, DWORD *rows, unsigned char *depths)
         rows[i] = input->numbers[order[i]];
     free(keys);
     free(order);
-    free(batch);
     return ok;
 }

@@ -2,10 +2,11 @@
  * Thread order for the subject view, and the per-group thread file it
  * reads: "<group>.thr" beside the index, one record per index record with
  * the keys the article is threaded by (thread_tree.h), taken from the log.
- * The file is never trusted blindly: each record must name the same
- * article and log offset as its index record, and whatever does not match
- * (a missing, damaged or short file, the records after a delete-read or a
- * download) is made again from the log and written back.
+ * The file is never trusted blindly: its header names the index it was
+ * made for and the sum of its records; when either disagrees, each record
+ * must name the same article and log offset as its index record, and
+ * whatever does not (a missing, damaged or short file, the records after a
+ * delete-read or a download) is made again from the log and written back.
  */
 #ifndef PELNOR_THREAD_ORDER_H
 #define PELNOR_THREAD_ORDER_H
@@ -21,6 +22,8 @@ struct ThreadFileHeader {
     DWORD version;       /* 1 */
     DWORD record_count;
     DWORD reserved;
+    unsigned long long index_mark;  /* IndexRecordMark summed over the index it was made for */
+    unsigned long long records_sum; /* ThreadRecordSum over its records */
 };
 struct ThreadFileRecord {
     DWORD article_number; /* as its index record's */
@@ -32,10 +35,15 @@ struct ThreadFileRecord {
     DWORD reserved;
 };
 #pragma pack(pop)
-static_assert(sizeof(ThreadFileHeader) == 16, "thread file header is 16 bytes");
+static_assert(sizeof(ThreadFileHeader) == 32, "thread file header is 32 bytes");
 static_assert(sizeof(ThreadFileRecord) == 40, "thread file record is 40 bytes");
 
-/* The rows as threads (see OrderThreads), the thread file made good first. */
+/* What record `number` adds to the file's records_sum. */
+unsigned long long ThreadRecordSum(DWORD number, const ThreadFileRecord *record);
+
+/* The rows as threads (see OrderThreads). The thread file is read once;
+ * when it was made for another index or its records do not add up, it is
+ * made good first. */
 int ThreadOrder(const RowOrderInput *input, DWORD *rows, unsigned char *depths);
 
 /* Makes the group's thread file agree with its index, reading from the log

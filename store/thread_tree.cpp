@@ -27,7 +27,8 @@ bool IsBlank(char c)
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 
-/* Positions by key: open addressing over a power of two. */
+/* Positions by key: open addressing over a power of two; the keys stay
+ * where they are, read through `key_at`. */
 struct KeyTable {
     uint32_t *slots; /* position + 1, 0 for empty */
     uint64_t mask;
@@ -44,7 +45,8 @@ bool KeyTableInit(KeyTable *table, uint32_t count)
 }
 
 /* The first position put with `key`, or kNone. */
-uint32_t KeyTableFind(const KeyTable *table, const uint64_t *keys, uint64_t key)
+template <typename KeyAt>
+uint32_t KeyTableFind(const KeyTable *table, KeyAt key_at, uint64_t key)
 {
     if (key == 0)
         return kNone;
@@ -52,15 +54,15 @@ uint32_t KeyTableFind(const KeyTable *table, const uint64_t *keys, uint64_t key)
         uint32_t slot = table->slots[at];
         if (slot == 0)
             return kNone;
-        if (keys[slot - 1] == key)
+        if (key_at(slot - 1) == key)
             return slot - 1;
     }
 }
 
-/* Puts `position` under its key unless an earlier one holds it. */
-void KeyTablePut(KeyTable *table, const uint64_t *keys, uint32_t position)
+/* Puts `position` under `key` unless an earlier one holds it. */
+template <typename KeyAt>
+void KeyTablePut(KeyTable *table, KeyAt key_at, uint64_t key, uint32_t position)
 {
-    uint64_t key = keys[position];
     if (key == 0)
         return;
     for (uint64_t at = key & table->mask;; at = (at + 1) & table->mask) {
@@ -69,7 +71,7 @@ void KeyTablePut(KeyTable *table, const uint64_t *keys, uint32_t position)
             table->slots[at] = position + 1;
             return;
         }
-        if (keys[slot - 1] == key)
+        if (key_at(slot - 1) == key)
             return;
     }
 }
@@ -196,32 +198,23 @@ uint32_t ParseArticleDate(const char *text, size_t length)
 int OrderThreads(const ThreadKeys *keys, const unsigned char *runs, uint32_t count, uint32_t *order,
                  unsigned char *depths, unsigned char most_depth, unsigned char start_flag)
 {
-    uint64_t *ids = (uint64_t *)malloc(((size_t)count + 1) * sizeof(uint64_t));
-    uint32_t *parent = (uint32_t *)malloc(((size_t)count + 1) * sizeof(uint32_t));
-    uint32_t *work = (uint32_t *)malloc(((size_t)count + 1) * sizeof(uint32_t));
-    uint32_t *first_child = (uint32_t *)calloc((size_t)count + 2, sizeof(uint32_t));
-    uint32_t *children = (uint32_t *)malloc(((size_t)count + 1) * sizeof(uint32_t));
-    unsigned char *state = (unsigned char *)calloc((size_t)count + 1, 1);
-    KeyTable table = {nullptr, 0}, groups = {nullptr, 0};
-    uint64_t *group_keys = nullptr;
-    int ok = ids && parent && work && first_child && children && state && KeyTableInit(&table, count) &&
-             KeyTableInit(&groups, count);
+    size_t n = (size_t)count + 2;
+    uint32_t *parent = (uint32_t *)malloc(n * sizeof(uint32_t));
+    uint32_t *stack = (uint32_t *)malloc(n * sizeof(uint32_t));
+    uint32_t *first_child = (uint32_t *)calloc(n, sizeof(uint32_t));
+    uint32_t *children = (uint32_t *)malloc(n * sizeof(uint32_t));
+    unsigned char *state = (unsigned char *)calloc(n, 1);
+    KeyTable table = {nullptr, 0};
+    bool ok = parent && stack && first_child && children && state && KeyTableInit(&table, count);
+    auto id_at = [keys](uint32_t i) { return keys[i].id; };
     if (ok) {
-        group_keys = (uint64_t *)malloc(((size_t)count + 1) * sizeof(uint64_t));
-        ok = group_keys != nullptr;
-    }
-    if (!ok) {
-        SetByteError(kErrorNotEnoughMemory);
-    } else {
-        for (uint32_t i = 0; i < count; i++) {
-            ids[i] = keys[i].id;
-            KeyTablePut(&table, ids, i);
-        }
+        for (uint32_t i = 0; i < count; i++)
+            KeyTablePut(&table, id_at, keys[i].id, i);
         /* The parent: the last id named when it is here, else the first. */
         for (uint32_t i = 0; i < count; i++) {
-            uint32_t p = KeyTableFind(&table, ids, keys[i].parent);
+            uint32_t p = KeyTableFind(&table, id_at, keys[i].parent);
             if (p == kNone || p == i)
-                p = KeyTableFind(&table, ids, keys[i].root);
+                p = KeyTableFind(&table, id_at, keys[i].root);
             parent[i] = p == i ? kNone : p;
         }
         /* Cycles are cut where a walk up the parents comes back to itself. */
@@ -229,145 +222,137 @@ int OrderThreads(const ThreadKeys *keys, const unsigned char *runs, uint32_t cou
             uint32_t depth = 0, u = i;
             while (u != kNone && state[u] == 0) {
                 state[u] = 1;
-                work[depth++] = u;
+                stack[depth++] = u;
                 u = parent[u];
             }
             if (u != kNone && state[u] == 1)
                 parent[u] = kNone;
             while (depth > 0)
-                state[work[--depth]] = 2;
+                state[stack[--depth]] = 2;
         }
-        /* Children, by parent, then by date and position; count + 0 is the
-         * list of roots. */
+        /* Children by parent, in position order; count + 0 is the list of
+         * roots. Then each one's children by date, when they are not so
+         * already. */
         for (uint32_t i = 0; i < count; i++)
             first_child[(parent[i] == kNone ? count : parent[i]) + 1]++;
         for (uint32_t i = 0; i <= count; i++)
             first_child[i + 1] += first_child[i];
-        memcpy(work, first_child, ((size_t)count + 1) * sizeof(uint32_t));
+        memcpy(stack, first_child, ((size_t)count + 1) * sizeof(uint32_t));
         for (uint32_t i = 0; i < count; i++)
-            children[work[parent[i] == kNone ? count : parent[i]]++] = i;
+            children[stack[parent[i] == kNone ? count : parent[i]]++] = i;
         auto earlier = [keys](uint32_t a, uint32_t b) {
             return keys[a].date != keys[b].date ? keys[a].date < keys[b].date : a < b;
         };
-        for (uint32_t i = 0; i < count; i++)
-            std::sort(children + first_child[i], children + first_child[i + 1], earlier);
-
-        /* Threads: a root alone, or the roots whose first article is
-         * missing, gathered under it. work[] holds each root's thread,
-         * group_keys[] the key each thread was found by. */
-        uint32_t thread_count = 0;
-        uint32_t *thread_of = work;
-        for (uint32_t r = first_child[count]; r < first_child[count + 1]; r++) {
-            uint32_t root = children[r];
-            uint64_t missing = keys[root].root && KeyTableFind(&table, ids, keys[root].root) == kNone
-                                   ? keys[root].root
-                                   : 0;
-            uint32_t thread = missing ? KeyTableFind(&groups, group_keys, missing) : kNone;
-            if (thread == kNone) {
-                thread = thread_count++;
-                group_keys[thread] = missing;
-                if (missing)
-                    KeyTablePut(&groups, group_keys, thread);
-            }
-            thread_of[root] = thread;
+        for (uint32_t i = 0; i < count; i++) {
+            uint32_t *from = children + first_child[i], *to = children + first_child[i + 1];
+            if (to - from > 1 && !std::is_sorted(from, to, earlier))
+                std::sort(from, to, earlier);
         }
-        /* Each thread's first root, its best run and whether it is
-         * gathered; a thread's rows come out depth-first from its roots in
-         * position order, gathered ones under the missing article. */
-        uint32_t *thread_first = (uint32_t *)malloc(((size_t)thread_count + 1) * sizeof(uint32_t));
-        unsigned char *thread_run = (unsigned char *)malloc((size_t)thread_count + 1);
-        uint32_t *stack = (uint32_t *)malloc(((size_t)count + 1) * 2 * sizeof(uint32_t));
-        ok = thread_first && thread_run && stack;
-        if (!ok)
-            SetByteError(kErrorNotEnoughMemory);
-        for (uint32_t t = 0; ok && t < thread_count; t++) {
-            thread_first[t] = kNone;
-            thread_run[t] = 255;
+    }
+    /* Threads: a root alone, or the roots whose first article is missing,
+     * gathered under it. Roots come in position order, so threads are
+     * numbered in the order of their first roots. */
+    uint32_t *roots = ok ? children + first_child[count] : nullptr;
+    uint32_t root_count = ok ? first_child[count + 1] - first_child[count] : 0;
+    uint32_t *thread_of = ok ? (uint32_t *)malloc(((size_t)root_count + 1) * sizeof(uint32_t)) : nullptr;
+    uint64_t *missing = ok ? (uint64_t *)malloc(((size_t)root_count + 1) * sizeof(uint64_t)) : nullptr;
+    KeyTable gathered = {nullptr, 0};
+    ok = ok && thread_of && missing && KeyTableInit(&gathered, root_count);
+    uint32_t thread_count = 0;
+    auto missing_at = [&missing](uint32_t t) { return missing[t]; };
+    for (uint32_t r = 0; ok && r < root_count; r++) {
+        uint64_t key = keys[roots[r]].root;
+        if (key && KeyTableFind(&table, id_at, key) != kNone)
+            key = 0; /* its first article is here: a cut cycle */
+        uint32_t thread = key ? KeyTableFind(&gathered, missing_at, key) : kNone;
+        if (thread == kNone) {
+            thread = thread_count++;
+            missing[thread] = key;
+            KeyTablePut(&gathered, missing_at, key, thread);
         }
-        /* Roots sorted by position for the threads' order. */
-        uint32_t *roots = children + first_child[count];
-        uint32_t root_count = first_child[count + 1] - first_child[count];
-        if (ok)
-            std::sort(roots, roots + root_count);
-        for (uint32_t r = 0; ok && r < root_count; r++) {
-            uint32_t thread = thread_of[roots[r]];
-            if (thread_first[thread] == kNone)
-                thread_first[thread] = roots[r];
-            /* The best run of the tree under this root. */
+        thread_of[r] = thread;
+    }
+    /* Each thread's best run over all its rows, and its roots together. */
+    unsigned char *thread_run = ok ? (unsigned char *)malloc((size_t)thread_count + 1) : nullptr;
+    uint32_t *thread_roots = ok ? (uint32_t *)calloc((size_t)thread_count + 2, sizeof(uint32_t)) : nullptr;
+    uint32_t *grouped = ok ? (uint32_t *)malloc(((size_t)root_count + 1) * sizeof(uint32_t)) : nullptr;
+    ok = ok && thread_run && thread_roots && grouped;
+    if (ok) {
+        memset(thread_run, 255, thread_count);
+        for (uint32_t r = 0; r < root_count; r++) {
             uint32_t top = 0;
             stack[top++] = roots[r];
+            unsigned char best = thread_run[thread_of[r]];
             while (top > 0) {
                 uint32_t node = stack[--top];
-                unsigned char run = runs ? runs[node] : 0;
-                if (run < thread_run[thread])
-                    thread_run[thread] = run;
+                if (runs && runs[node] < best)
+                    best = runs[node];
+                else if (!runs)
+                    best = 0;
                 for (uint32_t c = first_child[node]; c < first_child[node + 1]; c++)
                     stack[top++] = children[c];
             }
+            thread_run[thread_of[r]] = best;
+            thread_roots[thread_of[r] + 1]++;
         }
-        /* Threads in the order of their first roots. */
-        uint32_t *threads = parent; /* no longer needed */
-        for (uint32_t t = 0; ok && t < thread_count; t++)
-            threads[t] = t;
-        if (ok)
-            std::sort(threads, threads + thread_count,
-                      [thread_first](uint32_t a, uint32_t b) { return thread_first[a] < thread_first[b]; });
-        /* Each gathered thread's roots by date among themselves. */
-        if (ok)
-            std::stable_sort(roots, roots + root_count, [thread_of, &earlier](uint32_t a, uint32_t b) {
-                return thread_of[a] != thread_of[b] ? thread_of[a] < thread_of[b] : earlier(a, b);
-            });
-        /* Where each thread's roots begin in `roots`. */
-        uint32_t *thread_roots = (uint32_t *)calloc((size_t)thread_count + 2, sizeof(uint32_t));
-        ok = ok && thread_roots;
-        for (uint32_t r = 0; ok && r < root_count; r++)
-            thread_roots[thread_of[roots[r]] + 1]++;
-        for (uint32_t t = 0; ok && t < thread_count; t++)
+        for (uint32_t t = 0; t < thread_count; t++)
             thread_roots[t + 1] += thread_roots[t];
+        memcpy(stack, thread_roots, ((size_t)thread_count + 1) * sizeof(uint32_t));
+        for (uint32_t r = 0; r < root_count; r++)
+            grouped[stack[thread_of[r]]++] = roots[r];
+        auto earlier = [keys](uint32_t a, uint32_t b) {
+            return keys[a].date != keys[b].date ? keys[a].date < keys[b].date : a < b;
+        };
+        for (uint32_t t = 0; t < thread_count; t++)
+            if (thread_roots[t + 1] - thread_roots[t] > 1)
+                std::sort(grouped + thread_roots[t], grouped + thread_roots[t + 1], earlier);
+
+        /* The rows: threads by rank, each depth-first from its roots; a
+         * node's depth is kept in `state`, counted from its parent's. */
         uint32_t written = 0;
-        for (unsigned rank = 0; ok && rank <= 255; rank++) {
-            bool any_left = false;
-            for (uint32_t k = 0; k < thread_count; k++) {
-                uint32_t t = threads[k];
+        for (unsigned rank = 0; rank <= 255; rank++) {
+            bool later = false;
+            for (uint32_t t = 0; t < thread_count; t++) {
                 if (thread_run[t] != rank) {
-                    any_left = any_left || thread_run[t] > rank;
+                    later = later || thread_run[t] > rank;
                     continue;
                 }
-                uint32_t base_depth = group_keys[t] ? 1 : 0;
                 uint32_t thread_start = written;
                 for (uint32_t r = thread_roots[t]; r < thread_roots[t + 1]; r++) {
                     uint32_t top = 0;
-                    stack[top++] = roots[r];
-                    stack[top++] = base_depth;
+                    stack[top++] = grouped[r];
+                    state[grouped[r]] = missing[t] ? 1 : 0;
                     while (top > 0) {
-                        uint32_t depth = stack[--top], node = stack[--top];
+                        uint32_t node = stack[--top];
+                        unsigned char depth = state[node];
                         order[written] = node;
-                        depths[written++] = (unsigned char)(depth < most_depth ? depth : most_depth);
+                        depths[written++] = depth < most_depth ? depth : most_depth;
                         for (uint32_t c = first_child[node + 1]; c > first_child[node]; c--) {
+                            state[children[c - 1]] = depth < 255 ? (unsigned char)(depth + 1) : 255;
                             stack[top++] = children[c - 1];
-                            stack[top++] = depth + 1;
                         }
                     }
                 }
                 if (written > thread_start)
                     depths[thread_start] |= start_flag;
             }
-            if (!any_left)
+            if (!later)
                 break;
         }
-        free(thread_first);
-        free(thread_run);
-        free(stack);
-        free(thread_roots);
     }
-    free(ids);
+    if (!ok)
+        SetByteError(kErrorNotEnoughMemory);
     free(parent);
-    free(work);
+    free(stack);
     free(first_child);
     free(children);
     free(state);
     free(table.slots);
-    free(groups.slots);
-    free(group_keys);
-    return ok;
+    free(thread_of);
+    free(missing);
+    free(gathered.slots);
+    free(thread_run);
+    free(thread_roots);
+    free(grouped);
+    return ok ? 1 : 0;
 }

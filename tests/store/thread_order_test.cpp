@@ -87,16 +87,17 @@ TEST_F(ThreadFileTest, MadeFromTheLogWhereItDoesNotAgreeWithTheIndex)
         {"as written: trusted", [](const std::wstring &, std::string &) {}, 0},
         {"another kind of file", [](const std::wstring &, std::string &b) { b[0] = 'X'; }, 4},
         {"cut inside a record", [](const std::wstring &, std::string &b) { b.resize(b.size() - 7); }, 4},
-        {"a record naming another article", [](const std::wstring &, std::string &b) { b[16 + 2 * 40] ^= 1; }, 2},
-        {"a record at another log offset", [](const std::wstring &, std::string &b) { b[16 + 3 * 40 + 4] ^= 1; }, 1},
-        {"more records than the index", [](const std::wstring &, std::string &b) {
-             b += b.substr(16, 40);
+        {"a record naming another article", [](const std::wstring &, std::string &b) { b[32 + 2 * 40] ^= 1; }, 4},
+        {"a changed key", [](const std::wstring &, std::string &b) { b[32 + 3 * 40 + 9] ^= 1; }, 4},
+        {"a record more, counted", [](const std::wstring &, std::string &b) {
+             b += b.substr(32, 40);
              b[8]++;
-         }, 0},
+         }, 4},
+        {"made for another index", [](const std::wstring &, std::string &b) { b[16] ^= 1; }, 0},
     };
     EXPECT_EQ(Refresh(), 4u);
     const std::string good = FileBytes(ThreadPath());
-    ASSERT_EQ(good.size(), 16u + 4 * 40);
+    ASSERT_EQ(good.size(), 32u + 4 * 40);
     EXPECT_EQ(good.substr(0, 16), std::string("PTHR\1\0\0\0\4\0\0\0\0\0\0\0", 16));
     for (const auto &c : cases) {
         std::string bytes = good;
