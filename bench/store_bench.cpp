@@ -25,6 +25,7 @@
 #include "store/index_file.h"
 #include "store/log_scanner.h"
 #include "store/read_marks.h"
+#include "store/thread_order.h"
 
 #include "bench_util.h"
 
@@ -49,8 +50,14 @@ unsigned long long WriteLog(const std::wstring &path, int count)
         article += "Newsgroups: fj.test\r\n";
         snprintf(line, sizeof line, "Date: Tue, %d Mar 2002 10:00:00 +0900\r\n", n % 28 + 1);
         article += line;
-        snprintf(line, sizeof line, "Message-ID: <%d@example.jp>\r\nReferences: <%d@example.jp>\r\n", n, n - 1);
+        /* Conversations of ten: each article answers the one before. */
+        int root = n - (n - 1) % 10;
+        snprintf(line, sizeof line, "Message-ID: <%d@example.jp>\r\n", n);
         article += line;
+        if (n != root) {
+            snprintf(line, sizeof line, "References: <%d@example.jp> <%d@example.jp>\r\n", root, n - 1);
+            article += line;
+        }
         snprintf(line, sizeof line, "X-Local-Seq: %d\r\n\r\n", n);
         article += line;
         article += body;
@@ -214,17 +221,39 @@ int wmain(int argc, wchar_t **argv)
         if (ReadRecordByRecord(index) != (unsigned long)articles)
             Fail("record by record");
         read_records.Take(start);
-        ArticleList list;
-        ArticleListInit(&list);
-        ArticleListSetOptions(&list, 1, 1);
+        ArticleList *list = ArticleListCreate();
         start = Now();
-        if (!ArticleListOpen(&list, folder.c_str(), group.c_str()) || !ArticleListBuild(&list, 20))
+        if (!list || !ArticleListOpen(list, folder.c_str(), group.c_str()) ||
+            !ArticleListBuild(list, ListFilter{1, 1}, PriorityRunsOrder, 20))
             Fail("article list");
         row_map.Take(start);
-        if (list.visible_count != (DWORD)articles)
+        if (ArticleListRowCount(list) != (DWORD)articles)
             Fail("visible rows");
-        list.open = 0; /* leave the header as it is */
-        ArticleListClose(&list);
+        ArticleListDestroy(list); /* the header is left as it is */
+    }
+
+    /* The thread file made from the log, against one read of the log; the
+     * rows in thread order with the file there, against the flat rows. */
+    Best thread_file, thread_rows;
+    std::wstring threads = folder + group + L".thr";
+    for (int run = 0; run < kRuns; run++) {
+        DeleteFileW(threads.c_str());
+        if (!IndexReadHeader(&store))
+            Fail("header");
+        DWORD made = 0;
+        double start = Now();
+        if (!RefreshThreadFile(&store, &made) || made != (DWORD)articles)
+            Fail("thread file");
+        thread_file.Take(start);
+        ArticleList *list = ArticleListCreate();
+        start = Now();
+        if (!list || !ArticleListOpen(list, folder.c_str(), group.c_str()) ||
+            !ArticleListBuild(list, ListFilter{1, 1}, ThreadOrder, 20))
+            Fail("thread rows");
+        thread_rows.Take(start);
+        if (ArticleListRowCount(list) != (DWORD)articles || ArticleListRowDepth(list, 9) != 9)
+            Fail("thread rows counted");
+        ArticleListDestroy(list);
     }
 
     /* Deleting the read half against copying both files. */
@@ -257,12 +286,14 @@ int wmain(int argc, wchar_t **argv)
     Row("delete read half", delete_read.ms, "copy log and index", copy_files.ms);
     Row("build row map", row_map.ms, "read index once", read_index.ms);
     Row("build row map", row_map.ms, "one 92-byte read per record", read_records.ms);
+    Row("make thread file from log", thread_file.ms, "read log once", read_log.ms);
+    Row("build row map in thread order", thread_rows.ms, "build row map", row_map.ms);
     printf("  per article: rebuild %.2f us, delete %.2f us, row map %.2f us\n", rebuild.ms * 1000.0 / articles,
            delete_read.ms * 1000.0 / articles, row_map.ms * 1000.0 / articles);
 
     GroupStoreRelease(&store);
     GroupStoreRelease(&copied);
-    for (const std::wstring &name : {log, index, copy_log, copy_index, folder + group + L".flt"})
+    for (const std::wstring &name : {log, index, copy_log, copy_index, folder + group + L".flt", threads})
         DeleteFileW(name.c_str());
     RemoveDirectoryW(folder.c_str());
     return 0;

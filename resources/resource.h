@@ -391,4 +391,10 @@
 #define IDS_ATTRIBUTION         619
 #define IDS_ARTICLE_READ_FAILED 620
 
+/* Threads in the subject view. */
+#define IDM_THREAD_VIEW         40160
+#define IDM_NEXT_THREAD         40161
+#define IDM_PREVIOUS_THREAD     40162
+#define IDM_THREAD_READ         40163
+
 #endif

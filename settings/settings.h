@@ -88,11 +88,26 @@ static const wchar_t kArticleViewSubkey[] = L"ArticleView";
 static const wchar_t kViewReadArticleName[] = L"ViewReadArticle";
 static const wchar_t kPriorityViewLevelName[] = L"PriorityViewLevel";
 static const wchar_t kShowArticleHeaderName[] = L"ShowArticleHeader";
+static const wchar_t kThreadViewName[] = L"ThreadView";
 enum {
     kDefaultViewReadArticle = 0,
     kDefaultPriorityViewLevel = 1, /* low: every subject */
-    kDefaultShowArticleHeader = 0
+    kDefaultShowArticleHeader = 0,
+    kDefaultThreadView = 0 /* the flat list in priority runs */
 };
+
+/* The reading views' options: one record, owned by the frame, whose copies
+ * the views are handed. */
+struct ViewOptions {
+    DWORD view_read_article;   /* ViewReadArticle */
+    DWORD priority_level;      /* PriorityViewLevel: 0 normal, 1 low, 2 high */
+    DWORD show_article_header; /* ShowArticleHeader */
+    DWORD thread_view;         /* ThreadView */
+};
+
+/* All four from the registry; a value that cannot be read gives its
+ * default. */
+void ReadViewOptions(ViewOptions *options);
 
 /* One 32-bit value of a subkey of the program key; the key and the subkey
  * are created if missing. A failed read leaves *value alone. */
@@ -108,6 +123,8 @@ int ReadPriorityViewLevel(DWORD *value);
 int WritePriorityViewLevel(DWORD value);
 int ReadShowArticleHeader(DWORD *value);
 int WriteShowArticleHeader(DWORD value);
+int ReadThreadView(DWORD *value);
+int WriteThreadView(DWORD value);
 
 /* The download's pipeline depth: REG_DWORD PipelineDepth in the Download
  * subkey, articles whose HEAD and BODY may be out before their replies are

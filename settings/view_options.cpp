@@ -77,6 +77,24 @@ int WritePriorityViewLevel(DWORD value)
     return WriteViewOption(kSubjectViewSubkey, kPriorityViewLevelName, value);
 }
 
+int ReadThreadView(DWORD *value)
+{
+    return ReadWithDefault(kSubjectViewSubkey, kThreadViewName, kDefaultThreadView, value);
+}
+
+int WriteThreadView(DWORD value)
+{
+    return WriteViewOption(kSubjectViewSubkey, kThreadViewName, value);
+}
+
+void ReadViewOptions(ViewOptions *options)
+{
+    ReadViewReadArticle(&options->view_read_article);
+    ReadPriorityViewLevel(&options->priority_level);
+    ReadShowArticleHeader(&options->show_article_header);
+    ReadThreadView(&options->thread_view);
+}
+
 int ReadShowArticleHeader(DWORD *value)
 {
     return ReadWithDefault(kArticleViewSubkey, kShowArticleHeaderName, kDefaultShowArticleHeader, value);

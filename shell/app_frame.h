@@ -39,9 +39,7 @@ struct AppFrame {
     ViewKind currentView;
     DWORD currentGroupRow;
     wchar_t openGroup[kGroupViewNameChars]; /* the group the subject view shows, "" before any */
-    DWORD viewReadArticle;   /* ViewReadArticle */
-    DWORD showArticleHeader; /* ShowArticleHeader */
-    DWORD priorityLevel;     /* PriorityViewLevel: 0 normal, 1 low, 2 high */
+    ViewOptions viewOptions; /* the one record of them; the views get copies */
     DWORD dialled;           /* 1 when this program dialled the line */
     DWORD runInProgress;     /* 1 from a download worker's start to its end */
     DWORD runSendOnly;       /* the run asked for (or dialling for) only sends the waiting drafts */

@@ -87,7 +87,8 @@ void FollowUpCommand(AppFrame *frame)
     const IndexRecord *record = frame->settings.Posting && Reading(frame) ? SubjectViewCurrent(view) : nullptr;
     if (!record || !IdentitySet(frame))
         return;
-    char *article = ReadArticleBytes(&view->list.store, record->log_offset, record->log_length);
+    DWORD length = 0;
+    char *article = SubjectViewReadArticleBytes(view, &length);
     if (!article) {
         ShowLastErrorBoxRes(IDS_ARTICLE_READ_FAILED, IDS_CAPTION_PELNOR, MB_ICONERROR);
         return;
@@ -95,7 +96,7 @@ void FollowUpCommand(AppFrame *frame)
     char *group = ReadGroup(frame);
     char *attribution = ToStored(LoadResString(IDS_ATTRIBUTION));
     Draft draft;
-    int made = attribution && MakeFollowUp(article, record->log_length, group, attribution, &draft);
+    int made = attribution && MakeFollowUp(article, length, group, attribution, &draft);
     free(article);
     free(group);
     free(attribution);

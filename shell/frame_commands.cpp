@@ -25,11 +25,13 @@ void UpdateCheckMarks(AppFrame *frame)
         if (menu)
             CheckMenuItem(menu, id, MF_BYCOMMAND | (on ? MF_CHECKED : MF_UNCHECKED));
     };
-    check(frame->subjectPopup, IDM_VIEW_READ, frame->viewReadArticle == 1);
-    check(frame->subjectPopup, IDM_PRIORITY_HIGH, frame->priorityLevel == 2);
-    check(frame->subjectPopup, IDM_PRIORITY_NORMAL, frame->priorityLevel == 0);
-    check(frame->subjectPopup, IDM_PRIORITY_LOW, frame->priorityLevel == 1);
-    check(frame->articlePopup, IDM_SHOW_HEADER, frame->showArticleHeader == 1);
+    const ViewOptions &options = frame->viewOptions;
+    check(frame->subjectPopup, IDM_VIEW_READ, options.view_read_article == 1);
+    check(frame->subjectPopup, IDM_PRIORITY_HIGH, options.priority_level == 2);
+    check(frame->subjectPopup, IDM_PRIORITY_NORMAL, options.priority_level == 0);
+    check(frame->subjectPopup, IDM_PRIORITY_LOW, options.priority_level == 1);
+    check(frame->subjectPopup, IDM_THREAD_VIEW, options.thread_view == 1);
+    check(frame->articlePopup, IDM_SHOW_HEADER, options.show_article_header == 1);
 }
 
 namespace {
@@ -131,6 +133,10 @@ void FrameCommand(AppFrame *frame, UINT id, UINT code)
         if (id == IDM_GET_ARTICLES && frame->currentView != kGroupView)
             return;
         if (id == IDM_COPY && frame->currentView != kArticleView)
+            return;
+        bool thread_key = id == IDM_THREAD_VIEW || id == IDM_NEXT_THREAD || id == IDM_PREVIOUS_THREAD ||
+                          id == IDM_THREAD_READ;
+        if (thread_key && frame->currentView != kSubjectView)
             return;
     }
     if (RoutePaneCommand(frame, id, code) || ReadingCommand(frame, id) || DraftsCommand(frame, id))

@@ -66,16 +66,6 @@ bool CreateMenuBars(AppFrame *frame)
     return frame->draftsMenuBar != nullptr;
 }
 
-void ReadViewOptions(AppFrame *frame)
-{
-    if (!ReadShowArticleHeader(&frame->showArticleHeader))
-        frame->showArticleHeader = 0;
-    if (!ReadPriorityViewLevel(&frame->priorityLevel))
-        frame->priorityLevel = 1;
-    if (!ReadViewReadArticle(&frame->viewReadArticle))
-        frame->viewReadArticle = 0;
-}
-
 void SetFrameIcon(AppFrame *frame)
 {
     HICON small_icon = (HICON)LoadImageW(frame->instance, MAKEINTRESOURCEW(IDI_PELNOR), IMAGE_ICON, 16, 16,
@@ -113,12 +103,12 @@ bool OnCreate(AppFrame *frame)
     if (!GroupViewCreate(frame->groupView, frame->mainWindow, L"Group", &panes, IDC_GROUP_VIEW, frame->instance))
         return false;
 
-    ReadViewOptions(frame);
+    ReadViewOptions(&frame->viewOptions);
     if (!ArticleViewCreate(frame->articleView, frame->instance, frame->mainWindow, IDC_ARTICLE_VIEW, &panes))
         return false;
-    ArticleViewSetShowHeaders(frame->articleView, (int)frame->showArticleHeader);
+    ArticleViewSetShowHeaders(frame->articleView, (int)frame->viewOptions.show_article_header);
     if (!SubjectViewCreate(frame->subjectView, frame->instance, frame->mainWindow, IDC_SUBJECT_VIEW, &panes,
-                           (int)frame->viewReadArticle, frame->priorityLevel))
+                           frame->viewOptions))
         return false;
     if (!CreateDraftTree(frame->draftTree, frame->mainWindow, &panes, frame->instance, IDC_DRAFT_TREE))
         return false;

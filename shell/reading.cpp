@@ -36,27 +36,38 @@ void ApplyOption(int shown, int stored)
 
 void SetPriorityLevel(AppFrame *frame, DWORD level)
 {
-    frame->priorityLevel = level;
+    frame->viewOptions.priority_level = level;
     UpdateCheckMarks(frame);
     WritePriorityViewLevel(level); /* a failed write is of no consequence */
-    ApplyOption(SubjectViewSetOptions(frame->subjectView, (int)frame->viewReadArticle, level), 1);
+    ApplyOption(SubjectViewSetOptions(frame->subjectView, frame->viewOptions), 1);
 }
 
 void ToggleViewRead(AppFrame *frame)
 {
-    frame->viewReadArticle = !frame->viewReadArticle;
+    DWORD &option = frame->viewOptions.view_read_article;
+    option = !option;
     UpdateCheckMarks(frame);
-    int shown = SubjectViewSetOptions(frame->subjectView, (int)frame->viewReadArticle, frame->priorityLevel);
-    ApplyOption(shown, shown && WriteViewReadArticle(frame->viewReadArticle));
+    int shown = SubjectViewSetOptions(frame->subjectView, frame->viewOptions);
+    ApplyOption(shown, shown && WriteViewReadArticle(option));
+}
+
+void ToggleThreadView(AppFrame *frame)
+{
+    DWORD &option = frame->viewOptions.thread_view;
+    option = !option;
+    UpdateCheckMarks(frame);
+    int shown = SubjectViewSetOptions(frame->subjectView, frame->viewOptions);
+    ApplyOption(shown, shown && WriteThreadView(option));
 }
 
 void ToggleShowHeader(AppFrame *frame)
 {
-    frame->showArticleHeader = !frame->showArticleHeader;
+    DWORD &option = frame->viewOptions.show_article_header;
+    option = !option;
     UpdateCheckMarks(frame);
-    ArticleViewSetShowHeaders(frame->articleView, (int)frame->showArticleHeader);
+    ArticleViewSetShowHeaders(frame->articleView, (int)option);
     int shown = ArticleViewLayout(frame->articleView);
-    ApplyOption(shown, shown && WriteShowArticleHeader(frame->showArticleHeader));
+    ApplyOption(shown, shown && WriteShowArticleHeader(option));
 }
 
 /* The keyword dialog for the open group, the cursor row's subject
@@ -64,13 +75,14 @@ void ToggleShowHeader(AppFrame *frame)
 void FilterCommand(AppFrame *frame)
 {
     SubjectView *view = frame->subjectView;
-    if (!view->group_open)
+    const wchar_t *filter_path = SubjectViewFilterPath(view);
+    if (!filter_path)
         return;
-    wchar_t *proposed = SubjectViewCurrent(view) ? ArticleListReadSubject(&view->list) : nullptr;
+    wchar_t *proposed = SubjectViewReadSubject(view);
     KeywordDialogState state;
-    if (RunKeywordDialog(&state, frame->instance, frame->mainWindow, view->list.store.filter_path, proposed,
+    if (RunKeywordDialog(&state, frame->instance, frame->mainWindow, filter_path, proposed,
                          (int)frame->settings.DecodeCharsets) == kDialogOk) {
-        if (!IndexRefilter(&view->list.store) || !SubjectViewReload(view))
+        if (!SubjectViewRefilter(view))
             ShowFailure(IDS_SWITCH_FAILED);
     }
     free(proposed);
@@ -171,7 +183,7 @@ void OpenCurrentArticle(AppFrame *frame)
         return;
     if (!SubjectViewMarkRead(view))
         ShowFailure(IDS_MARK_READ_FAILED);
-    wchar_t *text = ReadArticle(&view->list.store, record->log_offset, record->log_length);
+    wchar_t *text = SubjectViewReadArticle(view);
     if (!text) {
         ShowFailure(IDS_INDEX_INIT_FAILED);
         return;
@@ -195,6 +207,20 @@ bool ReadingCommand(AppFrame *frame, UINT id)
         return true;
     case IDM_VIEW_READ:
         ToggleViewRead(frame);
+        return true;
+    case IDM_THREAD_VIEW:
+        ToggleThreadView(frame);
+        return true;
+    case IDM_NEXT_THREAD:
+        SubjectViewNextThread(frame->subjectView);
+        return true;
+    case IDM_PREVIOUS_THREAD:
+        SubjectViewPreviousThread(frame->subjectView);
+        return true;
+    case IDM_THREAD_READ:
+        if (frame->viewOptions.thread_view && SubjectViewCurrent(frame->subjectView) &&
+            !SubjectViewMarkThreadRead(frame->subjectView))
+            ShowFailure(IDS_MARK_READ_FAILED);
         return true;
     case IDM_FILTER:
         FilterCommand(frame);

@@ -9,29 +9,46 @@
 #include "store/article_reader.h"
 #include "store/file_io.h"
 
+struct ArticleList {
+    GroupStore store;        /* the group, its header loaded */
+    DWORD page_size;         /* rows the view shows at once */
+    DWORD visible_count;     /* rows in the row map */
+    DWORD rows_in_page;      /* records loaded into the page */
+    DWORD first_row;         /* list row of page[0] */
+    IndexRecord *page;       /* page_size records */
+    DWORD *row_map;          /* record number of each row */
+    unsigned char *depths;   /* depth of each row */
+    int open;                /* opened from a group: close saves the position */
+};
+
 namespace {
 
-/* Where a record goes in the row map. */
-enum : unsigned char { kRunHigh = 0, kRunNormal = 1, kRunLow = 2, kHidden = 3 };
+/* Records read at once while the row map is made: the index is read in
+ * few large pieces. */
+const DWORD kBuildBatch = 4096;
 
-unsigned char RunOf(const ArticleList *list, const IndexRecord *record)
+const unsigned char kHidden = 3, kHigh = kRunHigh, kNormal = kRunNormal, kLow = kRunLow;
+
+unsigned char RunOf(ListFilter filter, const IndexRecord *record)
 {
-    if ((record->flags & kRecordRead) && !list->show_read)
+    if ((record->flags & kRecordRead) && !filter.show_read)
         return kHidden;
     DWORD priority = RecordPriority(record);
     if (priority == kPriorityHigh)
-        return kRunHigh;
+        return kHigh;
     if (priority == kPriorityLow)
-        return list->priority_level == 1 ? kRunLow : kHidden;
-    return list->priority_level == 2 ? kHidden : kRunNormal;
+        return filter.priority_level == 1 ? kLow : kHidden;
+    return filter.priority_level == 2 ? kHidden : kNormal;
 }
 
 void DropPages(ArticleList *list)
 {
     free(list->page);
     free(list->row_map);
+    free(list->depths);
     list->page = nullptr;
     list->row_map = nullptr;
+    list->depths = nullptr;
     list->visible_count = 0;
     list->rows_in_page = 0;
     list->first_row = 0;
@@ -103,10 +120,36 @@ int ChangeFlags(ArticleList *list, DWORD row, DWORD set, DWORD clear)
 
 } // namespace
 
-void ArticleListInit(ArticleList *list)
+int PriorityRunsOrder(const RowOrderInput *input, DWORD *rows, unsigned char *depths)
 {
+    DWORD run_rows[kRunLow + 1] = {0, 0, 0};
+    for (DWORD i = 0; i < input->count; i++)
+        run_rows[input->runs[i]]++;
+    /* Each run's rows start where the runs before it end. */
+    DWORD next[kRunLow + 1] = {0, run_rows[kRunHigh], run_rows[kRunHigh] + run_rows[kRunNormal]};
+    for (DWORD i = 0; i < input->count; i++)
+        rows[next[input->runs[i]]++] = input->numbers[i];
+    memset(depths, 0, input->count);
+    return 1;
+}
+
+ArticleList *ArticleListCreate(void)
+{
+    ArticleList *list = (ArticleList *)Bytes(sizeof(ArticleList));
+    if (!list)
+        return nullptr;
     memset(list, 0, sizeof *list);
     GroupStoreInit(&list->store);
+    return list;
+}
+
+void ArticleListDestroy(ArticleList *list)
+{
+    if (!list)
+        return;
+    list->open = 0;
+    ArticleListClose(list, 0);
+    free(list);
 }
 
 int ArticleListOpen(ArticleList *list, const wchar_t *data_folder, const wchar_t *group)
@@ -117,61 +160,93 @@ int ArticleListOpen(ArticleList *list, const wchar_t *data_folder, const wchar_t
     return 1;
 }
 
-void ArticleListSetOptions(ArticleList *list, int show_read, DWORD priority_level)
-{
-    list->show_read = show_read;
-    list->priority_level = priority_level;
-}
-
-int ArticleListBuild(ArticleList *list, DWORD page_size)
+int ArticleListBuild(ArticleList *list, ListFilter filter, RowOrder order, DWORD page_size)
 {
     DropPages(list);
     if (!IndexReadHeader(&list->store))
         return 0;
     DWORD count = list->store.record_count;
-    list->row_map = (DWORD *)Bytes((SIZE_T)count * sizeof(DWORD));
+    DWORD *numbers = (DWORD *)Bytes((SIZE_T)count * sizeof(DWORD));
     unsigned char *runs = (unsigned char *)Bytes(count);
-    IndexRecord *block = (IndexRecord *)Bytes(kIndexRecordBatch * sizeof(IndexRecord));
-    DWORD run_rows[kHidden + 1] = {0, 0, 0, 0};
-    int ok = list->row_map && runs && block;
+    IndexRecord *block = (IndexRecord *)Bytes(kBuildBatch * sizeof(IndexRecord));
+    DWORD visible = 0;
+    unsigned long long mark = 0;
+    int ok = numbers && runs && block;
     if (ok) {
         ScopedFile index(OpenForReading(list->store.index_path));
         ok = index.valid() && SeekFile(index.get(), IndexRecordOffset(0));
         for (DWORD done = 0; ok && done < count;) {
-            DWORD wanted = count - done < kIndexRecordBatch ? count - done : kIndexRecordBatch, got = 0;
+            DWORD wanted = count - done < kBuildBatch ? count - done : kBuildBatch, got = 0;
             ok = ReadBytes(index.get(), block, wanted * kIndexRecordSize, &got);
             if (ok && got < wanted * kIndexRecordSize) {
                 SetLastError(ERROR_HANDLE_EOF);
                 ok = 0;
             }
-            for (DWORD i = 0; ok && i < wanted; i++)
-                run_rows[runs[done + i] = RunOf(list, &block[i])]++;
+            for (DWORD i = 0; ok && i < wanted; i++) {
+                mark += IndexRecordMark(done + i, &block[i]);
+                unsigned char run = RunOf(filter, &block[i]);
+                if (run != kHidden) {
+                    numbers[visible] = done + i;
+                    runs[visible++] = run;
+                }
+            }
             done += wanted;
         }
     }
+    free(block);
     if (ok) {
-        /* Each run's rows start where the runs before it end. */
-        DWORD next[kRunLow + 1] = {0, run_rows[kRunHigh], run_rows[kRunHigh] + run_rows[kRunNormal]};
-        for (DWORD number = 0; number < count; number++)
-            if (runs[number] != kHidden)
-                list->row_map[next[runs[number]]++] = number;
-        list->visible_count = next[kRunLow];
-        list->page_size = page_size;
+        list->row_map = (DWORD *)Bytes((SIZE_T)visible * sizeof(DWORD));
+        list->depths = (unsigned char *)Bytes(visible);
         list->page = (IndexRecord *)Bytes((SIZE_T)page_size * sizeof(IndexRecord));
-        ok = list->page != nullptr;
+        ok = list->row_map && list->depths && list->page;
+    }
+    if (ok) {
+        RowOrderInput input = {&list->store, numbers, runs, visible, mark};
+        ok = order(&input, list->row_map, list->depths);
     }
     DWORD error = GetLastError();
+    free(numbers);
     free(runs);
-    free(block);
     if (!ok) {
         DropPages(list);
         SetLastError(error);
         return 0;
     }
+    list->visible_count = visible;
+    list->page_size = page_size;
     /* The header's counts are taken as they stand; toggles move the
      * unread count from there. */
-    list->current_in_page = 0;
     return ArticleListLoadPage(list, 0);
+}
+
+DWORD ArticleListRowCount(const ArticleList *list)
+{
+    return list->visible_count;
+}
+
+DWORD ArticleListPageSize(const ArticleList *list)
+{
+    return list->page_size;
+}
+
+DWORD ArticleListFirstRow(const ArticleList *list)
+{
+    return list->first_row;
+}
+
+DWORD ArticleListRowsInPage(const ArticleList *list)
+{
+    return list->rows_in_page;
+}
+
+unsigned ArticleListRowDepth(const ArticleList *list, DWORD row)
+{
+    return row < list->visible_count ? list->depths[row] & kMostRowDepth : 0;
+}
+
+bool ArticleListRowStartsThread(const ArticleList *list, DWORD row)
+{
+    return row < list->visible_count && (list->depths[row] & kRowStartsThread) != 0;
 }
 
 int ArticleListLoadPage(ArticleList *list, DWORD first_row)
@@ -232,13 +307,49 @@ const IndexRecord *ArticleListPageRecord(const ArticleList *list, DWORD index)
     return index < list->rows_in_page ? &list->page[index] : nullptr;
 }
 
-wchar_t *ArticleListReadSubject(ArticleList *list)
+wchar_t *ArticleListReadSubject(ArticleList *list, DWORD row)
 {
-    if (list->current_in_page >= list->rows_in_page) {
-        SetLastError(ERROR_INVALID_PARAMETER);
+    IndexRecord record;
+    if (!ReadRowRecord(list, row, &record))
         return nullptr;
-    }
-    return ReadSubjectText(&list->store, &list->page[list->current_in_page]);
+    return ReadSubjectText(&list->store, &record);
+}
+
+wchar_t *ArticleListReadArticle(ArticleList *list, DWORD row)
+{
+    IndexRecord record;
+    if (!ReadRowRecord(list, row, &record))
+        return nullptr;
+    return ReadArticle(&list->store, record.log_offset, record.log_length);
+}
+
+char *ArticleListReadArticleBytes(ArticleList *list, DWORD row, DWORD *length)
+{
+    IndexRecord record;
+    if (!ReadRowRecord(list, row, &record))
+        return nullptr;
+    *length = record.log_length;
+    return ReadArticleBytes(&list->store, record.log_offset, record.log_length);
+}
+
+const wchar_t *ArticleListFilterPath(const ArticleList *list)
+{
+    return list->store.filter_path;
+}
+
+int ArticleListRefilter(ArticleList *list)
+{
+    return IndexRefilter(&list->store);
+}
+
+DWORD ArticleListUnread(const ArticleList *list)
+{
+    return list->store.unread_count;
+}
+
+int ArticleListSaveCounts(ArticleList *list)
+{
+    return IndexWriteHeader(&list->store, INVALID_HANDLE_VALUE);
 }
 
 /* The longest text of one field (at `offset`, `size` bytes) on the page. */
@@ -263,16 +374,17 @@ DWORD ArticleListLongestFrom(const ArticleList *list)
     return LongestField(list, offsetof(IndexRecord, from), sizeof(IndexRecord::from));
 }
 
-int ArticleListClose(ArticleList *list)
+int ArticleListClose(ArticleList *list, DWORD position)
 {
     int ok = 1;
     if (list->open) {
-        list->store.saved_position = list->first_row + list->current_in_page;
+        list->store.saved_position = position;
         ok = IndexWriteHeader(&list->store, INVALID_HANDLE_VALUE);
     }
     DWORD error = GetLastError();
     DropPages(list);
     GroupStoreRelease(&list->store);
+    GroupStoreInit(&list->store); /* ready for the next group */
     list->open = 0;
     SetLastError(error);
     return ok;

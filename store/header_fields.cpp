@@ -153,3 +153,15 @@ void FromField(const char *line, char field[kFromFieldSize])
     else
         SetText(field, kFromFieldSize, text + begin, length);
 }
+
+size_t SkipReplyPrefixes(const char *subject, size_t length)
+{
+    size_t at = 0;
+    while (at + 3 <= length && (subject[at] == 'R' || subject[at] == 'r') &&
+           (subject[at + 1] == 'E' || subject[at + 1] == 'e') && subject[at + 2] == ':') {
+        at += 3;
+        while (at < length && subject[at] == ' ')
+            at++;
+    }
+    return at;
+}

@@ -39,4 +39,8 @@ void DateField(const char *line, char field[kDateFieldSize]);
  * and for a null line. */
 void FromField(const char *line, char field[kFromFieldSize]);
 
+/* Bytes of reply prefixes at the start of a subject of `length` bytes:
+ * "Re:" in any case, each with the blanks after it ("Re: Re: x" gives 8). */
+size_t SkipReplyPrefixes(const char *subject, size_t length);
+
 #endif

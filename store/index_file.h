@@ -72,6 +72,18 @@ inline DWORD IndexRecordOffset(DWORD number)
     return kIndexHeaderSize + kIndexRecordSize * number;
 }
 
+/* What record `number` adds to the mark of a whole index: the sum over its
+ * records tells one index from another (after an append, a deletion, a
+ * rebuild) without keeping the records. */
+inline unsigned long long IndexRecordMark(DWORD number, const IndexRecord *record)
+{
+    unsigned long long x = ((unsigned long long)record->article_number << 32 | record->log_offset) ^
+                           ((unsigned long long)number * 0x9E3779B97F4A7C15ull);
+    x ^= x >> 31;
+    x *= 0xBF58476D1CE4E5B9ull;
+    return x ^ (x >> 29);
+}
+
 inline DWORD RecordPriority(const IndexRecord *record)
 {
     return (record->flags & kRecordPriorityMask) >> kRecordPriorityShift;

@@ -8,6 +8,8 @@
 #include "base/scoped_win.h"
 #include "resources/resource.h"
 #include "settings/settings.h"
+#include "store/header_fields.h"
+#include "store/thread_order.h"
 #include "text/stored_text.h"
 #include "text/widestr.h"
 
@@ -29,6 +31,7 @@ const HeaderColumn kColumns[4] = {
 const wchar_t kWidthKey[] = PELNOR_REGISTRY_KEY L"\\SubjectView";
 
 enum { kHeaderHeight = 20, kScrollWidth = 16, kMarkSize = 10, kMinRowHeight = 10 };
+enum : unsigned { kIndentPixels = 8, kMostIndentLevels = 6 };
 
 void Notify(SubjectView *view, UINT code)
 {
@@ -37,21 +40,49 @@ void Notify(SubjectView *view, UINT code)
 
 long PageSize(const SubjectView *view)
 {
-    return (long)view->list.page_size;
+    return (long)view->page_size;
 }
 long TopRow(const SubjectView *view)
 {
-    return (long)view->list.first_row;
+    return (long)ArticleListFirstRow(view->list);
 }
 long RowCount(const SubjectView *view)
 {
-    return (long)view->list.visible_count;
+    return (long)ArticleListRowCount(view->list);
+}
+DWORD RowsInPage(const SubjectView *view)
+{
+    return ArticleListRowsInPage(view->list);
 }
 
 void SetCursorRow(SubjectView *view, DWORD row)
 {
     view->cursor = row;
-    view->list.current_in_page = row;
+}
+
+/* The order the options ask for. */
+RowOrder OrderOf(const ViewOptions &options)
+{
+    return options.thread_view ? ThreadOrder : PriorityRunsOrder;
+}
+
+ListFilter FilterOf(const ViewOptions &options)
+{
+    return {(int)options.view_read_article, options.priority_level};
+}
+
+/* The cursor's row counted from the list's first. */
+DWORD CursorRow(const SubjectView *view)
+{
+    return ArticleListFirstRow(view->list) + view->cursor;
+}
+
+/* Pixels the subject of page row `row` is indented by its depth: a few
+ * levels only, so that the text keeps room at 240 pixels. */
+int SubjectIndent(const SubjectView *view, DWORD row)
+{
+    unsigned depth = ArticleListRowDepth(view->list, ArticleListFirstRow(view->list) + row);
+    return (int)(depth < kMostIndentLevels ? depth : kMostIndentLevels) * kIndentPixels;
 }
 
 RECT RowRect(const SubjectView *view, long row)
@@ -104,8 +135,8 @@ int ShowFrom(SubjectView *view, long top)
         top = last_top;
     if (top < 0)
         top = 0;
-    int ok = ArticleListLoadPage(&view->list, (DWORD)top);
-    DWORD rows = view->list.rows_in_page;
+    int ok = ArticleListLoadPage(view->list, (DWORD)top);
+    DWORD rows = RowsInPage(view);
     SetCursorRow(view, view->cursor < rows ? view->cursor : (rows ? rows - 1 : 0));
     SetScrollPos(view->scroll_bar, SB_CTL, (int)TopRow(view), TRUE);
     InvalidateRect(view->window, &view->rows, TRUE);
@@ -135,22 +166,21 @@ int Layout(SubjectView *view)
     if (page < 1)
         page = 1;
     int ok = 1;
-    if (view->group_open && (!view->built || (DWORD)page != view->list.page_size)) {
-        DWORD top = view->list.first_row;
+    if (view->group_open && (!view->built || (DWORD)page != view->page_size)) {
+        DWORD top = ArticleListFirstRow(view->list);
         /* The list reads the header anew: the unread count kept in memory
          * so far is written first. */
-        if (view->built && !IndexWriteHeader(&view->list.store, INVALID_HANDLE_VALUE))
+        if (view->built && !ArticleListSaveCounts(view->list))
             return 0;
-        ok = ArticleListBuild(&view->list, (DWORD)page);
+        ok = ArticleListBuild(view->list, FilterOf(view->options), OrderOf(view->options), (DWORD)page);
         view->built = ok;
+        view->page_size = (DWORD)page;
         if (ok && top > 0)
             ok = ShowFrom(view, (long)top);
-        if (!ok)
-            view->list.page_size = (DWORD)page;
     } else if (!view->group_open) {
-        view->list.page_size = (DWORD)page;
+        view->page_size = (DWORD)page;
     }
-    DWORD rows = view->list.rows_in_page;
+    DWORD rows = RowsInPage(view);
     SetCursorRow(view, view->cursor < rows ? view->cursor : (rows ? rows - 1 : 0));
     SetScrollRangeAndPosition(view);
     return ok;
@@ -193,7 +223,7 @@ void LineScroll(SubjectView *view, long delta)
     long p = PageSize(view), t = TopRow(view), n = RowCount(view);
     if (delta > 0 ? t + p + 1 > n : t == 0)
         return;
-    ArticleListLoadPage(&view->list, (DWORD)(t + delta));
+    ArticleListLoadPage(view->list, (DWORD)(t + delta));
     SetScrollPos(view->scroll_bar, SB_CTL, (int)TopRow(view), TRUE);
     ScrollWindowEx(view->window, 0, (int)-delta * view->row_height, &view->rows, &view->rows, nullptr, nullptr, 0);
     long c = (long)view->cursor;
@@ -209,7 +239,7 @@ void CursorStep(SubjectView *view, long delta)
 {
     long c = (long)view->cursor, t = TopRow(view);
     long target = c + delta;
-    if (target >= 0 && target < (long)view->list.rows_in_page) {
+    if (target >= 0 && target < (long)RowsInPage(view)) {
         SetCursorRow(view, (DWORD)target);
         InvalidateRow(view, c);
         InvalidateRow(view, target);
@@ -225,7 +255,7 @@ void CursorStep(SubjectView *view, long delta)
     else
         PageUp(view);
     long moved = absolute - TopRow(view);
-    if (moved >= 0 && moved < (long)view->list.rows_in_page && moved != c) {
+    if (moved >= 0 && moved < (long)RowsInPage(view) && moved != c) {
         SetCursorRow(view, (DWORD)moved);
         InvalidateRect(view->window, &view->rows, TRUE);
     }
@@ -251,7 +281,7 @@ void OnKey(SubjectView *view, WPARAM key)
         break;
     case VK_RETURN:
     case VK_SPACE:
-        if (view->list.visible_count > 0)
+        if (RowCount(view) > 0)
             Notify(view, kSubjectOpen);
         break;
     case VK_ESCAPE:
@@ -292,7 +322,7 @@ bool OnTap(SubjectView *view, LPARAM lp)
     if (y < view->rows.top)
         return false;
     long row = (y - view->rows.top) / view->row_height;
-    if (row >= (long)view->list.rows_in_page)
+    if (row >= (long)RowsInPage(view))
         return false;
     InvalidateRow(view, (long)view->cursor);
     SetCursorRow(view, (DWORD)row);
@@ -314,9 +344,9 @@ void FitColumn(SubjectView *view, int column)
 {
     int width = kColumns[column].default_width;
     if (column == kColumnFrom)
-        width = (int)(ArticleListLongestFrom(&view->list) + 1) * view->row_height / 2 + 4;
+        width = (int)(ArticleListLongestFrom(view->list) + 1) * view->row_height / 2 + 4;
     else if (column == kColumnSubject)
-        width = (int)(ArticleListLongestSubject(&view->list) + 1) * view->row_height / 2 + 4;
+        width = (int)(ArticleListLongestSubject(view->list) + 1) * view->row_height / 2 + 4;
     HDITEMW item = {};
     item.mask = HDI_WIDTH;
     item.cxy = width;
@@ -355,11 +385,11 @@ void PaintRows(SubjectView *view, HDC dc)
     for (int i = 0; i < 4; i++)
         edges[i + 1] = edges[i] + ColumnWidth(view, i);
     HDC marks = CreateCompatibleDC(dc);
-    for (DWORD row = 0; row < view->list.rows_in_page; row++) {
+    for (DWORD row = 0; row < RowsInPage(view); row++) {
         RECT rc = RowRect(view, (long)row);
         if (rc.top >= view->rows.bottom)
             break;
-        const IndexRecord *record = ArticleListPageRecord(&view->list, row);
+        const IndexRecord *record = ArticleListPageRecord(view->list, row);
         int mark_y = rc.top + (view->row_height - kMarkSize) / 2;
         if (record->flags & kRecordRead)
             CopyMark(dc, marks, view->marks[0], edges[0], mark_y);
@@ -370,6 +400,8 @@ void PaintRows(SubjectView *view, HDC dc)
             wchar_t text[64];
             SubjectViewCellText(view, row, column, text, 64);
             RECT cell = {edges[column] + 2, rc.top, edges[column + 1] - 4, rc.bottom};
+            if (column == kColumnSubject)
+                cell.left += SubjectIndent(view, row);
             DrawTextW(dc, text, -1, &cell, DT_SINGLELINE | DT_EXPANDTABS | DT_NOPREFIX);
         }
         if (row == view->cursor)
@@ -481,7 +513,7 @@ int Rebuild(SubjectView *view)
     if (!view->group_open)
         return 1;
     view->layout_valid = 0;
-    view->list.page_size = 0; /* forces the list to be made */
+    view->page_size = 0; /* forces the list to be made */
     int ok = Layout(view);
     InvalidateRect(view->window, nullptr, TRUE);
     return ok;
@@ -497,17 +529,19 @@ int RegisterSubjectViewClass(HINSTANCE instance)
 void SubjectViewInit(SubjectView *view)
 {
     memset(view, 0, sizeof *view);
-    ArticleListInit(&view->list);
     view->row_height = kMinRowHeight;
 }
 
-int SubjectViewCreate(SubjectView *view, HINSTANCE instance, HWND parent, UINT id, const RECT *rect, int show_read,
-                      DWORD priority_level)
+int SubjectViewCreate(SubjectView *view, HINSTANCE instance, HWND parent, UINT id, const RECT *rect,
+                      ViewOptions options)
 {
     view->instance = instance;
     view->parent = parent;
     view->control_id = id;
-    ArticleListSetOptions(&view->list, show_read, priority_level);
+    view->options = options;
+    view->list = ArticleListCreate();
+    if (!view->list)
+        return 0;
     const UINT marks[3] = {IDB_READ_MARK, IDB_PRIORITY_LOW, IDB_PRIORITY_HIGH};
     for (int i = 0; i < 3; i++)
         view->marks[i] = LoadBitmapW(instance, MAKEINTRESOURCEW(marks[i]));
@@ -538,13 +572,9 @@ int SubjectViewOpenGroup(SubjectView *view, const wchar_t *data_folder, const wc
 {
     DWORD unread;
     SubjectViewCloseGroup(view, &unread);
-    int show_read = view->list.show_read;
-    DWORD level = view->list.priority_level;
-    ArticleListInit(&view->list);
-    ArticleListSetOptions(&view->list, show_read, level);
-    if (!ArticleListOpen(&view->list, data_folder, group)) {
+    if (!ArticleListOpen(view->list, data_folder, group)) {
         DWORD error = GetLastError();
-        ArticleListClose(&view->list);
+        ArticleListClose(view->list, 0);
         SetLastError(error);
         return 0;
     }
@@ -554,7 +584,7 @@ int SubjectViewOpenGroup(SubjectView *view, const wchar_t *data_folder, const wc
     SetCursorRow(view, 0);
     if (!Layout(view)) {
         DWORD error = GetLastError();
-        ArticleListClose(&view->list);
+        ArticleListClose(view->list, 0);
         view->group_open = 0;
         SetLastError(error);
         return 0;
@@ -565,17 +595,17 @@ int SubjectViewOpenGroup(SubjectView *view, const wchar_t *data_folder, const wc
 
 int SubjectViewCloseGroup(SubjectView *view, DWORD *unread)
 {
-    *unread = view->list.store.unread_count;
+    *unread = view->group_open ? ArticleListUnread(view->list) : 0;
     if (!view->group_open)
         return 0;
     view->group_open = 0;
     view->built = 0;
-    return ArticleListClose(&view->list);
+    return ArticleListClose(view->list, ArticleListFirstRow(view->list) + view->cursor);
 }
 
-int SubjectViewSetOptions(SubjectView *view, int show_read, DWORD priority_level)
+int SubjectViewSetOptions(SubjectView *view, ViewOptions options)
 {
-    ArticleListSetOptions(&view->list, show_read, priority_level);
+    view->options = options;
     return Rebuild(view);
 }
 
@@ -584,12 +614,66 @@ int SubjectViewReload(SubjectView *view)
     return Rebuild(view);
 }
 
+int SubjectViewRefilter(SubjectView *view)
+{
+    if (!view->group_open)
+        return 1;
+    return ArticleListRefilter(view->list) && Rebuild(view);
+}
+
+const wchar_t *SubjectViewFilterPath(const SubjectView *view)
+{
+    return view->group_open ? ArticleListFilterPath(view->list) : nullptr;
+}
+
+DWORD SubjectViewRowCount(const SubjectView *view)
+{
+    return view->group_open ? ArticleListRowCount(view->list) : 0;
+}
+
+DWORD SubjectViewTopRow(const SubjectView *view)
+{
+    return view->group_open ? ArticleListFirstRow(view->list) : 0;
+}
+
+DWORD SubjectViewCursorRow(const SubjectView *view)
+{
+    return view->group_open ? CursorRow(view) : 0;
+}
+
+wchar_t *SubjectViewReadSubject(SubjectView *view)
+{
+    if (!SubjectViewCurrent(view)) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    return ArticleListReadSubject(view->list, CursorRow(view));
+}
+
+char *SubjectViewReadArticleBytes(SubjectView *view, DWORD *length)
+{
+    if (!SubjectViewCurrent(view)) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    return ArticleListReadArticleBytes(view->list, CursorRow(view), length);
+}
+
+wchar_t *SubjectViewReadArticle(SubjectView *view)
+{
+    if (!SubjectViewCurrent(view)) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    return ArticleListReadArticle(view->list, CursorRow(view));
+}
+
 const IndexRecord *SubjectViewCurrent(SubjectView *view)
 {
     if (!view->group_open)
         return nullptr;
     Layout(view);
-    return ArticleListPageRecord(&view->list, view->cursor);
+    return ArticleListPageRecord(view->list, view->cursor);
 }
 
 int SubjectViewToggleRead(SubjectView *view)
@@ -599,7 +683,7 @@ int SubjectViewToggleRead(SubjectView *view)
         return 0;
     }
     InvalidateRow(view, (long)view->cursor);
-    return ArticleListToggleRead(&view->list, view->list.first_row + view->cursor);
+    return ArticleListToggleRead(view->list, CursorRow(view));
 }
 
 int SubjectViewMarkRead(SubjectView *view)
@@ -609,7 +693,7 @@ int SubjectViewMarkRead(SubjectView *view)
         return 0;
     }
     InvalidateRow(view, (long)view->cursor);
-    return ArticleListSetFlags(&view->list, view->list.first_row + view->cursor, kRecordRead);
+    return ArticleListSetFlags(view->list, CursorRow(view), kRecordRead);
 }
 
 int SubjectViewNext(SubjectView *view)
@@ -620,7 +704,7 @@ int SubjectViewNext(SubjectView *view)
     long next = t + (long)view->cursor + 1;
     if (next >= n)
         return 0;
-    if (next - t < (long)view->list.rows_in_page) {
+    if (next - t < (long)RowsInPage(view)) {
         InvalidateRow(view, (long)view->cursor);
         SetCursorRow(view, (DWORD)(next - t));
         InvalidateRow(view, next - t);
@@ -635,9 +719,88 @@ int SubjectViewNext(SubjectView *view)
     return 1;
 }
 
+namespace {
+
+/* Puts the cursor on list row `row`, paging so that it shows. */
+int MoveCursorTo(SubjectView *view, DWORD row)
+{
+    long t = TopRow(view);
+    InvalidateRow(view, (long)view->cursor);
+    if ((long)row >= t && (long)row - t < (long)RowsInPage(view)) {
+        SetCursorRow(view, (DWORD)((long)row - t));
+        InvalidateRow(view, (long)view->cursor);
+        return 1;
+    }
+    if (!ShowFrom(view, (long)row))
+        return 0;
+    SetCursorRow(view, (DWORD)((long)row - TopRow(view)));
+    return 1;
+}
+
+/* The first row of the thread `row` is in. */
+DWORD ThreadStart(const SubjectView *view, DWORD row)
+{
+    while (row > 0 && !ArticleListRowStartsThread(view->list, row))
+        row--;
+    return row;
+}
+
+/* The first row after the thread `row` is in, or the row count. */
+DWORD ThreadEnd(const SubjectView *view, DWORD row)
+{
+    DWORD count = ArticleListRowCount(view->list);
+    for (row++; row < count && !ArticleListRowStartsThread(view->list, row);)
+        row++;
+    return row;
+}
+
+bool InThreads(SubjectView *view)
+{
+    return view->options.thread_view && SubjectViewCurrent(view);
+}
+
+} // namespace
+
+int SubjectViewNextThread(SubjectView *view)
+{
+    if (!InThreads(view))
+        return 0;
+    DWORD next = ThreadEnd(view, CursorRow(view));
+    return next < ArticleListRowCount(view->list) && MoveCursorTo(view, next);
+}
+
+int SubjectViewPreviousThread(SubjectView *view)
+{
+    if (!InThreads(view))
+        return 0;
+    DWORD row = CursorRow(view), start = ThreadStart(view, row);
+    if (start == row) {
+        if (row == 0)
+            return 0;
+        start = ThreadStart(view, row - 1);
+    }
+    return MoveCursorTo(view, start);
+}
+
+int SubjectViewMarkThreadRead(SubjectView *view)
+{
+    if (!InThreads(view)) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
+    DWORD start = ThreadStart(view, CursorRow(view)), end = ThreadEnd(view, start);
+    for (DWORD row = start; row < end; row++)
+        if (!ArticleListSetFlags(view->list, row, kRecordRead))
+            return 0;
+    InvalidateRect(view->window, &view->rows, TRUE);
+    if (end < ArticleListRowCount(view->list))
+        MoveCursorTo(view, end);
+    return 1;
+}
+
 int SubjectViewCellText(const SubjectView *view, DWORD row, int column, wchar_t *out, int out_chars)
 {
-    const IndexRecord *record = ArticleListPageRecord(&view->list, row);
+    const IndexRecord *record = ArticleListPageRecord(view->list, row);
     out[0] = L'\0';
     if (!record || out_chars < 6)
         return 0;
@@ -657,6 +820,12 @@ int SubjectViewCellText(const SubjectView *view, DWORD row, int column, wchar_t 
     case kColumnSubject:
         field = record->subject;
         size = (int)sizeof record->subject;
+        /* A reply under its parent says "Re:" by where it stands. */
+        if (ArticleListRowDepth(view->list, ArticleListFirstRow(view->list) + row) > 0) {
+            size_t skipped = SkipReplyPrefixes(field, (size_t)size);
+            field += skipped;
+            size -= (int)skipped;
+        }
         break;
     default:
         return 1;
@@ -689,8 +858,8 @@ void SubjectViewRelease(SubjectView *view)
     if (view->window && IsWindow(view->window))
         DestroyWindow(view->window);
     view->window = nullptr;
-    view->list.open = 0; /* nothing is written back from here */
-    ArticleListClose(&view->list);
+    ArticleListDestroy(view->list); /* nothing is written back from here */
+    view->list = nullptr;
     view->group_open = 0;
     for (HBITMAP &mark : view->marks) {
         if (mark)

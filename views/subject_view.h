@@ -15,6 +15,7 @@
 
 #include <windows.h>
 
+#include "settings/settings.h"
 #include "store/article_list.h"
 
 #define PELNOR_SUBJECT_VIEW_CLASS L"PELNORSubjectViewWnd"
@@ -35,7 +36,9 @@ struct SubjectView {
     int row_height;
     int layout_valid;
     int line_scroll;    /* KeyMode */
-    ArticleList list;   /* page_size rows from first_row, the top row */
+    ViewOptions options; /* the frame's, as last handed over */
+    ArticleList *list;  /* owned: the open group's rows, a page of them from the top row */
+    DWORD page_size;    /* rows the row area holds */
     DWORD cursor;       /* row of the cursor, counted from the top row */
     HFONT font;         /* none: only the marks and the cursor are drawn */
     int font_height;
@@ -53,8 +56,8 @@ void SubjectViewInit(SubjectView *view);
 /* Creates the view (hidden) over `rect`, with its scroll bar and header,
  * whose widths come from the registry. The view options decide which
  * records the list shows. 0 when the window cannot be made. */
-int SubjectViewCreate(SubjectView *view, HINSTANCE instance, HWND parent, UINT id, const RECT *rect, int show_read,
-                      DWORD priority_level);
+int SubjectViewCreate(SubjectView *view, HINSTANCE instance, HWND parent, UINT id, const RECT *rect,
+                      ViewOptions options);
 
 /* Shows or hides the view and its scroll bar, then updates it. */
 void SubjectViewShow(SubjectView *view, int show);
@@ -72,10 +75,27 @@ int SubjectViewCloseGroup(SubjectView *view, DWORD *unread);
 
 /* New view options: the list is made again (the unread count kept so far is
  * written first). 0 with the last error when that fails. */
-int SubjectViewSetOptions(SubjectView *view, int show_read, DWORD priority_level);
+int SubjectViewSetOptions(SubjectView *view, ViewOptions options);
 
 /* Makes the list again from the index, as after a change of filter. */
 int SubjectViewReload(SubjectView *view);
+/* Applies the open group's keyword filter file to its records again and
+ * makes the list anew. */
+int SubjectViewRefilter(SubjectView *view);
+/* The open group's keyword filter file, or null when none is open. */
+const wchar_t *SubjectViewFilterPath(const SubjectView *view);
+
+/* The rows: how many, the top one, and the cursor's (counted from the
+ * list's first row). */
+DWORD SubjectViewRowCount(const SubjectView *view);
+DWORD SubjectViewTopRow(const SubjectView *view);
+DWORD SubjectViewCursorRow(const SubjectView *view);
+/* The cursor row's subject text and whole article from the log; the
+ * caller frees them. Null with the last error (87 when no row). */
+wchar_t *SubjectViewReadSubject(SubjectView *view);
+wchar_t *SubjectViewReadArticle(SubjectView *view);
+/* The same as the log holds it (stored text); *length gets its bytes. */
+char *SubjectViewReadArticleBytes(SubjectView *view, DWORD *length);
 
 /* The cursor row's record, or null when the list is empty. */
 const IndexRecord *SubjectViewCurrent(SubjectView *view);
@@ -86,6 +106,13 @@ int SubjectViewMarkRead(SubjectView *view);
 
 /* Moves the cursor to the next row, paging as needed; 0 on the last row. */
 int SubjectViewNext(SubjectView *view);
+
+/* In thread order: the cursor to the first row of the next / previous
+ * thread (0 when there is none or the list is flat), and every row of the
+ * cursor's thread marked read (the cursor then on the next thread). */
+int SubjectViewNextThread(SubjectView *view);
+int SubjectViewPreviousThread(SubjectView *view);
+int SubjectViewMarkThreadRead(SubjectView *view);
 
 /* The text drawn in `column` of page row `row` ("MM/DD", sender, subject;
  * the marks column has none). 0 beyond the page. */

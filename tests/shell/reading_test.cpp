@@ -16,6 +16,15 @@ const std::vector<GroupArticle> kArticles = {
     {L"鈴木一郎", L"会議資料", "1224", {L"資料を送ります。"}},
 };
 
+/* Two conversations, their articles interleaved as they arrived. */
+const std::vector<GroupArticle> kThreaded = {
+    {L"山田", L"京都の天気", "0305", {L"晴れ"}, 0, "<1@x>"},
+    {L"鈴木", L"会議資料", "0305", {L"資料"}, 0, "<2@x>"},
+    {L"佐藤", L"Re: 京都の天気", "0306", {L"よかった"}, 0, "<3@x>", "<1@x>"},
+    {L"山田", L"Re: 会議資料", "0306", {L"受け取りました"}, 0, "<4@x>", "<2@x>"},
+    {L"鈴木", L"Re: Re: 京都の天気", "0307", {L"明日も"}, 0, "<5@x>", "<1@x> <3@x>"},
+};
+
 class ReadingTest : public FrameFixture {
 protected:
     /* Pelnor open on fj.a's subjects. */
@@ -30,7 +39,7 @@ protected:
         SetPelnorDword(L"fromWidth", 64, L"SubjectView");
         ASSERT_TRUE(WriteFileBytes(data_.file(L"group.dat"), "fj.a\r\nfj.b\r\n"));
         stored_ = WriteGroupFiles(data_, L"fj.a", kArticles);
-        WriteGroupFiles(data_, L"fj.b", {});
+        WriteGroupFiles(data_, L"fj.b", kThreaded);
         ASSERT_NE(Start(), nullptr);
         SetForegroundWindow(frame_.mainWindow);
         DoubleClickListRow(frame_.groupView->list, 0);
@@ -68,11 +77,11 @@ TEST_F(ReadingTest, TabGoesOnPastTheLastArticleBackToTheListWhichFollowsTheViewO
     EXPECT_EQ(Flags(2), 0u);
     Command(IDM_TOGGLE_READ);
     Command(IDM_PRIORITY_HIGH); /* nothing is high */
-    EXPECT_EQ(frame_.subjectView->list.visible_count, 0u);
+    EXPECT_EQ(SubjectViewRowCount(frame_.subjectView), 0u);
     Command(IDM_PRIORITY_LOW); /* the read articles are left out */
-    EXPECT_EQ(frame_.subjectView->list.visible_count, 1u);
+    EXPECT_EQ(SubjectViewRowCount(frame_.subjectView), 1u);
     Command(IDM_VIEW_READ);
-    EXPECT_EQ(frame_.subjectView->list.visible_count, 3u);
+    EXPECT_EQ(SubjectViewRowCount(frame_.subjectView), 3u);
     Command(IDM_SUBJECT_BACK);
     EXPECT_EQ(ListViewText(frame_.groupView->list, 0, 1), L"1");
     EXPECT_TRUE(watcher_.boxes().empty());
@@ -127,6 +136,54 @@ TEST_F(ReadingTest, FailuresAreShownAndTheViewStays)
     EXPECT_TRUE(GetMenuState(frame_.subjectPopup, IDM_VIEW_READ, MF_BYCOMMAND) & MF_CHECKED);
     EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{L"PELNOR", L"インデックスの初期化に失敗しました(2)", MB_ICONERROR},
                                                     {L"PELNOR", L"表示の切り替えに失敗しました(32)。", MB_ICONERROR}}));
+}
+
+/* T shows the open group as threads, remembered; N and P go from thread
+ * to thread, the article view's next article follows the thread order and
+ * K marks a whole thread read. T again gives the flat list back. */
+TEST_F(ReadingTest, ThreadViewReadsConversationsInOrder)
+{
+    Key(VK_ESCAPE);
+    SetFocus(frame_.groupView->list);
+    DoubleClickListRow(frame_.groupView->list, 1);
+    ASSERT_EQ(frame_.currentView, kSubjectView);
+    auto subjects = [&] {
+        std::wstring rows;
+        for (DWORD row = 0; row < SubjectViewRowCount(frame_.subjectView); row++) {
+            wchar_t text[64];
+            SubjectViewCellText(frame_.subjectView, row, kColumnSubject, text, 64);
+            rows += (rows.empty() ? L"" : L"|") + std::wstring(ArticleListRowDepth(frame_.subjectView->list, row), L'.') + text;
+        }
+        return rows;
+    };
+    Key('T');
+    EXPECT_TRUE(GetMenuState(frame_.subjectPopup, IDM_THREAD_VIEW, MF_BYCOMMAND) & MF_CHECKED);
+    EXPECT_EQ(PelnorValue(L"ThreadView", L"SubjectView"), DwordValue(1));
+    EXPECT_EQ(subjects(), L"京都の天気|.京都の天気|..京都の天気|会議資料|.会議資料");
+    UpdateWindow(frame_.mainWindow);
+    SaveScreenshot(frame_.mainWindow, L"subject-view-threads");
+    Key('N');
+    EXPECT_EQ(SubjectViewCursorRow(frame_.subjectView), 3u);
+    Key('P');
+    EXPECT_EQ(SubjectViewCursorRow(frame_.subjectView), 0u);
+    Key(VK_RETURN);
+    Key(VK_TAB);
+    ASSERT_EQ(frame_.currentView, kArticleView);
+    const DisplayLine &subject = frame_.articleView->lines[1];
+    EXPECT_EQ(std::wstring(subject.text, subject.length), L"Subject: Re: 京都の天気");
+    Key(VK_ESCAPE);
+    ASSERT_EQ(frame_.currentView, kSubjectView);
+    Key('K');
+    EXPECT_EQ(SubjectViewCursorRow(frame_.subjectView), 3u);
+    std::string index = FileBytes(data_.file(L"fj.b.idx"));
+    for (int record : {0, 2, 4})
+        EXPECT_EQ(ReadU32(index, 100 + 92 * record), 1u) << record;
+    for (int record : {1, 3})
+        EXPECT_EQ(ReadU32(index, 100 + 92 * record), 0u) << record;
+    Key('T');
+    EXPECT_EQ(PelnorValue(L"ThreadView", L"SubjectView"), DwordValue(0));
+    EXPECT_EQ(subjects(), L"会議資料|Re: 会議資料");
+    EXPECT_TRUE(watcher_.boxes().empty());
 }
 
 } // namespace

@@ -30,6 +30,7 @@ struct GroupArticle {
     std::string date;     /* the record's "MMDD" */
     std::vector<std::wstring> body;
     uint32_t flags = 0;   /* bit 0 read, bits 1-2 priority */
+    std::string message_id = {}, references = {}; /* lines left out when empty */
 };
 
 /* The log bytes of each article (for reading back) and the files written. */
@@ -42,8 +43,13 @@ inline std::vector<std::string> WriteGroupFiles(const TempFolder &data, const st
         std::vector<std::string> body;
         for (const std::wstring &line : a.body)
             body.push_back(Sjis(line) + "\r\n");
-        g.Add({"From: " + Sjis(a.from) + "\r\n", "Subject: " + Sjis(a.subject) + "\r\n", "Date: 5 Mar 2024\r\n"},
-              body, RecordFields{a.flags, 10 + h.record_count, 0, 0, Sjis(a.subject).substr(0, 47), a.date,
+        std::vector<std::string> head = {"From: " + Sjis(a.from) + "\r\n", "Subject: " + Sjis(a.subject) + "\r\n",
+                                         "Date: 5 Mar 2024\r\n"};
+        if (!a.message_id.empty())
+            head.push_back("Message-ID: " + a.message_id + "\r\n");
+        if (!a.references.empty())
+            head.push_back("References: " + a.references + "\r\n");
+        g.Add(head, body, RecordFields{a.flags, 10 + h.record_count, 0, 0, Sjis(a.subject).substr(0, 47), a.date,
                                  Sjis(a.from).substr(0, 15)});
         h.record_count++;
         h.unread += (a.flags & 1) ? 0 : 1;

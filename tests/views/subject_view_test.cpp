@@ -44,7 +44,8 @@ protected:
     {
         WriteGroupFiles(data_, L"fj.a", articles);
         RECT rc = {0, 0, 240, 162};
-        ASSERT_TRUE(SubjectViewCreate(&view_, GetModuleHandleW(nullptr), parent_.window, IDC_SUBJECT_VIEW, &rc, 0, 1));
+        ASSERT_TRUE(SubjectViewCreate(&view_, GetModuleHandleW(nullptr), parent_.window, IDC_SUBJECT_VIEW, &rc,
+                                      ViewOptions{0, 1, 0, 0}));
         SubjectViewSetLook(&view_, font_, 0);
         SubjectViewShow(&view_, SW_SHOW);
         ASSERT_TRUE(SubjectViewOpenGroup(&view_, data_.path().c_str(), L"fj.a"));
@@ -85,7 +86,7 @@ TEST_F(SubjectViewTest, RowsShowTheirCellsAndMarks)
      * read check, red arrow up, blue arrow down, each 10 x 10 at the marks
      * column (the cursor's row 0 is inverted). */
     Open(Articles(5, {0, 4 | 1, 2, 4, 1}));
-    ASSERT_TRUE(SubjectViewSetOptions(&view_, 1, 1));
+    ASSERT_TRUE(SubjectViewSetOptions(&view_, ViewOptions{1, 1, 0, 0}));
     wchar_t text[64];
     SubjectViewCellText(&view_, 0, kColumnDate, text, 64);
     EXPECT_STREQ(text, L"03/05");
@@ -124,7 +125,7 @@ TEST_F(SubjectViewTest, KeysPageAndScrollAsTheyShould)
         ViewParent::notices().clear();
         SendKey(view_.window, step.key);
         UpdateWindow(view_.window);
-        EXPECT_EQ(view_.list.first_row, step.top) << step.key;
+        EXPECT_EQ(SubjectViewTopRow(&view_), step.top) << step.key;
         EXPECT_EQ(view_.cursor, step.cursor) << step.key;
         EXPECT_EQ(ViewParent::notices(), step.notices) << step.key;
     }
@@ -139,17 +140,17 @@ TEST_F(SubjectViewTest, KeysPageAndScrollAsTheyShould)
     Tap(9);
     SendKey(view_.window, VK_DOWN);
     SendKey(view_.window, VK_DOWN);
-    EXPECT_EQ(view_.list.first_row, 1u);
+    EXPECT_EQ(SubjectViewTopRow(&view_), 1u);
     UpdateWindow(view_.window);
     SendKey(view_.window, VK_DOWN);
-    EXPECT_EQ(view_.list.first_row, 2u);
+    EXPECT_EQ(SubjectViewTopRow(&view_), 2u);
     wchar_t subject[64];
     SubjectViewCellText(&view_, view_.cursor, kColumnSubject, subject, 64);
     EXPECT_STREQ(subject, L"a11");
     UpdateWindow(view_.window);
     Tap(0);
     SendKey(view_.window, VK_UP);
-    EXPECT_EQ(view_.list.first_row, 1u);
+    EXPECT_EQ(SubjectViewTopRow(&view_), 1u);
     EXPECT_EQ(view_.cursor, 0u);
 
     /* A double tap moves the cursor and opens. */
