@@ -3,6 +3,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "base/line_scan.h"
 #include "store/file_io.h"
 #include "store/group_store.h"
 
@@ -127,7 +128,7 @@ void FindParts(const char *article, const IndexRecord *r, ArticleParts *parts)
     parts->from_start = parts->from_end = 0;
     parts->body_start = parts->body_end = length;
     for (DWORD line = 0; line < length;) {
-        const char *lf = (const char *)memchr(article + line, '\n', length - line);
+        const char *lf = FindLf(article + line, article + length);
         DWORD next = lf ? (DWORD)(lf - article) + 1 : length;
         if (next - line == 2 && article[line] == '\r') { /* the blank line */
             parts->body_start = next;
