@@ -15,6 +15,7 @@
 #include "shell/drafts_pane.h"
 #include "shell/panes.h"
 #include "shell/reading.h"
+#include "shell/search_command.h"
 #include "properties/settings_sheet.h"
 #include "subscribe/subscribe_dialog.h"
 
@@ -90,7 +91,7 @@ void FrameCommand(AppFrame *frame, UINT id, UINT code)
         if (id == IDM_COPY && frame->currentView != kArticleView)
             return;
     }
-    if (RoutePaneCommand(frame, id, code) || ReadingCommand(frame, id) || DraftsCommand(frame, id))
+    if (SearchCommand(frame, id, code) || RoutePaneCommand(frame, id, code) || ReadingCommand(frame, id) || DraftsCommand(frame, id))
         return;
     switch (id) {
     case IDM_EXIT:

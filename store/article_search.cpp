@@ -293,3 +293,29 @@ done:
     SetLastError(error);
     return ok;
 }
+
+int MarkHitRead(const wchar_t *data_folder, const wchar_t *group, const SearchHit *hit, DWORD *unread)
+{
+    GroupStore store;
+    GroupStoreInit(&store);
+    IndexRecord record;
+    DWORD count = 1;
+    int ok = GroupStoreSetNames(&store, data_folder, group) && IndexReadHeader(&store) &&
+             GroupStoreOpenIndex(&store) && IndexReadRecords(&store, &record, hit->record_number, &count);
+    if (ok && (count != 1 || record.log_offset != hit->record.log_offset ||
+               record.article_number != hit->record.article_number)) {
+        SetLastError(ERROR_INVALID_DATA);
+        ok = 0;
+    }
+    if (ok && !(record.flags & kRecordRead)) {
+        record.flags |= kRecordRead;
+        if (store.unread_count > 0)
+            store.unread_count--;
+        ok = IndexWriteRecord(&store, &record, hit->record_number) && IndexWriteHeader(&store, INVALID_HANDLE_VALUE);
+    }
+    *unread = store.unread_count;
+    DWORD error = GetLastError();
+    GroupStoreRelease(&store);
+    SetLastError(error);
+    return ok;
+}

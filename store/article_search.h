@@ -50,4 +50,10 @@ struct GroupSearch {
  * read (missing, cut short) is not a failure. */
 int SearchGroup(const GroupSearch *search, const wchar_t *data_folder, const wchar_t *group);
 
+/* Marks the article of a hit read (when it is not), as opening it from
+ * the subject view does, and writes the group's header; *unread gets the
+ * group's unread count. Error 13 when the index no longer holds that
+ * article at that place. */
+int MarkHitRead(const wchar_t *data_folder, const wchar_t *group, const SearchHit *hit, DWORD *unread);
+
 #endif
