@@ -101,12 +101,31 @@ protected:
         const wchar_t *text = frame_.articleText.text, *at = wcsstr(text, what);
         return {at ? (DWORD)(at - text) : 0xFFFFFFFF, (DWORD)wcslen(what)};
     }
+    /* F3 pressed in the article view, through the frame's accelerators. */
+    void F3()
+    {
+        MSG msg = {frame_.articleView->window, WM_KEYDOWN, VK_F3, 0};
+        ASSERT_TRUE(TranslateFrameAccelerator(&frame_, &msg));
+    }
     std::pair<DWORD, DWORD> Mark()
     {
         return {frame_.articleView->mark_length ? frame_.articleView->mark_start : 0xFFFFFFFF,
                 frame_.articleView->mark_length};
     }
 };
+
+TEST_F(SearchTest, TheMenusCarryTheCommands)
+{
+    EXPECT_NE(GetMenuState(frame_.subjectPopup, IDM_SEARCH, MF_BYCOMMAND), (UINT)-1);
+    EXPECT_NE(GetMenuState(frame_.articlePopup, IDM_FIND_NEXT, MF_BYCOMMAND), (UINT)-1);
+    /* Search from the group view's menu opens the dialog over it. */
+    watcher_.WorkDialogs([](HWND) {});
+    Command(IDM_SEARCH);
+    EXPECT_EQ(watcher_.dialog_titles(), std::vector<std::wstring>{L"検索"});
+    /* Find-next outside the article view does nothing. */
+    Command(IDM_FIND_NEXT, 1);
+    EXPECT_TRUE(watcher_.boxes().empty());
+}
 
 TEST_F(SearchTest, AHitOpensInTheArticleViewAndBackShowsTheHitsAgain)
 {
@@ -164,7 +183,7 @@ TEST_F(SearchTest, FindNextGoesThroughTheArticleAndBackReturnsToTheGroup)
     ASSERT_EQ(ShownSubject(), L"Ruby の質問");
 
     const auto subject = Place(L"Ruby"), first = Place(L"ruby"), last = Place(L"ＲＵＢＹ");
-    Command(IDM_FIND_NEXT, 1); /* F3 */
+    F3();
     EXPECT_EQ(Mark(), subject);
     Command(IDM_FIND_NEXT, 1);
     EXPECT_EQ(Mark(), first);
@@ -178,7 +197,7 @@ TEST_F(SearchTest, FindNextGoesThroughTheArticleAndBackReturnsToTheGroup)
     wchar_t none[256];
     LoadResText(IDS_SEARCH_NOT_FOUND, none, 256);
     EXPECT_EQ(watcher_.seen(), (std::vector<SeenBox>{{L"検索", none, MB_ICONINFORMATION}}));
-    Command(IDM_FIND_NEXT, 1); /* from the top again */
+    Command(IDM_FIND_NEXT); /* from the top again, from the menu */
     EXPECT_EQ(Mark(), subject);
 
     ArticleNotice(kArticleBack); /* the hits, then the group read again */
