@@ -116,6 +116,32 @@ void FirstBytesOf(uint32_t key, uint8_t singles[32], uint8_t pairs[256][32])
         SetBit(pairs[(unsigned char)'&'], '#');
 }
 
+/* Bit i set where byte p[i] is one of the pattern's first bytes, for 64
+ * bytes. */
+uint64_t LeadMask(const TextPattern *pattern, const char *p)
+{
+#ifdef PELNOR_SSE2_BYTE_SEARCH
+    /* Each block of sixteen loaded once, whatever the number of bytes. */
+    __m128i leads[kPatternLeads];
+    for (int i = 0; i < pattern->lead_count; i++)
+        leads[i] = _mm_set1_epi8((char)pattern->leads[i]);
+    uint64_t mask = 0;
+    for (int block = 0; block < 4; block++) {
+        __m128i bytes = _mm_loadu_si128((const __m128i *)(p + 16 * block));
+        __m128i any = _mm_cmpeq_epi8(bytes, leads[0]);
+        for (int i = 1; i < pattern->lead_count; i++)
+            any = _mm_or_si128(any, _mm_cmpeq_epi8(bytes, leads[i]));
+        mask |= (uint64_t)(unsigned)_mm_movemask_epi8(any) << (16 * block);
+    }
+    return mask;
+#else
+    uint64_t mask = 0;
+    for (int i = 0; i < pattern->lead_count; i++)
+        mask |= ByteMask(p, (char)pattern->leads[i]);
+    return mask;
+#endif
+}
+
 } // namespace
 
 bool TextContains(const char *haystack, size_t haystack_length, const char *needle, size_t needle_length)
@@ -275,10 +301,7 @@ const char *TextPatternFind(const TextPattern *pattern, const char *text, const 
     if (pattern->lead_count <= kPatternLeads) {
         /* 64 bytes at a time; the second byte of the last may be the 65th. */
         for (; end - p > 64; p += 64) {
-            uint64_t places = 0;
-            for (int i = 0; i < pattern->lead_count; i++)
-                places |= ByteMask(p, (char)pattern->leads[i]);
-            for (; places; places &= places - 1) {
+            for (uint64_t places = LeadMask(pattern, p); places; places &= places - 1) {
                 const char *q = p + __builtin_ctzll(places);
                 if (try_at(q))
                     return q;
