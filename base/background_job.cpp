@@ -144,6 +144,14 @@ void BackgroundJobStep(BackgroundJob *job)
     LeaveCriticalSection(&job->lock);
 }
 
+void BackgroundJobSetPosition(BackgroundJob *job, DWORD position, DWORD range)
+{
+    EnterCriticalSection(&job->lock);
+    job->progress.position = position;
+    job->progress.range = range;
+    LeaveCriticalSection(&job->lock);
+}
+
 void BackgroundJobProgress(BackgroundJob *job, JobProgress *progress)
 {
     EnterCriticalSection(&job->lock);

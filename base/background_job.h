@@ -102,6 +102,9 @@ void BackgroundJobWait(BackgroundJob *job);
 /* The worker reports: a new stage, and one more step of it. */
 void BackgroundJobBeginStage(BackgroundJob *job, const wchar_t *label, DWORD range);
 void BackgroundJobStep(BackgroundJob *job);
+/* The worker: how far the current stage is, for work that counts its own
+ * steps (a new range too, when it learns one). */
+void BackgroundJobSetPosition(BackgroundJob *job, DWORD position, DWORD range);
 
 /* A copy of the progress as the worker last reported it. */
 void BackgroundJobProgress(BackgroundJob *job, JobProgress *progress);

@@ -6,7 +6,10 @@
  *   - deleting the read half of the group, against copying its log and
  *     index;
  *   - building the ArticleList row map of the 100,000 records, against
- *     reading the index once, and against one 92-byte read per record.
+ *     reading the index once, and against one 92-byte read per record;
+ *   - searching the bodies of the group (a word found nowhere, so every
+ *     body is read and compared) and its subjects, against reading the log
+ *     once.
  * Every figure is the best of several runs. Usage: store_bench [articles]
  */
 #include <windows.h>
@@ -21,6 +24,7 @@
 
 #include "filters/keyword_filter.h"
 #include "store/article_list.h"
+#include "store/article_search.h"
 #include "store/group_store.h"
 #include "store/index_file.h"
 #include "store/log_scanner.h"
@@ -143,6 +147,27 @@ unsigned long ScanFill(const std::wstring &path, const std::wstring &filter_path
     return articles;
 }
 
+/* Searches the group for `text` (stored bytes) in `fields`; the hits. */
+unsigned long Search(const std::wstring &folder, const std::wstring &group, const char *text, unsigned fields)
+{
+    TextPattern pattern;
+    if (!TextPatternCompile(&pattern, text, strlen(text)))
+        Fail("pattern");
+    unsigned long hits = 0;
+    GroupSearch search = {};
+    search.pattern = &pattern;
+    search.fields = fields;
+    search.context = &hits;
+    search.hit = [](void *context, const SearchHit *) {
+        ++*(unsigned long *)context;
+        return 1;
+    };
+    if (!SearchGroup(&search, folder.c_str(), group.c_str()))
+        Fail("search");
+    TextPatternFree(&pattern);
+    return hits;
+}
+
 /* Marks every other record read, as a reader who opened half the group. */
 void MarkHalfRead(GroupStore *store)
 {
@@ -256,6 +281,32 @@ int wmain(int argc, wchar_t **argv)
         ArticleListDestroy(list);
     }
 
+    /* Searching against one read of the log: a word no article has, in
+     * ASCII and in Japanese, so every body is gone through; a word every
+     * body has, so every article is a hit. */
+    Best read_for_search, body_absent, body_japanese, body_every, subjects;
+    for (int run = 0; run < kRuns; run++) {
+        double start = Now();
+        ReadWhole(log);
+        read_for_search.Take(start);
+        start = Now();
+        if (Search(folder, group, "xylophone", kSearchBody) != 0)
+            Fail("search hits");
+        body_absent.Take(start);
+        start = Now();
+        if (Search(folder, group, "\x8C\x9F\x8D\xF5", kSearchBody) != 0) /* 検索 */
+            Fail("search hits");
+        body_japanese.Take(start);
+        start = Now();
+        if (Search(folder, group, "LAZY DOG", kSearchBody) != (unsigned long)articles)
+            Fail("search hits");
+        body_every.Take(start);
+        start = Now();
+        if (Search(folder, group, "topic 7 ", kSearchSubject) != (unsigned long)articles / 1000)
+            Fail("subject hits");
+        subjects.Take(start);
+    }
+
     /* Deleting the read half against copying both files. */
     MarkHalfRead(&store);
     GroupStore copied;
@@ -288,6 +339,10 @@ int wmain(int argc, wchar_t **argv)
     Row("build row map", row_map.ms, "one 92-byte read per record", read_records.ms);
     Row("make thread file from log", thread_file.ms, "read log once", read_log.ms);
     Row("build row map in thread order", thread_rows.ms, "build row map", row_map.ms);
+    Row("search bodies, no hit", body_absent.ms, "read log once", read_for_search.ms);
+    Row("search bodies, no hit (Japanese)", body_japanese.ms, "read log once", read_for_search.ms);
+    Row("search bodies, a hit in each", body_every.ms, "read log once", read_for_search.ms);
+    Row("search subjects", subjects.ms, "read log once", read_for_search.ms);
     printf("  per article: rebuild %.2f us, delete %.2f us, row map %.2f us\n", rebuild.ms * 1000.0 / articles,
            delete_read.ms * 1000.0 / articles, row_map.ms * 1000.0 / articles);
 

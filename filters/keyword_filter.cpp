@@ -3,19 +3,9 @@
 #include <stdlib.h>
 #include <string.h>
 
-namespace {
+#include "filters/text_match.h"
 
-/* Whether `needle` occurs in `haystack`, byte for byte. */
-bool Contains(const char *haystack, size_t haystack_length, const char *needle, size_t needle_length)
-{
-    if (needle_length == 0)
-        return true;
-    const char first = needle[0];
-    for (size_t i = 0; i + needle_length <= haystack_length; i++)
-        if (haystack[i] == first && memcmp(haystack + i + 1, needle + 1, needle_length - 1) == 0)
-            return true;
-    return false;
-}
+namespace {
 
 /* The shorter text occurs in the longer one (on equal lengths: they are
  * equal). Both directions on purpose: a keyword that holds the whole subject
@@ -25,8 +15,8 @@ bool ListMatches(const KeywordNode *node, const char *subject, size_t subject_le
     for (; node; node = node->next) {
         size_t keyword_length = strlen(node->keyword);
         bool found = keyword_length < subject_length
-                         ? Contains(subject, subject_length, node->keyword, keyword_length)
-                         : Contains(node->keyword, keyword_length, subject, subject_length);
+                         ? TextContains(subject, subject_length, node->keyword, keyword_length)
+                         : TextContains(node->keyword, keyword_length, subject, subject_length);
         if (found)
             return true;
     }

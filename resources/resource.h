@@ -397,4 +397,33 @@
 #define IDM_PREVIOUS_THREAD     40162
 #define IDM_THREAD_READ         40163
 
+/* ---- search (commands 40140-40159, dialogs 170-179, controls 1340-1379,
+ * strings 700-749) ---- */
+#define IDM_SEARCH              40140
+#define IDM_FIND_NEXT           40141
+#define IDD_SEARCH              170
+#define IDC_SEARCH_TEXT         1340
+#define IDC_SEARCH_SUBJECT      1341
+#define IDC_SEARCH_SENDER       1342
+#define IDC_SEARCH_BODY         1343
+#define IDC_SEARCH_THIS_GROUP   1344
+#define IDC_SEARCH_ALL_GROUPS   1345
+#define IDC_SEARCH_STOP         1346
+#define IDC_SEARCH_STATUS       1347
+#define IDC_SEARCH_PROGRESS     1348
+#define IDC_SEARCH_RESULTS      1349
+#define IDC_SEARCH_DONE         1350 /* command of the search's end */
+#define IDS_CAPTION_SEARCH      700
+#define IDS_SEARCH_COL_GROUP    701
+#define IDS_SEARCH_COL_SUBJECT  702
+#define IDS_SEARCH_COL_SENDER   703
+#define IDS_SEARCH_COL_DATE     704
+#define IDS_SEARCH_SEARCHING    705
+#define IDS_SEARCH_FOUND        706
+#define IDS_SEARCH_STOPPED      707
+#define IDS_SEARCH_NO_FIELD     708
+#define IDS_SEARCH_GROUP_FAILED 709
+#define IDS_SEARCH_NOT_FOUND    710
+#define IDS_SEARCH_NO_TEXT      711
+
 #endif

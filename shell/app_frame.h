@@ -16,6 +16,8 @@
 #include "views/group_view.h"
 #include "views/subject_view.h"
 
+struct SearchState;
+
 enum ViewKind { kGroupView = 0, kSubjectView = 1, kArticleView = 2, kDraftsView = 3 };
 
 struct AppFrame {
@@ -44,6 +46,7 @@ struct AppFrame {
     DWORD runInProgress;     /* 1 from a download worker's start to its end */
     DWORD runSendOnly;       /* the run asked for (or dialling for) only sends the waiting drafts */
     HRASCONN rasConnection;
+    SearchState *search;     /* what the searches asked and found; made at the first */
 };
 
 /* Settings cleared to their empty state, busy 0, dialled 0. */

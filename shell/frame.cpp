@@ -5,6 +5,7 @@
 #include "resources/resource.h"
 #include "base/message_box.h"
 #include "base/res_text.h"
+#include "shell/search_command.h"
 #include "store/data_folder.h"
 
 void AppFrameInit(AppFrame *frame, HINSTANCE instance)
@@ -19,6 +20,8 @@ void AppFrameInit(AppFrame *frame, HINSTANCE instance)
 
 void AppFrameDestroy(AppFrame *frame)
 {
+    SearchStateFree(frame->search);
+    frame->search = nullptr;
     if (frame->articleView)
         ArticleViewRelease(frame->articleView);
     free(frame->articleView);

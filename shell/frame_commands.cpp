@@ -16,6 +16,7 @@
 #include "shell/panes.h"
 #include "shell/reading.h"
 #include "platform/menubar.h"
+#include "shell/search_command.h"
 #include "properties/settings_sheet.h"
 #include "subscribe/subscribe_dialog.h"
 
@@ -139,7 +140,7 @@ void FrameCommand(AppFrame *frame, UINT id, UINT code)
         if (thread_key && frame->currentView != kSubjectView)
             return;
     }
-    if (RoutePaneCommand(frame, id, code) || ReadingCommand(frame, id) || DraftsCommand(frame, id))
+    if (SearchCommand(frame, id, code) || RoutePaneCommand(frame, id, code) || ReadingCommand(frame, id) || DraftsCommand(frame, id))
         return;
     switch (id) {
     case IDM_EXIT:

@@ -251,6 +251,14 @@ size_t StoredReferenceLength(const char *text)
     return MatchReference(s, strnlen(text, kLongestReference), &code_point);
 }
 
+size_t StoredReferenceAt(const char *text, size_t available, unsigned long *code_point)
+{
+    const unsigned char *s = (const unsigned char *)text;
+    if (available < 3 || s[0] != '&' || s[1] != '#' || s[2] != 'x')
+        return 0;
+    return MatchReference(s, available, code_point);
+}
+
 size_t StoredCutLength(const char *text, size_t limit)
 {
     const unsigned char *s = (const unsigned char *)text;

@@ -61,6 +61,10 @@ size_t StoredToUtf16(const char *stored, size_t length, char16_t *dst);
  * when it begins with none. */
 size_t StoredReferenceLength(const char *text);
 
+/* The same for a text that need not be NUL-terminated: looks at no more
+ * than `available` bytes, and gives the reference's code point. */
+size_t StoredReferenceAt(const char *text, size_t available, unsigned long *code_point);
+
 /* The number of bytes of `text` (at most `limit`) that can be kept without
  * splitting a two-byte character or a reference; stops at a NUL. */
 size_t StoredCutLength(const char *text, size_t limit);

@@ -395,6 +395,33 @@ void DrawLine(HDC dc, const DisplayLine *line, RECT rc)
     DrawTextW(dc, line->text, (int)line->length, &rc, DT_SINGLELINE | DT_EXPANDTABS | DT_NOPREFIX);
 }
 
+/* The width of the first `units` of a line as drawn. */
+int PrefixWidth(HDC dc, const wchar_t *text, DWORD units)
+{
+    RECT rc = {0, 0, 0, 0};
+    if (units)
+        DrawTextW(dc, text, (int)units, &rc, DT_CALCRECT | DT_SINGLELINE | DT_EXPANDTABS | DT_NOPREFIX);
+    return rc.right - rc.left;
+}
+
+/* The part of the mark on this line, inverted. */
+void InvertMark(const ArticleView *view, HDC dc, const DisplayLine *line, const RECT &rc)
+{
+    const wchar_t *text = view->holder->text;
+    if (!view->mark_length || !text || line->text < text || line->text > text + view->mark_start + view->mark_length)
+        return;
+    DWORD line_start = (DWORD)(line->text - text);
+    DWORD from = view->mark_start > line_start ? view->mark_start - line_start : 0;
+    DWORD to = view->mark_start + view->mark_length - line_start;
+    if (to > line->length)
+        to = line->length;
+    if (from >= to)
+        return;
+    int left = rc.left + PrefixWidth(dc, line->text, from);
+    int right = rc.left + PrefixWidth(dc, line->text, to);
+    PatBlt(dc, left, rc.top, right - left, rc.bottom - rc.top, DSTINVERT);
+}
+
 void PaintLines(ArticleView *view, HDC dc, const RECT *update)
 {
     long first = (update->top - view->text_area.top) / view->line_height;
@@ -424,6 +451,7 @@ void PaintLines(ArticleView *view, HDC dc, const RECT *update)
         } else {
             DrawLine(dc, line, rc);
         }
+        InvertMark(view, dc, line, RowRect(view, row));
     }
 }
 
@@ -600,8 +628,42 @@ void ArticleTextTake(ArticleText *holder, wchar_t *text)
 {
     free(holder->text);
     holder->text = text;
-    if (holder->view)
+    if (holder->view) {
+        holder->view->mark_length = 0;
+        holder->view->find_from = 0;
         ArticleViewInvalidate(holder->view);
+    }
+}
+
+int ArticleViewShowMark(ArticleView *view, DWORD start, DWORD length)
+{
+    const wchar_t *text = view->holder->text;
+    if (!text || !ArticleViewLayout(view))
+        return 0;
+    DWORD line = 0;
+    for (; line < view->total_lines; line++) {
+        const DisplayLine &l = view->lines[line];
+        if (l.text >= text && start >= (DWORD)(l.text - text) && start < (DWORD)(l.text - text) + l.length)
+            break;
+    }
+    if (line == view->total_lines)
+        return 0;
+    view->mark_start = start;
+    view->mark_length = length;
+    if (line < view->top_line || line >= view->top_line + view->rows_per_page) {
+        /* A line of what comes before it stays in sight. */
+        view->top_line = line > 0 ? line - 1 : 0;
+        SetScrollPos(view->scroll_bar, SB_CTL, (int)view->top_line, TRUE);
+    }
+    InvalidateRect(view->window, &view->text_area, TRUE);
+    return 1;
+}
+
+void ArticleViewClearMark(ArticleView *view)
+{
+    view->mark_length = 0;
+    view->find_from = 0;
+    InvalidateRect(view->window, &view->text_area, TRUE);
 }
 
 int ArticleTextSet(ArticleText *holder, const wchar_t *text)

@@ -58,6 +58,9 @@ struct ArticleView {
     COLORREF quote_color;
     int layout_valid;
     int scroll_pending;
+    DWORD mark_start;   /* a text found, shown inverted: its units in the text */
+    DWORD mark_length;  /* 0: none */
+    DWORD find_from;    /* where the next find starts, in the text's stored bytes */
 };
 
 int RegisterArticleViewClass(HINSTANCE instance);
@@ -91,6 +94,19 @@ int ArticleViewLayout(ArticleView *view);
 /* Puts the whole article text on the clipboard as CF_UNICODETEXT. 0 when
  * the clipboard cannot be opened or the text not stored there. */
 int ArticleViewCopy(ArticleView *view, HWND owner);
+
+/* Marks `length` units of the text from `start` (a text found) and scrolls
+ * so that the line it starts on shows, unless it shows already. 0, and no
+ * mark, when no display line holds `start` (a header line not shown). */
+int ArticleViewShowMark(ArticleView *view, DWORD start, DWORD length);
+void ArticleViewClearMark(ArticleView *view);
+
+/* Finds the next place of `pattern` in the text shown after the one
+ * marked (from the top when none is), as the search matches, and marks
+ * it. 0 when there is none further: the mark goes, and the next find
+ * starts from the top again. */
+struct TextPattern;
+int ArticleViewFindNext(ArticleView *view, const TextPattern *pattern);
 
 /* Destroys the window and frees the table. */
 void ArticleViewRelease(ArticleView *view);

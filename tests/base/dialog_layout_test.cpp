@@ -21,7 +21,7 @@ INT_PTR CALLBACK IdleDialogProc(HWND, UINT, WPARAM, LPARAM)
 TEST(DialogLayoutTest, EveryTextFitsAndEveryDialogFitsTheScreen)
 {
     const int dialogs[] = {IDD_ABOUT,   IDD_FILE_CHOOSER, IDD_PROGRESS, IDD_GROUP_LIST, IDD_SUBSCRIBE,
-                           IDD_CATCHUP, IDD_PASSWORD,     IDD_DIALUP,   IDD_KEYWORD};
+                           IDD_CATCHUP, IDD_PASSWORD,     IDD_DIALUP,   IDD_KEYWORD, IDD_SEARCH};
     for (int id : dialogs) {
         HWND dialog = CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(id), nullptr, IdleDialogProc, 0);
         ASSERT_NE(dialog, nullptr) << id;

@@ -454,11 +454,12 @@ TEST_F(PostingTest, PostingItemsFollowTheSwitchOfThePropertiesSheet)
         UINT button;
         std::vector<std::wstring> items; /* with posting on */
     } menus[] = {
-        {&AppFrame::groupMenuBar, IDM_GROUP_POPUP, {L"既読削除", L"記事取得", L"購読", L"読み飛ばし", L"草稿一覧", L"送信のみ"}},
+        {&AppFrame::groupMenuBar, IDM_GROUP_POPUP, {L"既読削除", L"記事取得", L"購読", L"読み飛ばし", L"検索...", L"草稿一覧", L"送信のみ"}},
         {&AppFrame::subjectMenuBar, IDM_SUBJECT_POPUP,
          {L"フィルタ...", L"", L"優先度高", L"通常", L"優先度低", L"", L"既読も表示", L"", L"未既読切替", L"",
-          L"スレッド表示\tT", L"次のスレッド\tN", L"前のスレッド\tP", L"スレッドを既読に\tK", L"起草", L"フォローアップ"}},
-        {&AppFrame::articleMenuBar, IDM_ARTICLE_POPUP, {L"コピー", L"ヘッダ", L"起草", L"フォローアップ"}},
+          L"スレッド表示\tT", L"次のスレッド\tN", L"前のスレッド\tP", L"スレッドを既読に\tK", L"", L"検索...", L"起草",
+          L"フォローアップ"}},
+        {&AppFrame::articleMenuBar, IDM_ARTICLE_POPUP, {L"コピー", L"ヘッダ", L"次を検索", L"起草", L"フォローアップ"}},
         {&AppFrame::draftsMenuBar, IDM_DRAFTS_POPUP,
          {L"起草", L"編集", L"送信待ちへ移動", L"草稿へ移動", L"削除", L"送信のみ"}},
     };
