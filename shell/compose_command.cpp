@@ -58,6 +58,20 @@ wchar_t *DraftFolder(const AppFrame *frame)
     return JoinPath(frame->settings.DataPath, L"draft\\");
 }
 
+/* A draft just made (when `made`) in the editor, under a new name. */
+void OpenNewDraft(AppFrame *frame, int made, Draft *draft)
+{
+    if (!made) {
+        ShowLastErrorBoxRes(IDS_DRAFT_WRITE_FAILED, IDS_CAPTION_PELNOR, MB_ICONERROR);
+        return;
+    }
+    wchar_t *path = NewPath(frame);
+    if (path)
+        EditDraft(frame, draft, path, true);
+    else
+        DraftFree(draft);
+}
+
 void ComposeCommand(AppFrame *frame)
 {
     if (!IdentitySet(frame))
@@ -70,15 +84,7 @@ void ComposeCommand(AppFrame *frame)
     Draft draft;
     int made = NewDraftFor(&draft, group);
     free(group);
-    if (!made) {
-        ShowLastErrorBoxRes(IDS_DRAFT_WRITE_FAILED, IDS_CAPTION_PELNOR, MB_ICONERROR);
-        return;
-    }
-    wchar_t *path = NewPath(frame);
-    if (path)
-        EditDraft(frame, &draft, path, true);
-    else
-        DraftFree(&draft);
+    OpenNewDraft(frame, made, &draft);
 }
 
 void FollowUpCommand(AppFrame *frame)
@@ -100,15 +106,7 @@ void FollowUpCommand(AppFrame *frame)
     free(article);
     free(group);
     free(attribution);
-    if (!made) {
-        ShowLastErrorBoxRes(IDS_DRAFT_WRITE_FAILED, IDS_CAPTION_PELNOR, MB_ICONERROR);
-        return;
-    }
-    wchar_t *path = NewPath(frame);
-    if (path)
-        EditDraft(frame, &draft, path, true);
-    else
-        DraftFree(&draft);
+    OpenNewDraft(frame, made, &draft);
 }
 
 void EditDraft(AppFrame *frame, Draft *draft, wchar_t *path, bool is_new)

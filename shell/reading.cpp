@@ -42,22 +42,14 @@ void SetPriorityLevel(AppFrame *frame, DWORD level)
     ApplyOption(SubjectViewSetOptions(frame->subjectView, frame->viewOptions), 1);
 }
 
-void ToggleViewRead(AppFrame *frame)
+/* One of the subject view's on/off options, kept in the registry by
+ * `write`. */
+void ToggleSubjectOption(AppFrame *frame, DWORD &option, int (*write)(DWORD))
 {
-    DWORD &option = frame->viewOptions.view_read_article;
     option = !option;
     UpdateCheckMarks(frame);
     int shown = SubjectViewSetOptions(frame->subjectView, frame->viewOptions);
-    ApplyOption(shown, shown && WriteViewReadArticle(option));
-}
-
-void ToggleThreadView(AppFrame *frame)
-{
-    DWORD &option = frame->viewOptions.thread_view;
-    option = !option;
-    UpdateCheckMarks(frame);
-    int shown = SubjectViewSetOptions(frame->subjectView, frame->viewOptions);
-    ApplyOption(shown, shown && WriteThreadView(option));
+    ApplyOption(shown, shown && write(option));
 }
 
 void ToggleShowHeader(AppFrame *frame)
@@ -206,10 +198,10 @@ bool ReadingCommand(AppFrame *frame, UINT id)
         ArticleViewCopy(frame->articleView, frame->mainWindow);
         return true;
     case IDM_VIEW_READ:
-        ToggleViewRead(frame);
+        ToggleSubjectOption(frame, frame->viewOptions.view_read_article, WriteViewReadArticle);
         return true;
     case IDM_THREAD_VIEW:
-        ToggleThreadView(frame);
+        ToggleSubjectOption(frame, frame->viewOptions.thread_view, WriteThreadView);
         return true;
     case IDM_NEXT_THREAD:
         SubjectViewNextThread(frame->subjectView);
