@@ -100,6 +100,11 @@ void BackgroundJobRun(BackgroundJob *job, HWND owner, UINT message, WPARAM wpara
     ResumeThread(job->thread);
 }
 
+void BackgroundJobLowerPriority(BackgroundJob *job)
+{
+    SetThreadPriority(job->thread, THREAD_PRIORITY_BELOW_NORMAL);
+}
+
 void BackgroundJobCancel(BackgroundJob *job)
 {
     JobCancelRequest(&job->cancel);
@@ -157,6 +162,11 @@ void BackgroundJobProgress(BackgroundJob *job, JobProgress *progress)
     EnterCriticalSection(&job->lock);
     *progress = job->progress;
     LeaveCriticalSection(&job->lock);
+}
+
+void BackgroundJobHold(BackgroundJob *job)
+{
+    InterlockedIncrement(&job->references);
 }
 
 void BackgroundJobRelease(BackgroundJob *job)

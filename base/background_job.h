@@ -81,6 +81,10 @@ BackgroundJob *BackgroundJobCreate(BackgroundWork work, void *context, void (*fr
  * go). */
 void BackgroundJobRun(BackgroundJob *job, HWND owner, UINT message, WPARAM wparam);
 
+/* Before BackgroundJobRun: the worker yields to the window's thread, for
+ * work nobody waits for at that moment. */
+void BackgroundJobLowerPriority(BackgroundJob *job);
+
 /* The worker: posts the finish message now as well, when the owner is
  * still there (for work that tells its owner of something early). */
 void BackgroundJobNotify(BackgroundJob *job);
@@ -108,6 +112,10 @@ void BackgroundJobSetPosition(BackgroundJob *job, DWORD position, DWORD range);
 
 /* A copy of the progress as the worker last reported it. */
 void BackgroundJobProgress(BackgroundJob *job, JobProgress *progress);
+
+/* Takes one more reference, for someone else who uses the context until
+ * a BackgroundJobRelease of its own. */
+void BackgroundJobHold(BackgroundJob *job);
 
 /* Drops one reference; the last frees the job and its context. */
 void BackgroundJobRelease(BackgroundJob *job);

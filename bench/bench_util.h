@@ -21,7 +21,7 @@ namespace {
 const int kRuns = 3;
 const DWORD kCopyBuffer = 64 * 1024;
 
-[[noreturn]] void Fail(const char *what)
+[[noreturn]] inline void Fail(const char *what)
 {
     fprintf(stderr, "bench: %s failed (%lu)\n", what, GetLastError());
     exit(1);
@@ -62,7 +62,7 @@ private:
 };
 
 /* Reads a whole file in 64 KB pieces; returns its size. */
-unsigned long long ReadWhole(const std::wstring &path)
+inline unsigned long long ReadWhole(const std::wstring &path)
 {
     HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
     if (file == INVALID_HANDLE_VALUE)
@@ -77,7 +77,7 @@ unsigned long long ReadWhole(const std::wstring &path)
 }
 
 /* A new folder under the temporary folder, ending in a backslash. */
-std::wstring NewBenchFolder()
+inline std::wstring NewBenchFolder()
 {
     wchar_t temp[MAX_PATH], folder[MAX_PATH];
     GetTempPathW(MAX_PATH, temp);
@@ -92,7 +92,7 @@ struct Best {
     void Take(double start) { ms = std::min(ms, Now() - start); }
 };
 
-void Row(const char *what, double ms, const char *baseline, double baseline_ms)
+inline void Row(const char *what, double ms, const char *baseline, double baseline_ms)
 {
     printf("  %-34s %9.1f ms   %-28s %9.1f ms   ratio %6.2f\n", what, ms, baseline, baseline_ms, ms / baseline_ms);
 }

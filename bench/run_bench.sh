@@ -2,9 +2,10 @@
 # Builds and runs one benchmark program under Wine and prints its figures
 # and ratios (each against a baseline measured in the same run).
 #   bench/run_bench.sh NAME [BUILD_DIR] [ARTICLES]
-# NAME is store_bench or views_bench; BUILD_DIR defaults to $PELNOR_BUILD or
-# ./build; ARTICLES to 100000. The build's Wine session is used when it
-# runs, else started and stopped here.
+# NAME is store_bench, views_bench or bench_window_start (whose count is of
+# groups); BUILD_DIR defaults to $PELNOR_BUILD or ./build; ARTICLES to
+# 100000. The build's Wine session is used when it runs, else started and
+# stopped here.
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 name=${1:?benchmark name}

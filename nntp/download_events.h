@@ -45,6 +45,15 @@ struct PostingParams {
     const char *organization;
 };
 
+/* What says when a group's files may be touched: the run waits in `wait`
+ * before each group it downloads (`row` is the group's place in the run's
+ * list), e.g. while the files of a folder just started are still being
+ * checked by another thread. */
+struct GroupGate {
+    void *context;
+    void (*wait)(void *context, DWORD row, const wchar_t *group);
+};
+
 /* What a download run is given. */
 struct SessionParams {
     const NntpServer *server;
@@ -57,6 +66,7 @@ struct SessionParams {
     int decode_charsets;      /* DecodeCharsets: every charset and MIME form decoded; 0: ISO-2022-JP only */
     const PostingParams *posting; /* null: nothing is sent; else the waiting drafts go first */
     int send_only;            /* 1: no group is downloaded */
+    const GroupGate *gate;    /* may be null: every group's files may be touched at once */
 };
 
 /* Words `outcome` through the events into `result`, with its severity. */

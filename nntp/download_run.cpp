@@ -99,7 +99,8 @@ void Patrol(BackgroundJob *job, void *context)
                              OnDraftKept};
     NntpTrust trust = JobTrust(job);
     SessionParams params = {&run->server, run->data_path, run->limit, &run->cursor, &events, &job->cancel, &trust,
-                            run->decode_charsets, run->post ? &run->posting : nullptr, run->send_only};
+                            run->decode_charsets, run->post ? &run->posting : nullptr, run->send_only,
+                            run->gate.wait ? &run->gate : nullptr};
     RunSession(&params, &run->result);
     /* The password is not needed any more. */
     NntpServerForget(&run->server);
@@ -216,7 +217,7 @@ bool DownloadStopped(DownloadRun *run)
 }
 
 DownloadStart RunDownload(HINSTANCE instance, HWND main_window, const Settings *settings, wchar_t *group_names,
-                          DownloadMode mode)
+                          DownloadMode mode, const GroupGate *gate)
 {
     if (!group_names) {
         ShowResBox(nullptr, IDS_NO_MEMORY, IDS_CAPTION_PELNOR, MB_OK);
@@ -239,6 +240,8 @@ DownloadStart RunDownload(HINSTANCE instance, HWND main_window, const Settings *
     }
     run->server = server;
     NntpServerForget(&server);
+    if (gate)
+        run->gate = *gate;
 
     run->job = BackgroundJobCreate(Patrol, run, FreeRunContext);
     if (!run->job) {

@@ -24,6 +24,7 @@ struct DownloadRun {
     DWORD limit;
     int decode_charsets;  /* DecodeCharsets when the run was made */
     wchar_t *group_names; /* owned: the group view's names, in its order */
+    GroupGate gate;       /* wait null: none */
     GroupCursor cursor;   /* over group_names */
     RunResult result;     /* what the user is told at the end */
     /* The statuses no index could keep: group and status, each ended by a
@@ -57,9 +58,10 @@ enum DownloadStart {
  * its job and shows the progress dialog (owned by `main_window`) until the
  * session ends; then sends the main window WM_PELNOR_RUN_FINISHED with the
  * run. `group_names` (each name ended by a NUL, the list by an empty name)
- * is taken over in every case. */
+ * is taken over in every case. `gate` (copied; may be null) is asked on the
+ * run's worker before each group, until the run's end. */
 DownloadStart RunDownload(HINSTANCE instance, HWND main_window, const Settings *settings, wchar_t *group_names,
-                          DownloadMode mode = kDownloadGetArticles);
+                          DownloadMode mode = kDownloadGetArticles, const GroupGate *gate = nullptr);
 
 /* Whether the user stopped the run. */
 bool DownloadStopped(DownloadRun *run);

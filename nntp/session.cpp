@@ -92,6 +92,8 @@ int RunSession(const SessionParams *params, RunResult *result)
         GroupCursorReset(params->cursor);
         while (!JobCancelRequested(params->cancel) && GroupCursorFetch(params->cursor)) {
             result->severity = kSeverityInformation;
+            if (params->gate)
+                params->gate->wait(params->gate->context, params->cursor->row, params->cursor->name);
             DownloadGroup(c, params->cursor->name, params, result);
             if (result->severity == kSeverityError)
                 break;

@@ -17,6 +17,7 @@
 #include "views/subject_view.h"
 
 struct SearchState;
+struct GroupChecks;
 
 enum ViewKind { kGroupView = 0, kSubjectView = 1, kArticleView = 2, kDraftsView = 3 };
 
@@ -45,6 +46,8 @@ struct AppFrame {
     DWORD dialled;           /* 1 when this program dialled the line */
     DWORD runInProgress;     /* 1 from a download worker's start to its end */
     DWORD runSendOnly;       /* the run asked for (or dialling for) only sends the waiting drafts */
+    GroupChecks *groupChecks; /* the groups' files still being checked, or null */
+    GroupChecks *runChecks;   /* the same, held for the run's worker until the run's end */
     HRASCONN rasConnection;
     SearchState *search;     /* what the searches asked and found; made at the first */
 };
@@ -71,8 +74,10 @@ bool TranslateFrameAccelerator(AppFrame *frame, MSG *msg);
 /* Runs the loop until WM_QUIT; returns its exit code. */
 int RunMessageLoop(AppFrame *frame);
 
-/* The data-folder start-up, then the group view's reload; shows the failure
- * box. Returns 1, or 0. */
+/* The data-folder start-up and the group view's reload: the folder's own
+ * files at once, then every group listed and its files checked, the first
+ * ones at once and the rest in the background (shell/group_checks.h).
+ * Shows the failure boxes. Returns 1, or 0. */
 int ReloadData(AppFrame *frame);
 
 /* The frame of a window created by CreateMainFrame. */

@@ -4,6 +4,7 @@
 #include "resources/resource.h"
 #include "base/message_box.h"
 #include "base/res_text.h"
+#include "shell/group_checks.h"
 #include "store/group_store.h"
 #include "store/index_file.h"
 #include "store/read_marks.h"
@@ -50,6 +51,7 @@ void CatchUpCommand(AppFrame *frame)
         return;
     }
 
+    GroupChecksWait(frame, (DWORD)row, group);
     GroupStore store;
     GroupStoreInit(&store);
     if (!GroupStoreSetNames(&store, frame->settings.DataPath, group) || !IndexReadHeader(&store)) {

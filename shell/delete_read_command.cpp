@@ -3,6 +3,7 @@
 #include "resources/resource.h"
 #include "base/message_box.h"
 #include "base/res_text.h"
+#include "shell/group_checks.h"
 #include "store/group_file.h"
 #include "store/group_store.h"
 #include "store/read_marks.h"
@@ -17,8 +18,11 @@ void DeleteReadCommand(AppFrame *frame)
         ShowLastErrorBoxRes(IDS_GROUP_FILE_OPEN, IDS_CAPTION_PELNOR, MB_ICONERROR);
         return;
     }
-    /* A group that fails is reported under its own name; the others go on. */
-    for (const wchar_t *name; (name = GroupFileNext(groups)) != nullptr;) {
+    /* A group that fails is reported under its own name; the others go on.
+     * Each waits for its files' check, in the rows' order as group.dat's. */
+    DWORD row = 0;
+    for (const wchar_t *name; (name = GroupFileNext(groups)) != nullptr; row++) {
+        GroupChecksWait(frame, row, name);
         GroupStore store;
         GroupStoreInit(&store);
         if (!GroupStoreSetNames(&store, frame->settings.DataPath, name) || !DeleteReadArticles(&store))

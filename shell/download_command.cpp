@@ -7,6 +7,7 @@
 #include "dialup/dialup.h"
 #include "nntp/post.h"
 #include "shell/drafts_pane.h"
+#include "shell/group_checks.h"
 #include "resources/resource.h"
 #include "base/message_box.h"
 #include "base/res_text.h"
@@ -19,13 +20,19 @@ void StartRun(AppFrame *frame)
     /* Set before the run: its end can arrive while the progress dialog is
      * still closing, before RunDownload returns. */
     frame->runInProgress = 1;
+    /* Groups whose files are still being checked are waited for one by one
+     * on the run's worker. */
+    GroupGate gate = GroupChecksHoldGate(frame);
     DownloadStart started = RunDownload(frame->instance, frame->mainWindow, &frame->settings,
                                         GroupViewNames(frame->groupView),
-                                        frame->runSendOnly ? kDownloadSendOnly : kDownloadGetArticles);
+                                        frame->runSendOnly ? kDownloadSendOnly : kDownloadGetArticles,
+                                        gate.wait ? &gate : nullptr);
     /* A left password prompt keeps the frame busy, as it always has; the run
      * itself clears it when its end arrives. */
-    if (started != kDownloadStarted)
+    if (started != kDownloadStarted) {
         frame->runInProgress = 0;
+        GroupChecksDropGate(frame);
+    }
     if (started == kDownloadFailed)
         frame->busy = 0;
 }
@@ -108,6 +115,8 @@ void OnHangUp(AppFrame *frame)
 
 void OnRunFinished(AppFrame *frame, DownloadRun *run)
 {
+    /* The run's work is over: it waits for no group any more. */
+    GroupChecksDropGate(frame);
     if (frame->settings.Dialup && frame->dialled == 1)
         RunDisconnectDialog(frame->mainWindow, frame->instance, frame->settings.DisconnectWaitTime);
     frame->dialled = 0;
@@ -116,9 +125,11 @@ void OnRunFinished(AppFrame *frame, DownloadRun *run)
         UINT done = DownloadStopped(run) ? IDS_RUN_STOPPED : run->send_only ? IDS_SEND_DONE : IDS_DOWNLOAD_DONE;
         ShowResBox(frame->mainWindow, done, IDS_CAPTION_DISCONNECT, MB_OK);
         ReloadData(frame);
-        /* Groups whose index could not keep their status show it still. */
+        /* Groups whose index could not keep their status show it still,
+         * over what their check shows. */
         for (const wchar_t *group = run->unstored; group && *group;) {
             const wchar_t *status = group + wcslen(group) + 1;
+            GroupChecksWait(frame, 0, group);
             GroupViewSetStatus(frame->groupView, group, status);
             group = status + wcslen(status) + 1;
         }

@@ -6,7 +6,9 @@
 #include "base/message_box.h"
 #include "base/res_text.h"
 #include "shell/search_command.h"
+#include "shell/group_checks.h"
 #include "store/data_folder.h"
+#include "store/group_file.h"
 
 void AppFrameInit(AppFrame *frame, HINSTANCE instance)
 {
@@ -22,6 +24,8 @@ void AppFrameDestroy(AppFrame *frame)
 {
     SearchStateFree(frame->search);
     frame->search = nullptr;
+    GroupChecksStop(frame);
+    GroupChecksDropGate(frame);
     if (frame->articleView)
         ArticleViewRelease(frame->articleView);
     free(frame->articleView);
@@ -46,44 +50,18 @@ void AppFrameDestroy(AppFrame *frame)
     FreeSettings(&frame->settings);
 }
 
-namespace {
-
-/* Between groups of a long start the frame repaints and answers messages
- * sent from other threads, about ten times a second; input waits in the
- * queue until the folder is ready. */
-struct StartPump {
-    DWORD last_tick;
-};
-
-void PumpBetweenGroups(void *context)
-{
-    StartPump *pump = (StartPump *)context;
-    DWORD now = GetTickCount();
-    if (now - pump->last_tick < 100)
-        return;
-    pump->last_tick = now;
-    MSG msg;
-    while (PeekMessageW(&msg, nullptr, WM_PAINT, WM_PAINT, PM_REMOVE))
-        DispatchMessageW(&msg);
-}
-
-} // namespace
-
 int ReloadData(AppFrame *frame)
 {
-    int unknown_version;
-    StartPump pump = {GetTickCount()};
-    StartProgress progress = {&pump, PumpBetweenGroups};
-    int started = StartDataFolder(frame->settings.DataPath, &unknown_version, &progress);
-    DWORD error = GetLastError();
-    if (unknown_version)
-        ShowResBox(nullptr, IDS_INDEX_INVALID, IDS_CAPTION_PELNOR, MB_OK | MB_ICONEXCLAMATION);
-    if (!started) {
-        SetLastError(error);
+    GroupChecksStop(frame);
+    const wchar_t *data_path = frame->settings.DataPath;
+    DWORD count;
+    wchar_t *names = nullptr;
+    GroupChecks *checks = nullptr;
+    if (!PrepareDataFolder(data_path) || (names = GroupFileReadNames(data_path, &count)) == nullptr ||
+        (checks = GroupChecksMake(data_path, names, count)) == nullptr) {
         ShowLastErrorBoxRes(IDS_DATA_INIT_FAILED, IDS_CAPTION_PELNOR, MB_ICONERROR);
         return 0;
     }
-    /* Groups start-up could not bring up are named by the view, which
-     * shows the others. */
-    return GroupViewReload(frame->groupView, frame->settings.DataPath);
+    /* Groups that could not be brought up are named once all are checked. */
+    return GroupChecksStart(frame, checks);
 }

@@ -16,6 +16,7 @@
 #include "text/widestr.h"
 #include "shell/download_command.h"
 #include "shell/frame_commands.h"
+#include "shell/group_checks.h"
 #include "base/record_window.h"
 #include "base/message_box.h"
 #include "base/res_text.h"
@@ -123,6 +124,8 @@ bool OnCreate(AppFrame *frame)
 
 void OnDestroy(AppFrame *frame)
 {
+    /* The check in the background stops after the group it is at. */
+    GroupChecksStop(frame);
     DWORD unread;
     SubjectViewCloseGroup(frame->subjectView, &unread);
     if (frame->groupView->list)
@@ -163,6 +166,10 @@ LRESULT CALLBACK FrameWindowProc(HWND window, UINT msg, WPARAM wp, LPARAM lp)
     case WM_PELNOR_RUN_FINISHED:
         if (frame)
             OnRunFinished(frame, (DownloadRun *)lp);
+        return 0;
+    case WM_PELNOR_GROUPS_CHECKED:
+        if (frame)
+            GroupChecksShow(frame);
         return 0;
     case WM_PELNOR_ACTIVATE:
         return 0;
@@ -220,8 +227,9 @@ HWND CreateMainFrame(AppFrame *frame, int show)
     frame->postingAccelerators = LoadAcceleratorsW(frame->instance, MAKEINTRESOURCEW(IDA_POSTING));
     ShowWindow(window, show);
     UpdateWindow(window);
-    /* The data folder comes up with the frame already on the screen: a
-     * first start on many groups takes a while. */
+    /* The data folder comes up with the frame already on the screen: the
+     * rows are listed at once, but a folder of many groups has its files
+     * checked after that. */
     if (frame->groupView->list)
         ReloadData(frame);
     return window;

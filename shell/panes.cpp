@@ -3,6 +3,7 @@
 #include "platform/frame_size.h"
 #include "resources/resource.h"
 #include "shell/drafts_pane.h"
+#include "shell/group_checks.h"
 #include "shell/reading.h"
 #include "views/group_view.h"
 
@@ -18,11 +19,19 @@ void ShowGroupView(AppFrame *frame, int show)
     GroupViewShow(frame->groupView, show);
 }
 
+/* A group opens once its files are checked. */
+int EnterCheckedSubjectPane(AppFrame *frame, const PaneSwitch *how)
+{
+    if (how->group)
+        GroupChecksWait(frame, (DWORD)how->group_row, how->group);
+    return EnterSubjectPane(frame, how);
+}
+
 const FramePane kPanes[] = {
     {kGroupView, IDC_GROUP_VIEW, &AppFrame::groupMenuBar, GroupList, GroupList, ShowGroupView, EnterGroupPane,
      GroupPaneNotify, nullptr},
     {kSubjectView, IDC_SUBJECT_VIEW, &AppFrame::subjectMenuBar, SubjectPaneWindow, SubjectPaneWindow,
-     ShowSubjectPane, EnterSubjectPane, nullptr, SubjectPaneCommand},
+     ShowSubjectPane, EnterCheckedSubjectPane, nullptr, SubjectPaneCommand},
     {kArticleView, IDC_ARTICLE_VIEW, &AppFrame::articleMenuBar, ArticlePaneWindow, ArticlePaneWindow,
      ShowArticlePane, EnterArticlePane, nullptr, ArticlePaneCommand},
     {kDraftsView, IDC_DRAFT_TREE, &AppFrame::draftsMenuBar, DraftsPaneWindow, DraftsPaneWindow, ShowDraftsPane,

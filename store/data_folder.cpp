@@ -6,7 +6,6 @@
 #include "base/path.h"
 #include "base/scoped_win.h"
 #include "store/group_file.h"
-#include "store/group_store.h"
 #include "store/index_convert.h"
 
 namespace {
@@ -49,44 +48,19 @@ int TouchDataFile(const wchar_t *data_path, const wchar_t *name)
     return 1;
 }
 
-/* Brings every subscribed group's index up to the current version, in the
- * order of group.dat. A group that cannot be brought up (a name the store
- * refuses, an index it cannot read or of a version it does not know) is
- * left as it is and the others go on, so the user can still start the
- * program and unsubscribe it; the group view names it. */
-int PrepareGroupIndexes(const wchar_t *data_path, int *unknown_version, const StartProgress *progress)
-{
-    GroupFileReader *groups = GroupFileOpen(data_path);
-    if (!groups)
-        return 0;
-    GroupStore store;
-    GroupStoreInit(&store);
-    const wchar_t *name;
-    while ((name = GroupFileNext(groups)) != nullptr) {
-        GroupStoreReset(&store);
-        int unknown = 0;
-        if (GroupStoreSetNames(&store, data_path, name))
-            IndexBringUpToDate(&store, &unknown);
-        if (unknown)
-            *unknown_version = 1;
-        if (progress)
-            progress->group_ready(progress->context);
-    }
-    /* The names end at the end of the file, or where the group view's
-     * reading would stop too (an over-long line); a read error fails. */
-    int ok = GetLastError() == ERROR_HANDLE_EOF || GetLastError() == ERROR_MORE_DATA;
-    DWORD error = GetLastError();
-    GroupStoreRelease(&store);
-    GroupFileClose(groups);
-    SetLastError(error);
-    return ok;
-}
-
 } // namespace
 
-int StartDataFolder(const wchar_t *data_path, int *unknown_version, const StartProgress *progress)
+int PrepareGroupIndex(GroupStore *store, const wchar_t *data_path, const wchar_t *group, int *unknown_version)
 {
     *unknown_version = 0;
+    GroupStoreReset(store);
+    if (!GroupStoreSetNames(store, data_path, group))
+        return 0;
+    return IndexBringUpToDate(store, unknown_version);
+}
+
+int PrepareDataFolder(const wchar_t *data_path)
+{
     HCURSOR previous = SetCursor(LoadCursorW(nullptr, IDC_WAIT));
 
     wchar_t *draft = JoinPath(data_path, L"draft");
@@ -112,14 +86,39 @@ int StartDataFolder(const wchar_t *data_path, int *unknown_version, const StartP
             return 0;
         }
     }
-
-    if (!PrepareGroupIndexes(data_path, unknown_version, progress)) {
-        DWORD error = GetLastError();
-        SetCursor(previous);
-        SetLastError(error);
-        return 0;
-    }
-
     SetCursor(previous);
     return 1;
+}
+
+int StartDataFolder(const wchar_t *data_path, int *unknown_version)
+{
+    *unknown_version = 0;
+    if (!PrepareDataFolder(data_path))
+        return 0;
+    GroupFileReader *groups = GroupFileOpen(data_path);
+    if (!groups)
+        return 0;
+    HCURSOR previous = SetCursor(LoadCursorW(nullptr, IDC_WAIT));
+    /* A group that cannot be brought up (a name the store refuses, an
+     * index it cannot read or of a version it does not know) is left as it
+     * is and the others go on, so the user can still start the program and
+     * unsubscribe it; the group view names it. */
+    GroupStore store;
+    GroupStoreInit(&store);
+    const wchar_t *name;
+    while ((name = GroupFileNext(groups)) != nullptr) {
+        int unknown = 0;
+        PrepareGroupIndex(&store, data_path, name, &unknown);
+        if (unknown)
+            *unknown_version = 1;
+    }
+    /* The names end at the end of the file, or where the group view's
+     * reading would stop too (an over-long line); a read error fails. */
+    DWORD error = GetLastError();
+    int ok = error == ERROR_HANDLE_EOF || error == ERROR_MORE_DATA;
+    GroupStoreRelease(&store);
+    GroupFileClose(groups);
+    SetCursor(previous);
+    SetLastError(error);
+    return ok;
 }

@@ -71,3 +71,45 @@ void GroupFileClose(GroupFileReader *reader)
     free(reader);
     SetLastError(error);
 }
+
+wchar_t *GroupFileReadNames(const wchar_t *data_folder, DWORD *count)
+{
+    *count = 0;
+    GroupFileReader *reader = GroupFileOpen(data_folder);
+    if (!reader)
+        return nullptr;
+    size_t used = 0, capacity = 256;
+    wchar_t *names = (wchar_t *)malloc(capacity * sizeof(wchar_t));
+    DWORD error = ERROR_NOT_ENOUGH_MEMORY;
+    for (const wchar_t *name; names && (name = GroupFileNext(reader)) != nullptr;) {
+        size_t length = wcslen(name) + 1;
+        if (used + length + 1 > capacity) {
+            capacity = (used + length + 1) * 2;
+            wchar_t *larger = (wchar_t *)realloc(names, capacity * sizeof(wchar_t));
+            if (!larger) {
+                free(names);
+                names = nullptr;
+                break;
+            }
+            names = larger;
+        }
+        memcpy(names + used, name, length * sizeof(wchar_t));
+        used += length;
+        ++*count;
+    }
+    if (names) {
+        error = GetLastError();
+        if (error == ERROR_HANDLE_EOF || error == ERROR_MORE_DATA) {
+            names[used] = L'\0';
+        } else {
+            free(names);
+            names = nullptr;
+        }
+    }
+    GroupFileClose(reader);
+    if (!names) {
+        *count = 0;
+        SetLastError(error);
+    }
+    return names;
+}

@@ -31,4 +31,11 @@ const wchar_t *GroupFileNext(GroupFileReader *reader);
 /* Closes the file and frees the reader and its last name. Null is allowed. */
 void GroupFileClose(GroupFileReader *reader);
 
+/* Every group name of the file at once, in its order, as one allocation for
+ * the caller to free: each name ended by a NUL, the list by an empty name;
+ * *count says how many. The names end at the end of the file or at an
+ * over-long line, as GroupFileNext's do. Null with the error when the file
+ * cannot be opened or read, or memory runs out. */
+wchar_t *GroupFileReadNames(const wchar_t *data_folder, DWORD *count);
+
 #endif

@@ -80,21 +80,6 @@ void SetNumberCell(HWND list, int row, int column, DWORD number)
     SetCell(list, row, column, text);
 }
 
-/* Columns 3, 4, 5, 2 and 1 of a row from the group's index header. */
-void FillRow(HWND list, int row, const GroupStore *store)
-{
-    SetCell(list, row, kColumnStatus, GroupStoreStatusText(store));
-    if (GroupStoreLastFetched(store) == kCaughtUpOnServer) {
-        const wchar_t *pending = LoadResString(IDS_CATCHUP_PENDING);
-        SetCell(list, row, kColumnCurrent, pending ? pending : L"");
-    } else {
-        SetNumberCell(list, row, kColumnCurrent, GroupStoreLastFetched(store));
-    }
-    SetNumberCell(list, row, kColumnMaximum, GroupStoreServerLast(store));
-    SetNumberCell(list, row, kColumnArticles, GroupStoreRecordCount(store));
-    SetNumberCell(list, row, kColumnUnread, GroupStoreUnreadCount(store));
-}
-
 int SelectedRow(HWND list)
 {
     return (int)SendMessageW(list, LVM_GETNEXTITEM, (WPARAM)-1, LVNI_SELECTED);
@@ -107,45 +92,6 @@ void SelectRow(HWND list, int row)
     item.state = LVIS_SELECTED | LVIS_FOCUSED;
     SendMessageW(list, LVM_SETITEMSTATE, row, (LPARAM)&item);
     SendMessageW(list, LVM_ENSUREVISIBLE, row, FALSE);
-}
-
-/* The groups a reload could not show, named in one box at its end. */
-struct FailedGroups {
-    DWORD count;
-    DWORD first_error;
-    wchar_t names[1024]; /* the first few, each after "\r\n" */
-};
-
-enum { kNamedFailedGroups = 10, kNamedGroupChars = 64 };
-
-void NoteFailedGroup(FailedGroups *failed, const wchar_t *name, DWORD error)
-{
-    if (failed->count++ == 0)
-        failed->first_error = error;
-    if (failed->count > kNamedFailedGroups)
-        return;
-    size_t used = wcslen(failed->names);
-    /* A refused name may be hundreds of characters: its start names it. */
-    _snwprintf(failed->names + used, ARRAYSIZE(failed->names) - used, L"\r\n%.*s", (int)kNamedGroupChars, name);
-    failed->names[ARRAYSIZE(failed->names) - 1] = L'\0';
-}
-
-void ShowFailedGroups(const FailedGroups *failed)
-{
-    wchar_t text[1400], more[64] = L"";
-    FormatResFailure(IDS_INDEX_FILE_INIT_FAILED, failed->first_error, text, ARRAYSIZE(text));
-    if (failed->count > kNamedFailedGroups) {
-        wchar_t number[16];
-        _snwprintf(number, ARRAYSIZE(number), L"%lu", failed->count - kNamedFailedGroups);
-        number[ARRAYSIZE(number) - 1] = L'\0';
-        more[0] = L'\r';
-        more[1] = L'\n';
-        FormatResText(IDS_GROUPS_NOT_NAMED, number, more + 2, ARRAYSIZE(more) - 2);
-    }
-    size_t used = wcslen(text);
-    _snwprintf(text + used, ARRAYSIZE(text) - used, L"%s%s", failed->names, more);
-    text[ARRAYSIZE(text) - 1] = L'\0';
-    ShowTextBox(text, IDS_CAPTION_GROUP, MB_ICONHAND);
 }
 
 } // namespace
@@ -176,47 +122,121 @@ void GroupViewShow(GroupView *view, int show)
     UpdateWindow(view->list);
 }
 
-int GroupViewReload(GroupView *view, const wchar_t *data_folder)
+void GroupRowFromStore(GroupRow *row, const GroupStore *store)
+{
+    row->unread = GroupStoreUnreadCount(store);
+    row->articles = GroupStoreRecordCount(store);
+    row->last_fetched = GroupStoreLastFetched(store);
+    row->server_last = GroupStoreServerLast(store);
+    CopyWideText(row->status, GroupStoreStatusText(store), kGroupRowStatusChars);
+}
+
+void GroupViewSetGroups(GroupView *view, const wchar_t *names)
 {
     HWND list = view->list;
-    SendMessageW(list, LVM_DELETEALLITEMS, 0, 0);
-
-    GroupFileReader *reader = GroupFileOpen(data_folder);
-    if (!reader) {
-        ShowLastErrorBoxRes(IDS_GROUP_LIST_FAILED, IDS_CAPTION_GROUP, MB_ICONHAND);
-        return 0;
-    }
-    /* A group whose index cannot be read keeps a row with its name only and
-     * the others are shown, so it can still be unsubscribed; the failed ones
-     * are named in one box at the end. */
-    FailedGroups failed = {};
     SendMessageW(list, WM_SETREDRAW, FALSE, 0);
+    SendMessageW(list, LVM_DELETEALLITEMS, 0, 0);
+    int rows = 0;
+    for (const wchar_t *name = names; *name; name += wcslen(name) + 1)
+        rows++;
+    SendMessageW(list, LVM_SETITEMCOUNT, rows, 0);
     int row = 0;
-    for (const wchar_t *name; (name = GroupFileNext(reader)) != nullptr; row++) {
+    for (const wchar_t *name = names; *name; name += wcslen(name) + 1, row++) {
         LVITEMW item = {};
         item.mask = LVIF_TEXT;
         item.iItem = row;
         item.pszText = (wchar_t *)name;
         SendMessageW(list, LVM_INSERTITEMW, 0, (LPARAM)&item);
-
-        GroupStore store;
-        GroupStoreInit(&store);
-        if (GroupStoreSetNames(&store, data_folder, name) && IndexReadHeader(&store))
-            FillRow(list, row, &store);
-        else
-            NoteFailedGroup(&failed, name, GetLastError());
-        GroupStoreRelease(&store);
     }
-    GroupFileClose(reader);
     SendMessageW(list, WM_SETREDRAW, TRUE, 0);
     InvalidateRect(list, nullptr, TRUE);
     if (row > 0)
         SelectRow(list, 0);
-    if (failed.count == 0)
+}
+
+void GroupViewShowRow(GroupView *view, int row, const GroupRow *shown)
+{
+    HWND list = view->list;
+    SetCell(list, row, kColumnStatus, shown->status);
+    if (shown->last_fetched == kCaughtUpOnServer) {
+        const wchar_t *pending = LoadResString(IDS_CATCHUP_PENDING);
+        SetCell(list, row, kColumnCurrent, pending ? pending : L"");
+    } else {
+        SetNumberCell(list, row, kColumnCurrent, shown->last_fetched);
+    }
+    SetNumberCell(list, row, kColumnMaximum, shown->server_last);
+    SetNumberCell(list, row, kColumnArticles, shown->articles);
+    SetNumberCell(list, row, kColumnUnread, shown->unread);
+}
+
+enum { kNamedFailedGroups = 10, kNamedGroupChars = 64 };
+
+void GroupViewNoteFailure(GroupViewFailures *failures, const wchar_t *group, DWORD error)
+{
+    if (failures->count++ == 0)
+        failures->first_error = error;
+    if (failures->count > kNamedFailedGroups)
+        return;
+    size_t used = wcslen(failures->names);
+    /* A refused name may be hundreds of characters: its start names it. */
+    _snwprintf(failures->names + used, ARRAYSIZE(failures->names) - used, L"\r\n%.*s", (int)kNamedGroupChars,
+               group);
+    failures->names[ARRAYSIZE(failures->names) - 1] = L'\0';
+}
+
+int GroupViewShowFailures(const GroupViewFailures *failures)
+{
+    if (failures->count == 0)
         return 1;
-    ShowFailedGroups(&failed);
-    SetLastError(failed.first_error);
+    wchar_t text[1400], more[64] = L"";
+    FormatResFailure(IDS_INDEX_FILE_INIT_FAILED, failures->first_error, text, ARRAYSIZE(text));
+    if (failures->count > kNamedFailedGroups) {
+        wchar_t number[16];
+        _snwprintf(number, ARRAYSIZE(number), L"%lu", failures->count - kNamedFailedGroups);
+        number[ARRAYSIZE(number) - 1] = L'\0';
+        more[0] = L'\r';
+        more[1] = L'\n';
+        FormatResText(IDS_GROUPS_NOT_NAMED, number, more + 2, ARRAYSIZE(more) - 2);
+    }
+    size_t used = wcslen(text);
+    _snwprintf(text + used, ARRAYSIZE(text) - used, L"%s%s", failures->names, more);
+    text[ARRAYSIZE(text) - 1] = L'\0';
+    ShowTextBox(text, IDS_CAPTION_GROUP, MB_ICONHAND);
+    SetLastError(failures->first_error);
     return 0;
+}
+
+int GroupViewReload(GroupView *view, const wchar_t *data_folder)
+{
+    DWORD count;
+    wchar_t *names = GroupFileReadNames(data_folder, &count);
+    if (!names) {
+        DWORD error = GetLastError();
+        SendMessageW(view->list, LVM_DELETEALLITEMS, 0, 0);
+        SetLastError(error);
+        ShowLastErrorBoxRes(IDS_GROUP_LIST_FAILED, IDS_CAPTION_GROUP, MB_ICONHAND);
+        return 0;
+    }
+    GroupViewSetGroups(view, names);
+    /* A group whose index cannot be read keeps a row with its name only and
+     * the others are shown, so it can still be unsubscribed; the failed ones
+     * are named in one box at the end. */
+    GroupViewFailures failed = {};
+    GroupStore store;
+    GroupStoreInit(&store);
+    int row = 0;
+    for (const wchar_t *name = names; *name; name += wcslen(name) + 1, row++) {
+        if (GroupStoreSetNames(&store, data_folder, name) && IndexReadHeader(&store)) {
+            GroupRow shown;
+            GroupRowFromStore(&shown, &store);
+            GroupViewShowRow(view, row, &shown);
+        } else {
+            GroupViewNoteFailure(&failed, name, GetLastError());
+        }
+    }
+    GroupStoreRelease(&store);
+    free(names);
+    return GroupViewShowFailures(&failed);
 }
 
 int GroupViewSelected(GroupView *view, wchar_t *name, int size, int *row)

@@ -8,6 +8,8 @@
 
 #include <windows.h>
 
+#include "store/group_store.h"
+
 /* One column: heading string, registry value of its width, the index it is
  * inserted at, its width when the registry has none. */
 struct GroupViewColumn {
@@ -44,6 +46,42 @@ int GroupViewCreate(GroupView *view, HWND parent, const wchar_t *caption, const 
                     HINSTANCE instance);
 
 void GroupViewShow(GroupView *view, int show);
+
+/* What a group's row shows beside its name: the counts and texts of its
+ * index header. */
+enum { kGroupRowStatusChars = 64 }; /* a header's status text is at most 63 bytes */
+struct GroupRow {
+    DWORD unread;
+    DWORD articles;
+    DWORD last_fetched; /* kCaughtUpOnServer shows as "Catchup" */
+    DWORD server_last;
+    wchar_t status[kGroupRowStatusChars];
+};
+
+/* The row of a store whose header has been read. */
+void GroupRowFromStore(GroupRow *row, const GroupStore *store);
+
+/* One row per name of `names` (each ended by a NUL, the list by an empty
+ * name), the name alone in it; row 0 selected and focused. */
+void GroupViewSetGroups(GroupView *view, const wchar_t *names);
+
+/* Fills row `row`'s other columns (status, current, maximum, articles,
+ * unread, in that order). */
+void GroupViewShowRow(GroupView *view, int row, const GroupRow *shown);
+
+/* The groups a reload could not show, named in one box at its end. */
+struct GroupViewFailures {
+    DWORD count;
+    DWORD first_error;
+    wchar_t names[1024]; /* the first few, each after "\r\n" */
+};
+
+/* Notes one group that could not be shown (start from a zeroed record). */
+void GroupViewNoteFailure(GroupViewFailures *failures, const wchar_t *group, DWORD error);
+
+/* Names the noted groups in one box (caption "GROUP", the first ten by
+ * name) and returns 0 with the first one's error; 1 when there are none. */
+int GroupViewShowFailures(const GroupViewFailures *failures);
 
 /* Fills the rows from group.dat and the groups' index headers, then selects
  * and focuses row 0. A group whose header cannot be read keeps a row with
