@@ -40,6 +40,7 @@
 #include "base/res_text.h"
 #include "bench_clock.h"
 #include "shell/app_frame.h"
+#include "shell/pelnor_main.h"
 #include "support/gui_helper.h"
 #include "support/registry_fixture.h"
 #include "support/temp_folder.h"
@@ -222,12 +223,7 @@ int wmain(int argc, wchar_t **argv)
 
     /* As the program's entry does before its frame. */
     HINSTANCE instance = GetModuleHandleW(nullptr);
-    SetResourceInstance(instance);
-    INITCOMMONCONTROLSEX icc = {sizeof(icc), ICC_WIN95_CLASSES | ICC_LISTVIEW_CLASSES | ICC_TREEVIEW_CLASSES |
-                                                 ICC_PROGRESS_CLASS | ICC_BAR_CLASSES};
-    InitCommonControlsEx(&icc);
-    WSADATA wsa;
-    WSAStartup(MAKEWORD(2, 2), &wsa);
+    StartProcessServices(instance);
 
     /* The group subscribed in a fresh folder; the settings a frame needs. */
     std::string group_line(group.begin(), group.end());

@@ -33,6 +33,7 @@
 #include "base/res_text.h"
 #include "bench_util.h"
 #include "shell/app_frame.h"
+#include "shell/pelnor_main.h"
 #include "shell/group_checks.h"
 #include "store/data_folder.h"
 #include "support/gui_helper.h"
@@ -140,12 +141,7 @@ int wmain(int argc, wchar_t **argv)
     }
     /* As the program's entry does before its frame. */
     HINSTANCE instance = GetModuleHandleW(nullptr);
-    SetResourceInstance(instance);
-    INITCOMMONCONTROLSEX icc = {sizeof(icc), ICC_WIN95_CLASSES | ICC_LISTVIEW_CLASSES | ICC_TREEVIEW_CLASSES |
-                                                 ICC_PROGRESS_CLASS | ICC_BAR_CLASSES};
-    InitCommonControlsEx(&icc);
-    WSADATA wsa;
-    WSAStartup(MAKEWORD(2, 2), &wsa);
+    StartProcessServices(instance);
     if (!RegisterFrameClass(instance))
         Fail("frame class");
     DeletePelnorKey();

@@ -44,15 +44,19 @@ bool ActivateRunningInstance(void)
     return found;
 }
 
-int PelnorMain(HINSTANCE instance, int show)
+int StartProcessServices(HINSTANCE instance)
 {
     SetResourceInstance(instance);
-
     INITCOMMONCONTROLSEX icc = {sizeof(icc), ICC_WIN95_CLASSES | ICC_LISTVIEW_CLASSES | ICC_TREEVIEW_CLASSES |
                                                  ICC_PROGRESS_CLASS | ICC_BAR_CLASSES};
     InitCommonControlsEx(&icc);
     WSADATA wsa;
-    if (WSAStartup(MAKEWORD(2, 2), &wsa) != 0) {
+    return WSAStartup(MAKEWORD(2, 2), &wsa) == 0;
+}
+
+int PelnorMain(HINSTANCE instance, int show)
+{
+    if (!StartProcessServices(instance)) {
         ShowResBox(nullptr, IDS_WINSOCK_FAILED, IDS_CAPTION_ERROR, MB_ICONERROR);
         return 1;
     }

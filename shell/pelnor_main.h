@@ -7,6 +7,10 @@
 
 #include <windows.h>
 
+/* What every window and socket of the process needs first: the resources'
+ * module, the common controls and Winsock. 0 when Winsock cannot start. */
+int StartProcessServices(HINSTANCE instance);
+
 /* Returns the process exit code. */
 int PelnorMain(HINSTANCE instance, int show);
 
