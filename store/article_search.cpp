@@ -6,6 +6,7 @@
 #include "base/line_scan.h"
 #include "store/file_io.h"
 #include "store/group_store.h"
+#include "store/log_window.h"
 
 namespace {
 
@@ -17,11 +18,7 @@ struct Searcher {
     const GroupSearch *search;
     HANDLE log;        /* INVALID_HANDLE_VALUE: none */
     DWORD log_size;
-    char *block;       /* the window of the log read last */
-    DWORD capacity;
-    DWORD block_start; /* log offset of block[0] */
-    DWORD block_length;
-    DWORD file_position;
+    LogWindow window;  /* window.block null: the log is not read */
     char *subject;     /* a long subject read from the log */
     DWORD subject_capacity;
     bool stopped;
@@ -77,36 +74,6 @@ bool LongSubjectMatches(Searcher *s, const IndexRecord *r)
     return Found(s, s->subject, got);
 }
 
-/* Makes the window hold the `length` bytes at `offset`, reading on from
- * what it holds when it can. */
-bool Window(Searcher *s, DWORD offset, DWORD length)
-{
-    if (offset >= s->block_start && offset - s->block_start + length <= s->block_length)
-        return true;
-    DWORD keep = 0;
-    if (offset >= s->block_start && offset < s->block_start + s->block_length) {
-        keep = s->block_start + s->block_length - offset;
-        memmove(s->block, s->block + (offset - s->block_start), keep);
-    }
-    if (length > s->capacity) {
-        char *bigger = (char *)realloc(s->block, length);
-        if (!bigger)
-            return false;
-        s->block = bigger;
-        s->capacity = length;
-    }
-    s->block_start = offset;
-    s->block_length = keep;
-    DWORD at = offset + keep;
-    if (s->file_position != at && !SeekFile(s->log, at))
-        return false;
-    DWORD got;
-    int read = ReadBytes(s->log, s->block + keep, s->capacity - keep, &got);
-    s->file_position = at + got;
-    s->block_length += got;
-    return read && length <= s->block_length;
-}
-
 /* The parts of an article that can be searched: the subject text, the
  * sender (the From line after its name) and the body, as offsets into the
  * article. */
@@ -157,7 +124,7 @@ void SearchRun(Searcher *s, const IndexRecord *run, DWORD first_number, DWORD co
 {
     const unsigned fields = s->search->fields;
     const TextPattern *pattern = s->search->pattern;
-    const char *base = s->block - s->block_start; /* log offset to pointer */
+    const char *base = s->window.block - s->window.start; /* log offset to pointer */
     if (!(fields & kSearchBody)) {
         for (DWORD i = 0; i < count && !Stopped(s); i++) {
             const IndexRecord *r = &run[i];
@@ -234,14 +201,10 @@ int SearchGroup(const GroupSearch *search, const wchar_t *data_folder, const wch
             s.log_size = 0;
     }
     if (search->fields & (kSearchSender | kSearchBody)) {
-        s.capacity = search->block_size ? search->block_size : kDefaultBlock;
-        s.block = s.log != INVALID_HANDLE_VALUE ? (char *)malloc(s.capacity) : nullptr;
-        if (s.log != INVALID_HANDLE_VALUE && !s.block) {
-            SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        if (s.log != INVALID_HANDLE_VALUE &&
+            !LogWindowInit(&s.window, s.log, search->block_size ? search->block_size : kDefaultBlock))
             goto done;
-        }
     }
-    s.file_position = 0;
     for (DWORD first = 0; first < store.record_count && !Stopped(&s);) {
         DWORD count = store.record_count - first < kRecordBatch ? store.record_count - first : kRecordBatch;
         DWORD got;
@@ -254,14 +217,15 @@ int SearchGroup(const GroupSearch *search, const wchar_t *data_folder, const wch
             const IndexRecord *r = &records[i];
             bool whole = s.log != INVALID_HANDLE_VALUE && r->log_offset <= s.log_size &&
                          r->log_length <= s.log_size - r->log_offset;
-            if (!s.block) { /* subjects alone, or no log: the records, a long subject from the log */
+            if (!s.window.block) { /* subjects alone, or no log: the records, a long subject from the log */
                 if (RecordMatches(&s, r, search->fields) ||
                     ((search->fields & kSearchSubject) && whole && LongSubjectMatches(&s, r)))
                     Report(&s, first + i, r);
                 i++;
                 continue;
             }
-            if (!whole || !Window(&s, r->log_offset, r->log_length)) {
+            DWORD held = 0;
+            if (!whole || !LogWindowRead(&s.window, r->log_offset, r->log_length, &held) || held < r->log_length) {
                 if (RecordMatches(&s, r, search->fields))
                     Report(&s, first + i, r);
                 i++;
@@ -270,7 +234,7 @@ int SearchGroup(const GroupSearch *search, const wchar_t *data_folder, const wch
             /* Every following article the window holds, in log order. */
             DWORD j = i + 1;
             while (j < count && records[j].log_offset >= records[j - 1].log_offset + records[j - 1].log_length &&
-                   records[j].log_offset - s.block_start + records[j].log_length <= s.block_length)
+                   LogWindowHolds(&s.window, records[j].log_offset, records[j].log_length))
                 j++;
             SearchRun(&s, records + i, first + i, j - i);
             i = j;
@@ -282,7 +246,7 @@ int SearchGroup(const GroupSearch *search, const wchar_t *data_folder, const wch
     ok = 1;
 done:
     DWORD error = GetLastError();
-    free(s.block);
+    LogWindowFree(&s.window);
     free(s.subject);
     free(records);
     if (s.log != INVALID_HANDLE_VALUE)

@@ -6,6 +6,7 @@
 
 #include "base/scoped_win.h"
 #include "store/file_io.h"
+#include "store/log_window.h"
 
 namespace {
 
@@ -21,30 +22,6 @@ enum : DWORD {
 DWORD RecordOffset(DWORD number)
 {
     return (DWORD)sizeof(ThreadFileHeader) + (DWORD)sizeof(ThreadFileRecord) * number;
-}
-
-/* Heads read through one window on the log: articles come in offset order,
- * so each window serves many of them. */
-struct LogWindow {
-    HANDLE file;
-    char *buffer;
-    DWORD start;
-    DWORD length;
-};
-
-/* Up to `want` bytes at `offset`; *got says how many are there. */
-const char *LogBytes(LogWindow *window, DWORD offset, DWORD want, DWORD *got)
-{
-    if (offset < window->start || offset - window->start + (unsigned long long)want > window->length) {
-        DWORD read = 0;
-        if (!ReadBytesAt(window->file, offset, window->buffer, kLogWindow, &read))
-            return nullptr;
-        window->start = offset;
-        window->length = read;
-    }
-    DWORD available = window->length - (offset - window->start);
-    *got = want < available ? want : available;
-    return window->buffer + (offset - window->start);
 }
 
 /* The keys of the article whose head begins at `head`. */
@@ -137,8 +114,8 @@ int MakeRecords(const GroupStore *store, HANDLE thread_file, HANDLE index, DWORD
         return 0;
     IndexRecord *records = (IndexRecord *)malloc(kRecordBatch * sizeof(IndexRecord));
     ThreadFileRecord *threads = (ThreadFileRecord *)malloc(kRecordBatch * sizeof(ThreadFileRecord));
-    LogWindow window = {log.get(), (char *)malloc(kLogWindow), 0, 0};
-    int ok = records && threads && window.buffer;
+    LogWindow window;
+    int ok = LogWindowInit(&window, log.get(), kLogWindow) && records && threads;
     if (!ok)
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     for (DWORD done = from; ok && done < count;) {
@@ -151,7 +128,7 @@ int MakeRecords(const GroupStore *store, HANDLE thread_file, HANDLE index, DWORD
         for (DWORD i = 0; ok && i < wanted; i++) {
             const IndexRecord &record = records[i];
             DWORD want = record.log_length < kMostHeadBytes ? record.log_length : kMostHeadBytes, head_length = 0;
-            const char *head = LogBytes(&window, record.log_offset, want, &head_length);
+            const char *head = LogWindowRead(&window, record.log_offset, want, &head_length);
             ok = head != nullptr;
             ThreadKeys keys = {0, 0, 0, 0};
             if (ok)
@@ -166,7 +143,7 @@ int MakeRecords(const GroupStore *store, HANDLE thread_file, HANDLE index, DWORD
     }
     free(records);
     free(threads);
-    free(window.buffer);
+    LogWindowFree(&window);
     return ok;
 }
 
